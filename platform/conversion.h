@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace ohmwise {
+
+/// Conversions of the runtime. To integers: halves round to even; raise 6 out of range (and for a
+/// NaN). From texts: the numeric recognition of the runtime in the invariant locale; raise 13 for a
+/// text that is no number.
+int16_t ToInt16(double number);
+int32_t ToInt32(double number);
+double TextToDouble(std::u16string_view text);
+int16_t TextToInt16(std::u16string_view text);
+int32_t TextToInt32(std::u16string_view text);
+/// "True"/"False" in any case, "#TRUE#"/"#FALSE#", or a number (0 is False). Raises 13 otherwise.
+bool TextToBoolean(std::u16string_view text);
+
+/// A Single as text: up to seven significant digits, no trailing zeros ("12.25", "0").
+std::u16string SingleText(float number);
+/// A Double as text: up to fifteen significant digits, exponent form outside 1E-15..1E+15 ("1E+20").
+std::u16string DoubleText(double number);
+
+/// Narrows an integer; raises 6 when the value does not fit.
+template <class To, class From>
+To CheckedCast(From value);
+
+}  // namespace ohmwise
+
+#include <limits>
+#include <utility>
+
+#include "platform/error.h"
+
+namespace ohmwise {
+template <class To, class From>
+To CheckedCast(From value) {
+  if (!std::in_range<To>(value)) Raise(Err::kOverflow);
+  return static_cast<To>(value);
+}
+}  // namespace ohmwise

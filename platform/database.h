@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "platform/value.h"
+
+namespace ohmwise {
+
+class Connection;
+class Recordset;
+using ConnectionRef = Ref<Connection>;
+using RecordsetRef = Ref<Recordset>;
+
+inline constexpr int32_t kCursorDynamic = 2;
+inline constexpr int32_t kLockOptimistic = 3;
+inline constexpr int32_t kCursorLocationClient = 3;
+inline constexpr int32_t kStateClosed = 0;
+inline constexpr int32_t kStateOpen = 1;
+
+/// A database connection, opened by a provider connection string. Failures raise the provider's
+/// error with the engine's sentence.
+class Connection : public Object {
+ public:
+  virtual int32_t State() = 0;
+  virtual void SetCursorLocation(int32_t location) = 0;
+  virtual void Open(std::u16string_view connection_string) = 0;
+  virtual void Close() = 0;
+};
+
+/// One open result. Field names compare without case; an unknown name raises the provider's error.
+class Recordset : public Object {
+ public:
+  virtual int32_t State() = 0;
+  /// One statement; anything after it is refused. A statement without rows leaves it closed.
+  virtual void Open(std::u16string_view sql, const ConnectionRef& connection, int32_t cursor_type,
+                    int32_t lock_type) = 0;
+  virtual bool EndOfFile() = 0;
+  virtual void MoveNext() = 0;
+  /// Raises 3021 when there is no current record.
+  virtual Value Field(std::u16string_view name) = 0;
+  virtual Value Field(int32_t index) = 0;
+  virtual void SetField(std::u16string_view name, const Value& value) = 0;
+  virtual void AddNew() = 0;
+  virtual void Update() = 0;
+  virtual void Close() = 0;
+};
+
+/// Maker of the two.
+class Database {
+ public:
+  virtual ConnectionRef MakeConnection() = 0;
+  virtual RecordsetRef MakeRecordset() = 0;
+
+ protected:
+  ~Database() = default;
+};
+
+}  // namespace ohmwise

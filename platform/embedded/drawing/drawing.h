@@ -1,0 +1,90 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/drawing.h"
+#include "platform/embedded/drawing/model.h"
+
+namespace ohmwise::embedded {
+
+/// Where a cell is, as a person names it. `page` "" is the document sheet, `shape` "" a page sheet.
+struct CellPlace {
+  std::u16string page;
+  std::u16string shape;
+  std::u16string cell;  ///< "Text" for the text of a shape
+};
+
+/// Told of changes while it is attached to a drawing.
+class ChangeObserver {
+ public:
+  virtual ~ChangeObserver() = default;
+  /// A formula (or constant, or text: cell "Text") was set from outside; `formula` as it is now.
+  virtual void FormulaSet(const CellPlace& place, std::u16string_view formula) = 0;
+  /// A result is another than before, by being set or by recalculation.
+  virtual void ResultChanged(const CellPlace& place, std::u16string_view text) = 0;
+};
+
+class LiveDocument;  // live_document.h: sheets by id, dependency graph
+
+/// A drawing opened in this process: serves the drawing interfaces of the platform over a stored
+/// document, with inheritance and live recalculation. The model outlives it.
+class Drawing {
+ public:
+  explicit Drawing(DocumentModel& model);
+  ~Drawing();  ///< handles that are still held raise from then on
+  Drawing(const Drawing&) = delete;
+  Drawing& operator=(const Drawing&) = delete;
+
+  /// The document as the platform sees it. `Put(name, value)` on it declares or assigns a member of
+  /// its code module (colRefShape …).
+  DocumentRef document();
+  DocumentModel& model();
+
+  /// At most one; null detaches.
+  void SetObserver(ChangeObserver* observer);
+
+  /// Finds a sheet: page "" is the document sheet (shape must be "" then), shape "" the page sheet;
+  /// else a name, universal name, "Sheet.n" or unique ID, at any depth of groups. Raises a host error
+  /// naming what was not found.
+  ShapeRef FindShape(std::u16string_view page, std::u16string_view shape);
+
+  /// Sets PinX and PinY (inches) as a drag does: a SETATREF redirects, a GUARD refuses. Glued wire
+  /// ends follow by their formulas.
+  void Move(const ShapeRef& shape, double x, double y);
+
+  /// Makes a page at the end of its kind (foreground, background).
+  PageRef AddPage(std::u16string_view name, bool background);
+  /// Drops an instance of a master with its pin at a place, in inches; sub-shapes included.
+  ShapeRef Drop(const PageRef& page, std::u16string_view master, double x, double y);
+  /// Glues a cell of one shape to a connection point: writes the formula and the Connect element.
+  void Glue(const ShapeRef& from, std::u16string_view from_cell, const ShapeRef& to,
+            int connection_row);
+
+ private:
+  std::unique_ptr<LiveDocument> live_;
+};
+
+/// The stored sheet behind a shape of this host, for builders and tests; null for foreign shapes.
+Sheet* StoredSheet(const ShapeRef& shape);
+
+/// The drawing program of the headless host: open documents, one of them active.
+class Workspace {
+ public:
+  Workspace();
+  ~Workspace();
+  /// The first drawing becomes the active one. The workspace does not own it.
+  void Attach(Drawing& drawing);
+  void Detach(Drawing& drawing);
+  void Activate(Drawing& drawing);
+  ApplicationRef application();
+
+ private:
+  struct State;
+  Ref<Application> application_;
+  State* state_;
+};
+
+}  // namespace ohmwise::embedded

@@ -1,0 +1,150 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ohmwise::embedded {
+
+// The formula language of the ShapeSheet: parsing and evaluation, without knowledge of any drawing.
+// Texts are UTF-8 here, as they stand in drawing files; lengths and positions that a formula sees
+// count UTF-16 code units.
+
+/// Units that a literal or a cell may carry. `kNumber` is a pure number.
+enum class Unit : uint8_t {
+  kNumber, kPercent, kInches, kInchFraction, kFeet, kFeetInches, kYards, kMiles, kMillimetres,
+  kCentimetres, kMetres, kKilometres, kPoints, kPicas, kDidots, kCiceros, kNauticalMiles,
+  kDrawingUnits, kPageUnits, kTypographic, kDegrees, kRadians, kMinutesOfArc, kSecondsOfArc,
+  kAngle, kDate, kDays, kHours, kMinutes, kSeconds, kWeeks, kCurrency, kBoolean, kText, kColor,
+  kPoint, kGuid, kMultiDimensional, kNurbs, kPolyline,
+};
+
+/// Unit of the code used by the file format's U attribute ("MM", "DL", "STR" …); `kNumber` when the
+/// code is unknown or empty.
+Unit UnitFromCode(std::string_view code) noexcept;
+/// Code of a unit as the file format writes it ("" for a pure number).
+std::string_view UnitCode(Unit unit) noexcept;
+
+class Formula;
+
+/// Why a result is an error value; shown as "#REF!" and so on.
+enum class FormulaErrorKind : uint8_t { kDivideByZero, kValue, kReference, kName, kNumber, kNotAvailable };
+std::string_view ErrorText(FormulaErrorKind kind) noexcept;
+
+/// Result of a formula or content of a cell. Lengths are inches, angles radians, times days.
+struct FormulaValue {
+  enum class Kind : uint8_t { kEmpty, kNumber, kBoolean, kText, kPoint, kError };
+  Kind kind = Kind::kEmpty;
+  Unit unit = Unit::kNumber;  ///< how a number was typed and is shown
+  FormulaErrorKind error = FormulaErrorKind::kValue;
+  double number = 0;  ///< value, 1/0 of a boolean, x of a point
+  double y = 0;       ///< y of a point
+  std::string text;
+
+  static FormulaValue Number(double number, Unit unit = Unit::kNumber);
+  static FormulaValue Boolean(bool value);
+  static FormulaValue Text(std::string text);
+  static FormulaValue Point(double x, double y);
+  static FormulaValue Error(FormulaErrorKind kind);
+  bool IsError() const noexcept { return kind == Kind::kError; }
+
+  /// As a number in internal units: a text converts when it is a number, else 0; errors are 0.
+  double ToNumber() const noexcept;
+  /// As the drawing program shows it: "25.4 mm", "30 deg", "TRUE", "#REF!".
+  std::string ToText() const;
+};
+
+/// A cell reference as it stands in a formula. Names are unquoted here.
+struct Reference {
+  enum class Scope : uint8_t {
+    kSelf,      ///< Width
+    kSheet,     ///< Sheet.5!Width            sheet_id
+    kShape,     ///< Relay!Width, 'Relay 2.12'!Width   shape
+    kThePage,   ///< ThePage!PageWidth
+    kTheDoc,    ///< TheDoc!User.X
+    kPage,      ///< Pages[P]!ThePage!X (the page's sheet)          page
+    kPageSheet, ///< Pages[P]!Sheet.5!X       page, sheet_id
+    kPageShape, ///< Pages[P]!Relay!X         page, shape
+    kMaster,    ///< Masters[M]!ThePage!X     page (the master's name)
+    kMasterSheet,
+    kMasterShape,
+    kStyle,     ///< Styles[S]!X              page (the style's name)
+  };
+  Scope scope = Scope::kSelf;
+  uint32_t sheet_id = 0;
+  std::string page;
+  std::string shape;
+  std::string cell;  ///< "User.Ref", "Scratch.B1", "Connections.Row_1.X" as written
+};
+
+/// What evaluation asks of the drawing. `index` is the position in `Formula::references()`, so that
+/// an implementation can keep resolved references beside the formula.
+class EvaluationContext {
+ public:
+  virtual ~EvaluationContext() = default;
+  /// Value of the cell referred to; an error value (#REF!) when it cannot be found.
+  virtual FormulaValue CellValue(const Formula& formula, size_t index) = 0;
+  virtual std::string PageName() = 0;
+  virtual int PageNumber() = 0;   ///< 1-based among foreground pages; background pages follow theirs
+  virtual int PageCount() = 0;    ///< foreground pages
+  /// Values for functions on the sheet itself: name of the shape, of its master, its ID, its text …
+  /// nullopt when the drawing cannot tell; the formula then keeps its stored value.
+  virtual std::optional<FormulaValue> Property(std::string_view function,
+                                               const std::vector<FormulaValue>& arguments) = 0;
+};
+
+/// Place and reason of a refused formula. `position` counts UTF-16 code units from 0.
+struct FormulaSyntaxError {
+  size_t position = 0;
+  std::string message;  ///< one clause without full stop: "expected \")\" after the arguments of IF"
+};
+
+/// A compiled formula; immutable, shared by all cells with the same text.
+class Formula {
+ public:
+  ~Formula();
+  Formula(const Formula&) = delete;
+  Formula& operator=(const Formula&) = delete;
+
+  /// Compiles a text in universal syntax ("," separates arguments, "." is the decimal point), with
+  /// or without a leading "=". On failure returns null and fills `error`. No recursion on length.
+  static std::unique_ptr<const Formula> Parse(std::string_view text, FormulaSyntaxError& error);
+
+  /// Every cell reference, in order of appearance.
+  const std::vector<Reference>& references() const noexcept;
+  /// True when every function in it is one we evaluate; otherwise its cell keeps its stored value.
+  bool evaluable() const noexcept;
+  /// Name of the first function we do not evaluate; "" when there is none.
+  std::string_view unknown_function() const noexcept;
+  /// True when the outermost call is GUARD: the cell refuses other formulas.
+  bool guarded() const noexcept;
+  /// Index of the reference that a SETATREF at the outermost place redirects to; -1 without one.
+  int redirect() const noexcept;
+  /// Depends on page name, number or count: recalculated when pages change.
+  bool depends_on_pages() const noexcept;
+  /// True when the formula is a literal without references or functions.
+  bool constant() const noexcept;
+
+  FormulaValue Evaluate(EvaluationContext& context) const;
+
+  struct Program;  // formula.cpp
+
+ private:
+  explicit Formula(std::unique_ptr<Program> program);
+  std::unique_ptr<Program> program_;
+};
+
+/// Writes a name so that the formula language accepts it before "!" or inside "[…]": quoted in
+/// apostrophes (inner ones doubled) where it holds anything but letters, digits, "_" and ".".
+std::string QuoteName(std::string_view name);
+/// A text constant with inner quotes doubled.
+std::string QuoteText(std::string_view text);
+
+/// FORMAT and FIELDPICTURE pictures, shared with text fields.
+std::string FormatWithPicture(const FormulaValue& value, std::string_view picture);
+std::string FormatFieldPicture(const FormulaValue& value, int picture);
+
+}  // namespace ohmwise::embedded

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/host.h"
+
+namespace ohmwise::embedded {
+
+/// One message box as it was shown.
+struct ShownMessage {
+  std::u16string title;
+  std::u16string text;
+  MessageIcon icon = MessageIcon::kNone;
+};
+
+/// The headless host: embedded database, message boxes and progress on a terminal.
+class EmbeddedHost : public Host {
+ public:
+  struct Options {
+    /// Folder of the library's data (LangDB); "" looks at OHMWISE_DATA, then beside the program.
+    std::u16string library_folder;
+    /// Called for every box instead of printing it to stderr; null prints.
+    std::function<void(const ShownMessage&)> on_message;
+    /// Progress line on stderr; off when stderr is not a terminal whatever this says.
+    bool show_progress = true;
+  };
+  explicit EmbeddedHost(Options options);
+  ~EmbeddedHost() override;
+
+  Database& database() override;
+  std::u16string LibraryFolder() override;
+  void ShowMessageBox(std::u16string_view text, std::u16string_view title,
+                      MessageIcon icon) override;
+  std::unique_ptr<MessageWindow> MakeMessageWindow(const MessageFormLayout& layout) override;
+  void ProcessEvents() override;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace ohmwise::embedded
