@@ -1,0 +1,211 @@
+#include <array>
+#include <memory>
+
+#include "platform/conversion.h"
+#include "platform/error.h"
+#include "platform/host.h"
+#include "platform/text.h"
+#include "shapeutil/clsLMisc.h"
+
+namespace ohmwise {
+namespace {
+
+/// Characters of the ANSI code page 1252 at 0x80..0x9F; its five unused codes stand for themselves.
+constexpr std::array<char16_t, 32> kCodePage1252 = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+int32_t AnsiCode(char16_t unit) {
+  if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF)) return unit;
+  for (size_t i = 0; i < kCodePage1252.size(); ++i) {
+    if (kCodePage1252[i] == unit) return static_cast<int32_t>(0x80 + i);
+  }
+  Raise(Err::kInvalidCall);
+}
+
+char16_t AnsiCharacter(int32_t code) {
+  if (code > 0xFF) Raise(Err::kInvalidCall);
+  if (code >= 0x80 && code < 0xA0) return kCodePage1252[static_cast<size_t>(code - 0x80)];
+  return static_cast<char16_t>(code);
+}
+
+int32_t Step(int32_t number, int16_t step) {
+  return CheckedCast<int32_t>(int64_t{number} + int64_t{step});
+}
+
+/// At least `width` digits; the sign is not counted.
+std::u16string PaddedText(int32_t number, int64_t width) {
+  std::u16string text = DecimalText(number);
+  const size_t sign = number < 0 ? 1 : 0;
+  const auto digits = static_cast<int64_t>(text.size() - sign);
+  if (digits < width) text.insert(sign, static_cast<size_t>(width - digits), u'0');
+  return text;
+}
+
+/// The matching of the trimming operations is one character against the whole `trim`, so only a
+/// text of one character ever matches.
+bool Matches(char16_t unit, std::u16string_view trim) noexcept {
+  return trim.size() == 1 && trim[0] == unit;
+}
+
+std::u16string_view TrimLeft(std::u16string_view text, std::u16string_view trim, int16_t limit) {
+  for (int32_t removed = 0; limit < 1 || removed < limit; ++removed) {
+    if (text.empty() || !Matches(text.front(), trim)) break;
+    text.remove_prefix(1);
+  }
+  return text;
+}
+
+std::u16string_view TrimRight(std::u16string_view text, std::u16string_view trim, int16_t limit) {
+  for (int32_t removed = 0; limit < 1 || removed < limit; ++removed) {
+    if (text.empty() || !Matches(text.back(), trim)) break;
+    text.remove_suffix(1);
+  }
+  return text;
+}
+
+template <class T>
+int16_t Order(const T& a, const T& b) noexcept {
+  if (a == b) return 0;
+  return a < b ? -1 : 1;
+}
+
+enum class NetClass : int8_t { kText, kMixed, kNumber };  // in sorting order
+
+NetClass ClassOf(int32_t begin, std::u16string_view middle, int32_t end) noexcept {
+  if (begin == -1 && end == -1) return NetClass::kText;
+  if (middle.empty() && begin == end) return NetClass::kNumber;
+  return NetClass::kMixed;
+}
+
+thread_local std::unique_ptr<clsLMisc> shared_misc;
+
+}  // namespace
+
+clsLMisc& SharedMisc() {
+  if (!shared_misc) {
+    shared_misc = std::make_unique<clsLMisc>();
+    AtHostEnd([] { shared_misc.reset(); });
+  }
+  return *shared_misc;
+}
+
+int32_t clsLMisc::GetBeginNumber(std::u16string_view strText) {
+  return caches_.BeginNumber(strText, TextKey(strText));
+}
+
+int32_t clsLMisc::GetEndNumber(std::u16string_view strText, int16_t Length) {
+  return caches_.EndNumber(strText, TextKey(strText), Length);
+}
+
+std::u16string clsLMisc::GetMidText(std::u16string_view strText) {
+  return std::u16string(caches_.MidText(strText, TextKey(strText)));
+}
+
+int16_t clsLMisc::GetEndFormat(std::u16string_view strText) {
+  return caches_.EndFormat(strText, TextKey(strText));
+}
+
+std::u16string clsLMisc::IncrementLastLetter(std::u16string_view s) {
+  if (s.empty()) Raise(Err::kInvalidCall);
+  std::u16string next(s.substr(0, s.size() - 1));
+  const char16_t last = s.back();
+  if (last == u'z') return next + u"aa";
+  if (last == u'Z') return next + u"AA";
+  next += AnsiCharacter(AnsiCode(last) + 1);
+  return next;
+}
+
+std::u16string clsLMisc::SpinText(std::u16string_view strText, int16_t BeginStep, int16_t EndStep) {
+  if (BeginStep == 0 && EndStep == 0) return std::u16string(strText);
+  const TextKey key(strText);
+  const int32_t new_begin = Step(caches_.BeginNumber(strText, key), BeginStep);
+  std::u16string middle(caches_.MidText(strText, key));
+  const int32_t end = caches_.EndNumber(strText, key, -1);
+  const int32_t new_end = Step(end, EndStep);
+
+  if (middle.empty()) {
+    if (BeginStep != 0) return DecimalText(new_begin);
+    return PaddedText(new_end, caches_.EndFormat(strText, key));
+  }
+  std::u16string prefix = new_begin < 0 ? std::u16string() : DecimalText(new_begin);
+  if (end >= 0) {
+    // A remembered middle text may differ in case from this one; it is then nowhere, position 0.
+    const size_t found = strText.find(middle);
+    const int64_t position = found == strText.npos ? 0 : static_cast<int64_t>(found) + 1;
+    const int64_t width =
+        static_cast<int64_t>(strText.size()) - position - static_cast<int64_t>(middle.size()) + 1;
+    return prefix + middle + PaddedText(new_end, width);
+  }
+  for (int16_t step = 0; step < EndStep; ++step) middle = IncrementLastLetter(middle);
+  return prefix + middle;
+}
+
+int16_t clsLMisc::NetComp(std::u16string_view Str1, std::u16string_view Str2) {
+  // Both texts are split before anything is decided: what the caches hold afterwards, and which
+  // text overflows, must not depend on the outcome.
+  const TextKey key1(Str1);
+  const int32_t begin1 = caches_.BeginNumber(Str1, key1);
+  const std::u16string_view middle1 = caches_.MidText(Str1, key1);
+  const int32_t end1 = caches_.EndNumber(Str1, key1, 9);
+  const TextKey key2(Str2);
+  const int32_t begin2 = caches_.BeginNumber(Str2, key2);
+  const std::u16string_view middle2 = caches_.MidText(Str2, key2);
+  const int32_t end2 = caches_.EndNumber(Str2, key2, 9);
+
+  const NetClass class1 = ClassOf(begin1, middle1, end1);
+  const NetClass class2 = ClassOf(begin2, middle2, end2);
+  if (class1 != class2) return Order(class1, class2);
+  switch (class1) {
+    case NetClass::kNumber:
+      return Order(begin1, begin2);
+    case NetClass::kText:
+      return Order(middle1, middle2);
+    case NetClass::kMixed:
+      break;
+  }
+  // -1 sorts below every number, so a missing leading number needs no case of its own.
+  if (begin1 != begin2) return Order(begin1, begin2);
+  if (middle1 != middle2) return Order(middle1, middle2);
+  if (end1 != -1 && end2 != -1) return Order(end1, end2);
+  return end1 == -1 ? -1 : 1;
+}
+
+std::u16string clsLMisc::Trim(std::u16string_view tStr, std::u16string_view TrimChar) {
+  return std::u16string(TrimRight(TrimLeft(tStr, TrimChar, 0), TrimChar, 0));
+}
+
+std::u16string clsLMisc::LTrim(std::u16string_view tStr, std::u16string_view TrimChar,
+                               int16_t NumChar) {
+  return std::u16string(TrimLeft(tStr, TrimChar, NumChar));
+}
+
+std::u16string clsLMisc::RTrim(std::u16string_view tStr, std::u16string_view TrimChar,
+                               int16_t NumChar) {
+  return std::u16string(TrimRight(tStr, TrimChar, NumChar));
+}
+
+std::u16string clsLMisc::GetPin(std::u16string& PinStr, int16_t PinNo) {
+  if (PinNo < 1) return u"?";
+  PinStr = Trim(PinStr, u"\"");
+  std::u16string_view rest = PinStr;
+  std::u16string_view last_named;
+  for (int16_t field = 0;; ++field) {
+    const size_t comma = rest.find(u',');
+    const std::u16string_view name = TrimSpaces(rest.substr(0, comma));
+    if (field > 0) {
+      if (!name.empty()) last_named = name;
+      if (field == PinNo) return name.empty() ? u"?" : std::u16string(name);
+    }
+    if (comma == rest.npos) break;
+    rest.remove_prefix(comma + 1);
+  }
+  return last_named.empty() ? u"?" : std::u16string(last_named);
+}
+
+std::u16string clsLMisc::GetNameU(std::u16string_view NameU) {
+  return std::u16string(NameU.substr(0, NameU.find(u'.')));
+}
+
+}  // namespace ohmwise
