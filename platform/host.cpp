@@ -1,0 +1,51 @@
+#include "platform/host.h"
+
+#include <utility>
+#include <vector>
+
+#include "platform/error.h"
+
+namespace ohmwise {
+namespace {
+
+thread_local Host* current_host = nullptr;
+thread_local std::vector<void (*)()> at_end;
+
+}  // namespace
+
+CollectionRef Host::AsCollection(const ObjectRef& object) {
+  auto* collection = dynamic_cast<Collection*>(object.get());
+  if (!collection) Raise(Err::kTypeMismatch);
+  return CollectionRef::Share(collection);
+}
+
+ShapeRef Host::AsShape(const ObjectRef& object) {
+  auto* shape = dynamic_cast<Shape*>(object.get());
+  if (!shape) Raise(Err::kTypeMismatch);
+  return ShapeRef::Share(shape);
+}
+
+Host& CurrentHost() {
+  if (!current_host) Raise(Err::kObjectNotSet, u"No host is installed on this thread.");
+  return *current_host;
+}
+
+HostScope::HostScope(Host& host) : former_(std::exchange(current_host, &host)) {}
+
+HostScope::~HostScope() {
+  if (!former_) {
+    // Shared instances may use the host once more while they end.
+    for (auto ends = std::exchange(at_end, {}); !ends.empty(); ends.pop_back()) ends.back()();
+  }
+  current_host = former_;
+}
+
+void AtHostEnd(void (*end)()) { at_end.push_back(end); }
+
+CollectionRef ToCollection(const Value& value) {
+  return CurrentHost().AsCollection(value.AsObject());
+}
+
+ShapeRef ToShape(const Value& value) { return CurrentHost().AsShape(value.AsObject()); }
+
+}  // namespace ohmwise
