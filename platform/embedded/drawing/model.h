@@ -67,6 +67,7 @@ struct StoredSection {
   bool deleted = false;           ///< Del="1"
   bool changed = false;           ///< created here
   std::vector<StoredRow> rows;
+  std::vector<StoredCell> cells;  ///< cells of the section itself (Geometry: NoFill, NoShow …)
 };
 
 /// A piece of a Text element, in order.
