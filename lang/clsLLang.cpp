@@ -1,0 +1,117 @@
+#include "lang/clsLLang.h"
+
+#include <memory>
+#include <string_view>
+
+#include "platform/conversion.h"
+#include "platform/host.h"
+#include "platform/text.h"
+#include "shapeutil/clsLMisc.h"
+
+namespace ohmwise {
+namespace {
+
+constexpr std::u16string_view kProvider =
+    u"Provider=Microsoft.Jet.OLEDB.4.0;Jet OLEDB:Database Password=Qm7TzK2pLw9XcVb4NsRd;"
+    u"Data Source=";
+constexpr std::u16string_view kDatabaseFile = u"LangDB.mdb";
+constexpr std::u16string_view kMissingText =
+    u"Error: Unable to get language strings from LangDB.mdb";
+constexpr int32_t kCacheSize = 50;
+
+// The folder with a separator at its end. Hosts name it with their own one, so either counts as an
+// end; a folder without any gets the one it uses itself.
+std::u16string DataFolder() {
+  std::u16string folder = CurrentHost().LibraryFolder();
+  if (!folder.ends_with(u'\\') && !folder.ends_with(u'/')) {
+    folder += folder.find(u'/') == std::u16string::npos ? u'\\' : u'/';
+  }
+  // A build run from a development sub-folder finds the data in the folder above.
+  return ReplaceAll(folder, u"Development", u"");
+}
+
+std::unique_ptr<clsLLang>& SharedSlot() {
+  thread_local std::unique_ptr<clsLLang> instance;
+  return instance;
+}
+
+}  // namespace
+
+clsLLang::clsLLang() {
+  const std::u16string source = DataFolder().append(kDatabaseFile);
+  Database& database = CurrentHost().database();
+  connection_ = database.MakeConnection();
+  records_ = database.MakeRecordset();
+  connection_->SetCursorLocation(kCursorLocationClient);
+  connection_->Open(std::u16string(kProvider).append(source));
+  Query(records_, u"Select * from Misc");
+  if (!records_->EndOfFile()) language_ = records_->Field(u"CurLang").ToInt16();
+  records_->Close();
+}
+
+clsLLang::~clsLLang() {
+  try {
+    if (connection_->State() != kStateClosed) connection_->Close();
+  } catch (...) {  // A provider that cannot close any more has nothing left to give back.
+  }
+}
+
+void clsLLang::Query(const RecordsetRef& records, std::u16string_view sql) {
+  records->Open(sql, connection_, kCursorDynamic, kLockOptimistic);
+}
+
+std::u16string clsLLang::GetStr(int32_t SID) {
+  const std::u16string key = DecimalText(SID);
+  if (!cache_) cache_ = MakeCollection();
+  if (SharedMisc().GotInCollection(cache_, key)) {
+    std::u16string text = cache_->Item(key).ToText();
+    cache_->Remove(key);
+    cache_->Add(text, key);
+    return text;
+  }
+  Query(records_,
+        u"Select * from Mssg where LID=" + DecimalText(int32_t{language_}) + u" and SID=" + key);
+  std::u16string text(kMissingText);
+  if (!records_->EndOfFile()) text = records_->Field(u"Mssg").ToText();
+  records_->Close();
+  if (cache_->Count() >= kCacheSize) cache_->Remove(1);
+  cache_->Add(text, key);
+  return text;
+}
+
+void clsLLang::SetLanguage(int16_t Value) {
+  const RecordsetRef records = CurrentHost().database().MakeRecordset();
+  Query(records, u"Select * From Misc");
+  if (records->Field(u"CurLang").ToInt32() != Value) {
+    const std::u16string message = SharedLang().GetStr(325);
+    CurrentHost().ShowMessageBox(message, SharedLang().GetStr(276), MessageIcon::kInformation);
+    records->SetField(u"CurLang", ohmwise::Value(Value));
+    records->Update();
+  }
+  records->Close();
+}
+
+void clsLLang::InitCombo(const ObjectRef& cmbActive) {
+  if (!cmbActive) Raise(Err::kObjectNotSet);
+  cmbActive->Call(u"Clear");
+  Query(records_, u"Select * from Lang");
+  for (; !records_->EndOfFile(); records_->MoveNext()) {
+    const Value name = records_->Field(u"Lang");
+    cmbActive->Call(u"AddItem", {&name, 1});
+  }
+  records_->Close();
+  Query(records_, u"Select * from Misc");
+  cmbActive->Put(u"ListIndex", records_->Field(u"CurLang"));
+  records_->Close();
+}
+
+clsLLang& SharedLang() {
+  std::unique_ptr<clsLLang>& instance = SharedSlot();
+  if (!instance) {
+    instance = std::make_unique<clsLLang>();
+    AtHostEnd([] { SharedSlot().reset(); });
+  }
+  return *instance;
+}
+
+}  // namespace ohmwise
