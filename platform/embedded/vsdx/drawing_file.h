@@ -13,7 +13,7 @@ struct PackageLimits {
   uint64_t part_bytes = 512ull << 20;
   uint64_t total_bytes = 2048ull << 20;
   uint32_t entries = 10000;
-  uint32_t compression_ratio = 100;          ///< enforced above `ratio_exempt_bytes`
+  uint32_t compression_ratio = 100;  ///< enforced above `ratio_exempt_bytes`
   uint64_t ratio_exempt_bytes = 100ull << 10;
   uint32_t xml_depth = 256;
   uint32_t master_recursion = 64;
@@ -27,7 +27,8 @@ class DrawingFile {
   virtual ~DrawingFile() = default;
 
   /// Opens a package. Parts of pages and masters are parsed when first needed.
-  static std::unique_ptr<DrawingFile> Open(const std::string& path, const PackageLimits& limits = {});
+  static std::unique_ptr<DrawingFile> Open(const std::string& path,
+                                           const PackageLimits& limits = {});
   /// The same from memory; `name` is used in messages.
   static std::unique_ptr<DrawingFile> OpenBytes(std::string bytes, const std::string& name,
                                                 const PackageLimits& limits = {});
@@ -39,6 +40,8 @@ class DrawingFile {
   /// Writes the package: a temporary beside `path`, flushed, then renamed. Untouched parts are
   /// written back byte for byte; with nothing changed the whole file is the same bytes.
   virtual void Save(const std::string& path) = 0;
+  /// What Save would write.
+  virtual std::string SaveBytes() = 0;
 };
 
 }  // namespace ohmwise::embedded

@@ -1,0 +1,191 @@
+#include "platform/embedded/vsdx/xml_text.h"
+
+#include <cstring>
+
+#include "platform/text.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+constexpr size_t kNone = std::string_view::npos;
+
+enum class TagKind : uint8_t { kOpen, kClose, kEmpty, kOther, kDocType, kBroken };
+
+// Classifies the markup at `at` (a '<') and moves `at` behind it.
+TagKind NextTag(std::string_view xml, size_t& at) {
+  const auto skip = [&](std::string_view end, size_t from) {
+    const size_t found = xml.find(end, from);
+    if (found == kNone) return TagKind::kBroken;
+    at = found + end.size();
+    return TagKind::kOther;
+  };
+  const std::string_view rest = xml.substr(at);
+  if (rest.starts_with("<!--")) return skip("-->", at + 4);
+  if (rest.starts_with("<![CDATA[")) return skip("]]>", at + 9);
+  if (rest.starts_with("<!")) return TagKind::kDocType;
+  if (rest.starts_with("<?")) return skip("?>", at + 2);
+  const size_t end = TagEnd(xml, at);
+  if (end == kNone) return TagKind::kBroken;
+  const TagKind kind = rest.starts_with("</") ? TagKind::kClose
+                       : xml[end - 1] == '/'  ? TagKind::kEmpty
+                                              : TagKind::kOpen;
+  at = end + 1;
+  return kind;
+}
+
+// Length of the UTF-8 sequence at `at`, 0 when it is none that XML may hold.
+size_t XmlSequence(std::string_view text, size_t at) {
+  const auto byte = [&](size_t i) {
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
+  };
+  const unsigned lead = byte(at);
+  const auto tail = [&](size_t i) { return (byte(i) & 0xC0) == 0x80; };
+  if (lead < 0x80) return lead >= 0x20 || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
+  if (lead >= 0xC2 && lead < 0xE0) return tail(at + 1) ? 2 : 0;
+  if (lead >= 0xE0 && lead < 0xF0) {
+    if (!tail(at + 1) || !tail(at + 2)) return 0;
+    if (lead == 0xE0 && byte(at + 1) < 0xA0) return 0;
+    if (lead == 0xED && byte(at + 1) >= 0xA0) return 0;                          // surrogates
+    if (lead == 0xEF && byte(at + 1) == 0xBF && byte(at + 2) >= 0xBE) return 0;  // U+FFFE, U+FFFF
+    return 3;
+  }
+  if (lead >= 0xF0 && lead < 0xF5) {
+    if (!tail(at + 1) || !tail(at + 2) || !tail(at + 3)) return 0;
+    if (lead == 0xF0 && byte(at + 1) < 0x90) return 0;
+    if (lead == 0xF4 && byte(at + 1) >= 0x90) return 0;
+    return 4;
+  }
+  return 0;
+}
+
+void AppendEscaped(std::string& out, std::string_view text, bool attribute) {
+  for (size_t i = 0; i < text.size();) {
+    const size_t length = XmlSequence(text, i);
+    if (length == 0) {
+      out += "\xEF\xBF\xBD";
+      // A surrogate written as three bytes is one character, not three.
+      const bool surrogate = static_cast<unsigned char>(text[i]) == 0xED && i + 2 < text.size() &&
+                             (static_cast<unsigned char>(text[i + 1]) & 0xE0) == 0xA0;
+      i += surrogate ? 3 : 1;
+      continue;
+    }
+    const char c = text[i];
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '\r':
+        out += "&#13;";
+        break;
+      case '\'':
+        out += attribute ? "&apos;" : "'";
+        break;
+      case '\t':
+        out += attribute ? "&#9;" : "\t";
+        break;
+      case '\n':
+        out += attribute ? "&#10;" : "\n";
+        break;
+      default:
+        out.append(text, i, length);
+    }
+    i += length;
+  }
+}
+
+}  // namespace
+
+XmlFault ScanXml(std::string_view xml, uint32_t max_depth) {
+  uint32_t depth = 0;
+  size_t at = xml.find('<');
+  while (at != kNone) {
+    switch (NextTag(xml, at)) {
+      case TagKind::kOpen:
+        if (++depth > max_depth) return XmlFault::kTooDeep;
+        break;
+      case TagKind::kClose:
+        if (depth == 0) return XmlFault::kBroken;
+        --depth;
+        break;
+      case TagKind::kEmpty:
+        if (depth + 1 > max_depth) return XmlFault::kTooDeep;
+        break;
+      case TagKind::kOther:
+        break;
+      case TagKind::kDocType:
+        return XmlFault::kDocType;
+      case TagKind::kBroken:
+        return XmlFault::kBroken;
+    }
+    at = xml.find('<', at);
+  }
+  return depth == 0 ? XmlFault::kNone : XmlFault::kBroken;
+}
+
+void ToUtf8Part(std::vector<char>& part) {
+  if (part.size() < 2) return;
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(part[i]); };
+  const bool little = byte(0) == 0xFF && byte(1) == 0xFE;
+  if (!little && !(byte(0) == 0xFE && byte(1) == 0xFF)) return;
+  std::u16string text;
+  text.reserve(part.size() / 2);
+  for (size_t i = 2; i + 1 < part.size(); i += 2) {
+    text += static_cast<char16_t>(little ? byte(i) | byte(i + 1) << 8 : byte(i) << 8 | byte(i + 1));
+  }
+  std::string utf8 = ToUtf8(text);
+  if (utf8.starts_with("<?xml")) {
+    const size_t end = utf8.find("?>");
+    if (end != std::string::npos)
+      utf8.replace(0, end + 2, "<?xml version='1.0' encoding='utf-8'?>");
+  }
+  part.assign(utf8.begin(), utf8.end());
+}
+
+void AppendXmlText(std::string& out, std::string_view text) { AppendEscaped(out, text, false); }
+
+void AppendXmlAttribute(std::string& out, std::string_view text) { AppendEscaped(out, text, true); }
+
+size_t TagEnd(std::string_view xml, size_t start) {
+  for (size_t i = start + 1; i < xml.size(); ++i) {
+    const char c = xml[i];
+    if (c == '>') return i;
+    if (c == '"' || c == '\'') {
+      i = xml.find(c, i + 1);
+      if (i == kNone) return kNone;
+    }
+  }
+  return kNone;
+}
+
+size_t ElementEnd(std::string_view xml, size_t start) {
+  size_t depth = 0;
+  size_t at = start;
+  while (at != kNone) {
+    switch (NextTag(xml, at)) {
+      case TagKind::kOpen:
+        ++depth;
+        break;
+      case TagKind::kClose:
+        if (--depth == 0) return at;
+        break;
+      case TagKind::kEmpty:
+        if (depth == 0) return at;
+        break;
+      case TagKind::kOther:
+        break;
+      case TagKind::kDocType:
+      case TagKind::kBroken:
+        return kNone;
+    }
+    at = xml.find('<', at);
+  }
+  return kNone;
+}
+
+}  // namespace ohmwise::embedded

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ohmwise::embedded {
+
+/// What a pass over the tags of a part finds, before any tree is built of it.
+enum class XmlFault : uint8_t { kNone, kDocType, kTooDeep, kBroken };
+
+/// Walks the tags without building anything: nesting depth, DOCTYPE, tags that never end.
+XmlFault ScanXml(std::string_view xml, uint32_t max_depth);
+
+/// Turns UTF-16 with a byte order mark into UTF-8, with a declaration to match; leaves anything
+/// else.
+void ToUtf8Part(std::vector<char>& part);
+
+/// Appends with markup escaped; what XML cannot hold becomes U+FFFD.
+void AppendXmlText(std::string& out, std::string_view text);
+/// The same for an attribute value in single quotes.
+void AppendXmlAttribute(std::string& out, std::string_view text);
+
+/// Index of the '>' that ends the tag starting at `start`; npos when there is none.
+size_t TagEnd(std::string_view xml, size_t start);
+/// Index after the whole element whose '<' is at `start`; npos when it never ends.
+size_t ElementEnd(std::string_view xml, size_t start);
+
+}  // namespace ohmwise::embedded
