@@ -65,18 +65,21 @@ std::u16string_view TrimRight(std::u16string_view text, std::u16string_view trim
   return text;
 }
 
-template <class T>
-int16_t Order(const T& a, const T& b) noexcept {
-  if (a == b) return 0;
-  return a < b ? -1 : 1;
+using Pieces = SplitterCaches::Pieces;
+
+// In sorting order.
+constexpr uint64_t kTextClass = 0;
+constexpr uint64_t kMixedClass = 1;
+constexpr uint64_t kNumberClass = 2;
+
+uint64_t ClassOf(const Pieces& pieces) noexcept {
+  if (pieces.begin == -1 && pieces.end == -1) return kTextClass;
+  return pieces.middle->empty() && pieces.begin == pieces.end ? kNumberClass : kMixedClass;
 }
 
-enum class NetClass : int8_t { kText, kMixed, kNumber };  // in sorting order
-
-NetClass ClassOf(int32_t begin, std::u16string_view middle, int32_t end) noexcept {
-  if (begin == -1 && end == -1) return NetClass::kText;
-  if (middle.empty() && begin == end) return NetClass::kNumber;
-  return NetClass::kMixed;
+/// Class and leading number in one comparison.
+uint64_t Head(uint64_t net_class, int32_t begin) noexcept {
+  return net_class << 32 | (static_cast<uint32_t>(begin) + 1);
 }
 
 thread_local std::unique_ptr<clsLMisc> shared_misc;
@@ -100,7 +103,7 @@ int32_t clsLMisc::GetEndNumber(std::u16string_view strText, int16_t Length) {
 }
 
 std::u16string clsLMisc::GetMidText(std::u16string_view strText) {
-  return std::u16string(caches_.MidText(strText, TextKey(strText)));
+  return caches_.MidText(strText, TextKey(strText)).Text();
 }
 
 int16_t clsLMisc::GetEndFormat(std::u16string_view strText) {
@@ -121,7 +124,7 @@ std::u16string clsLMisc::SpinText(std::u16string_view strText, int16_t BeginStep
   if (BeginStep == 0 && EndStep == 0) return std::u16string(strText);
   const TextKey key(strText);
   const int32_t new_begin = Step(caches_.BeginNumber(strText, key), BeginStep);
-  std::u16string middle(caches_.MidText(strText, key));
+  std::u16string middle = caches_.MidText(strText, key).Text();
   const int32_t end = caches_.EndNumber(strText, key, -1);
   const int32_t new_end = Step(end, EndStep);
 
@@ -145,31 +148,21 @@ std::u16string clsLMisc::SpinText(std::u16string_view strText, int16_t BeginStep
 int16_t clsLMisc::NetComp(std::u16string_view Str1, std::u16string_view Str2) {
   // Both texts are split before anything is decided: what the caches hold afterwards, and which
   // text overflows, must not depend on the outcome.
-  const TextKey key1(Str1);
-  const int32_t begin1 = caches_.BeginNumber(Str1, key1);
-  const std::u16string_view middle1 = caches_.MidText(Str1, key1);
-  const int32_t end1 = caches_.EndNumber(Str1, key1, 9);
-  const TextKey key2(Str2);
-  const int32_t begin2 = caches_.BeginNumber(Str2, key2);
-  const std::u16string_view middle2 = caches_.MidText(Str2, key2);
-  const int32_t end2 = caches_.EndNumber(Str2, key2, 9);
+  const Pieces first = caches_.Split(Str1, TextKey(Str1));
+  const Pieces second = caches_.Split(Str2, TextKey(Str2));
 
-  const NetClass class1 = ClassOf(begin1, middle1, end1);
-  const NetClass class2 = ClassOf(begin2, middle2, end2);
-  if (class1 != class2) return Order(class1, class2);
-  switch (class1) {
-    case NetClass::kNumber:
-      return Order(begin1, begin2);
-    case NetClass::kText:
-      return Order(middle1, middle2);
-    case NetClass::kMixed:
-      break;
-  }
-  // -1 sorts below every number, so a missing leading number needs no case of its own.
-  if (begin1 != begin2) return Order(begin1, begin2);
-  if (middle1 != middle2) return Order(middle1, middle2);
-  if (end1 != -1 && end2 != -1) return Order(end1, end2);
-  return end1 == -1 ? -1 : 1;
+  // Class, leading number, middle and trailing number order every class: the pieces that a class
+  // does not look at are equal within it, and a missing number, -1, sorts below all others. Taken
+  // together without branches, as no two texts of a list go the same way.
+  const uint64_t class1 = ClassOf(first);
+  const uint64_t head1 = Head(class1, first.begin);
+  const uint64_t head2 = Head(ClassOf(second), second.begin);
+  const int32_t head = (head1 > head2) - (head1 < head2);
+  const int32_t end = (first.end > second.end) - (first.end < second.end);
+  const int32_t order = 4 * head + 2 * first.middle->Compare(*second.middle) + end;
+  if (order != 0) return order < 0 ? -1 : 1;
+  // Equal mixed texts without a trailing number: the sorting wants a decision.
+  return class1 == kMixedClass && first.end == -1 ? -1 : 0;
 }
 
 std::u16string clsLMisc::Trim(std::u16string_view tStr, std::u16string_view TrimChar) {
