@@ -21,10 +21,6 @@ namespace {
   Raise(Err::kProvider, u"Operation is not allowed when the object is open.");
 }
 
-std::filesystem::path PathOf(std::u16string_view text) {
-  return std::filesystem::path(std::u16string(text));
-}
-
 class SqliteConnection final : public Counted<Connection> {
  public:
   explicit SqliteConnection(int busy_timeout_ms) : busy_timeout_ms_(busy_timeout_ms) {}
@@ -35,7 +31,8 @@ class SqliteConnection final : public Counted<Connection> {
   void Open(std::u16string_view connection_string) override {
     if (session_) RefuseOpen();
     const ConnectionString parsed = ParseConnectionString(connection_string);
-    session_ = std::make_shared<SqliteSession>(PathOf(parsed.data_source), busy_timeout_ms_, false);
+    session_ =
+        std::make_shared<SqliteSession>(PathFromText(parsed.data_source), busy_timeout_ms_, false);
   }
   void Close() override {
     if (!session_) RefuseClosed();
@@ -362,7 +359,7 @@ void DatabaseFileWriter::Finish() {
   std::error_code error;
   std::filesystem::rename(state_->temporary, state_->path, error);
   if (error) {
-    Raise(Err::kProvider, u"The database \"" + state_->path.u16string() +
+    Raise(Err::kProvider, u"The database \"" + TextFromPath(state_->path) +
                               u"\" cannot be put in place: " + FromUtf8(error.message()) + u".");
   }
 }

@@ -15,8 +15,6 @@ namespace {
 
 constexpr std::string_view kJetMark = "Standard Jet DB";
 
-std::u16string NameOf(const std::filesystem::path& path) { return path.u16string(); }
-
 [[noreturn]] void FailFile(const std::u16string& name, std::u16string_view what) {
   Raise(Err::kProvider, u"The database \"" + name + u"\" " + std::u16string(what));
 }
@@ -69,12 +67,26 @@ std::string FileText(std::u16string_view text) {
 
 }  // namespace
 
+// Through UTF-8 by our own rules: the library's conversions throw on what is no Unicode.
+std::filesystem::path PathFromText(std::u16string_view text) {
+  if (text.find(u'\0') != std::u16string_view::npos) {
+    Raise(Err::kProvider, u"The name of the database holds a null character.");
+  }
+  const std::string utf8 = ToUtf8(text);
+  return std::u8string(utf8.begin(), utf8.end());
+}
+
+std::u16string TextFromPath(const std::filesystem::path& path) {
+  const std::u8string utf8 = path.u8string();
+  return FromUtf8(std::string(utf8.begin(), utf8.end()));
+}
+
 void SqliteSession::CloseHandle::operator()(sqlite3* handle) const noexcept {
   sqlite3_close_v2(handle);
 }
 
 SqliteSession::SqliteSession(const std::filesystem::path& path, int busy_timeout_ms, bool create)
-    : name_(NameOf(path)) {
+    : name_(TextFromPath(path)) {
   if (!create) CheckFile(path, name_);
   // An absolute name can be none of the engine's special ones (":memory:", "file:…").
   const std::string full = std::filesystem::absolute(path).string();

@@ -13,6 +13,10 @@ struct sqlite3_stmt;
 
 namespace ohmwise::embedded {
 
+/// Conversions of file names. Raises the provider's error for a name that no file can have.
+std::filesystem::path PathFromText(std::u16string_view text);
+std::u16string TextFromPath(const std::filesystem::path& path);
+
 /// One open database file.
 class SqliteSession {
  public:

@@ -1,0 +1,79 @@
+#include "platform/embedded/host/embedded_host.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/embedded/database/sqlite_database.h"
+#include "platform/embedded/forms/terminal_forms.h"
+#include "platform/embedded/host/program_folder.h"
+#include "platform/text.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+constexpr const char* kFolderVariable = "OHMWISE_DATA";
+constexpr const char* kDataMark = "LangDB.mdb";
+
+// Beside the program: installed, unpacked, and two places of a build tree.
+std::filesystem::path FolderBesideProgram() {
+  const std::filesystem::path program = ProgramFolder();
+  const std::filesystem::path installed = program.parent_path() / "share" / "ohmwise";
+  for (const std::filesystem::path& folder :
+       {installed, program / "data", program.parent_path().parent_path() / "share" / "ohmwise"}) {
+    std::error_code ignored;
+    if (std::filesystem::exists(folder / kDataMark, ignored)) return folder;
+  }
+  return installed;  // A missing file is then reported where an installation has it.
+}
+
+std::u16string DataFolder(const EmbeddedHost::Options& options) {
+  std::u16string folder = options.library_folder;
+  if (folder.empty()) {
+    const char* variable = std::getenv(kFolderVariable);
+    if (variable && *variable) folder = FromUtf8(variable);
+  }
+  if (folder.empty()) {
+    const std::u8string beside = FolderBesideProgram().u8string();
+    folder = FromUtf8(std::string(beside.begin(), beside.end()));
+  }
+  if (!folder.ends_with(u'/')) folder += u'/';
+  return folder;
+}
+
+}  // namespace
+
+struct EmbeddedHost::State {
+  explicit State(Options given)
+      : options(std::move(given)), folder(DataFolder(options)), forms(options.show_progress) {}
+
+  Options options;
+  std::u16string folder;
+  SqliteDatabase database;
+  TerminalForms forms;
+};
+
+EmbeddedHost::EmbeddedHost(Options options) : state_(std::make_unique<State>(std::move(options))) {}
+EmbeddedHost::~EmbeddedHost() = default;
+
+Database& EmbeddedHost::database() { return state_->database; }
+
+std::u16string EmbeddedHost::LibraryFolder() { return state_->folder; }
+
+void EmbeddedHost::ShowMessageBox(std::u16string_view text, std::u16string_view title,
+                                  MessageIcon icon) {
+  if (state_->options.on_message) {
+    state_->options.on_message({std::u16string(title), std::u16string(text), icon});
+  } else {
+    state_->forms.ShowMessageBox(text, title, icon);
+  }
+}
+
+std::unique_ptr<MessageWindow> EmbeddedHost::MakeMessageWindow(const MessageFormLayout&) {
+  return state_->forms.MakeMessageWindow();
+}
+
+// A command has no input that could be pending.
+void EmbeddedHost::ProcessEvents() {}
+
+}  // namespace ohmwise::embedded
