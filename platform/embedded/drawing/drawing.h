@@ -47,8 +47,8 @@ class Drawing {
   void SetObserver(ChangeObserver* observer);
 
   /// Finds a sheet: page "" is the document sheet (shape must be "" then), shape "" the page sheet;
-  /// else a name, universal name, "Sheet.n" or unique ID, at any depth of groups. Raises a host error
-  /// naming what was not found.
+  /// else a name, universal name, "Sheet.n" or unique ID, at any depth of groups. Raises a host
+  /// error naming what was not found.
   ShapeRef FindShape(std::u16string_view page, std::u16string_view shape);
 
   /// Sets PinX and PinY (inches) as a drag does: a SETATREF redirects, a GUARD refuses. Glued wire
@@ -64,6 +64,7 @@ class Drawing {
             int connection_row);
 
  private:
+  friend class Workspace;
   std::unique_ptr<LiveDocument> live_;
 };
 

@@ -11,9 +11,10 @@
 
 namespace ohmwise::embedded {
 
-// The drawing as stored: sheets with local cells, sections and rows, exactly what the package holds,
-// before inheritance. Filled by the package reader, changed by the ShapeSheet, read again by the
-// package writer, which patches only what is marked changed. Texts are UTF-8 views into the arena.
+// The drawing as stored: sheets with local cells, sections and rows, exactly what the package
+// holds, before inheritance. Filled by the package reader, changed by the ShapeSheet, read again by
+// the package writer, which patches only what is marked changed. Texts are UTF-8 views into the
+// arena.
 
 /// Owns texts for the life of a document.
 class TextArena {
@@ -44,25 +45,26 @@ struct StoredCell {
   std::string_view unit;     ///< U: "MM", "STR" …, "" when absent
   std::string_view error;    ///< E: "#REF!" …, "" when absent
   FormulaState formula_state = FormulaState::kAbsent;
-  bool has_value = true;     ///< V (or element text) present
-  bool changed = false;      ///< differs from the file; the writer patches or creates the element
-  bool removed = false;      ///< taken away locally; the writer removes the element
-  uint32_t live = 0;         ///< handle of the live ShapeSheet, 0 when it has not looked yet
+  bool has_value = true;  ///< V (or element text) present
+  bool changed = false;   ///< differs from the file; the writer patches or creates the element
+  bool removed = false;   ///< taken away locally; the writer removes the element
+  uint32_t live = 0;      ///< handle of the live ShapeSheet, 0 when it has not looked yet
 };
 
 struct StoredRow {
-  std::string_view name;        ///< N, or LocalName where a file has no N; "" for rows by index
-  std::string_view local_name;  ///< LocalName
-  std::string_view type;        ///< T: "Connection", "LineTo" …
+  std::string_view name;          ///< N, or LocalName where a file has no N; "" for rows by index
+  std::string_view local_name;    ///< LocalName
+  std::string_view type;          ///< T: "Connection", "LineTo" …
   std::optional<uint32_t> index;  ///< IX
-  bool deleted = false;  ///< Del="1": hides an inherited row
-  bool changed = false;  ///< created here, or its deletion mark changed (cells have marks of their own)
+  bool deleted = false;           ///< Del="1": hides an inherited row
+  bool changed =
+      false;  ///< created here, or its deletion mark changed (cells have marks of their own)
   bool removed = false;  ///< element taken away
   std::vector<StoredCell> cells;
 };
 
 struct StoredSection {
-  std::string_view name;          ///< N: "User", "Property", "Scratch", "Connection", "Geometry" …
+  std::string_view name;  ///< N: "User", "Property", "Scratch", "Connection", "Geometry" …
   std::optional<uint32_t> index;  ///< IX of repeated sections (Geometry, FillGradient …)
   bool deleted = false;           ///< Del="1"
   bool changed = false;           ///< created here
@@ -169,9 +171,9 @@ class ContentsLoader {
 
 struct DocumentModel {
   TextArena arena;
-  Sheet sheet;  ///< DocumentSheet
-  std::vector<std::unique_ptr<Sheet>> styles;       ///< StyleSheets by position; `id` is theirs
-  std::vector<std::unique_ptr<PageModel>> pages;    ///< tab order, background pages where they stand
+  Sheet sheet;                                    ///< DocumentSheet
+  std::vector<std::unique_ptr<Sheet>> styles;     ///< StyleSheets by position; `id` is theirs
+  std::vector<std::unique_ptr<PageModel>> pages;  ///< tab order, background pages where they stand
   std::vector<std::unique_ptr<MasterModel>> masters;
   ContentsLoader* loader = nullptr;  ///< null for a document made from nothing
   bool recalculate_on_open = false;  ///< something we cannot evaluate depends on a change: the

@@ -1,0 +1,527 @@
+#include <algorithm>
+#include <cstring>
+
+#include "platform/embedded/drawing/live_document.h"
+#include "platform/error.h"
+#include "platform/text.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+std::string_view Trimmed(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  return text;
+}
+
+/// True for one literal: what is saved as a bare value. "1+2" is a formula although it is constant.
+bool IsLiteral(std::string_view text, const FormulaValue& value) {
+  switch (value.kind) {
+    case FormulaValue::Kind::kText:
+      return QuoteText(value.text) == text;
+    case FormulaValue::Kind::kBoolean:
+      return SameName(text, "TRUE") || SameName(text, "FALSE");
+    case FormulaValue::Kind::kNumber:
+      for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (std::string_view("()*/^&<>=,!").find(c) != std::string_view::npos) return false;
+        if ((c == '+' || c == '-') && i > 0 && text[i - 1] != 'e' && text[i - 1] != 'E') {
+          return false;
+        }
+      }
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::string ConstantText(const FormulaValue& value) {
+  char buffer[kSlotBytes];
+  switch (value.kind) {
+    case FormulaValue::Kind::kEmpty:
+      return {};
+    case FormulaValue::Kind::kText:
+      return QuoteText(value.text);
+    case FormulaValue::Kind::kNumber:
+      if (value.unit == Unit::kNumber) return std::string(NumberText(value.number, buffer));
+      return value.ToText();
+    default:
+      return value.ToText();
+  }
+}
+
+/// Row type of the file for a row tag; "" where sections have one type only.
+std::string_view TypeOfTag(int16_t section, int16_t tag) {
+  if (section != section::kConnectionPoints) return {};
+  return tag == row_tag::kConnectionPoint || tag == row_tag::kConnectionPointNamed
+             ? "ConnectionABCD"
+             : "Connection";
+}
+
+}  // namespace
+
+void LiveDocument::Mark(Sheet& sheet) {
+  sheet.cells_changed = true;
+  if (sheet.contents != nullptr) sheet.contents->changed = true;
+}
+
+void LiveDocument::Refuse(LiveSheet& live, const CellAddress& address, std::u16string_view why) {
+  Raise(Err::kHost, PlaceText(Place(live, address)) + u": " + std::u16string(why));
+}
+
+void LiveDocument::CheckUnguarded(LiveSheet& live, const CellAddress& address) {
+  const ResolvedCell cell = Resolve(live, address);
+  if (cell.formula == nullptr) return;
+  const CompiledFormula& compiled = Compile(cell.formula->formula);
+  if (compiled.formula && compiled.formula->guarded()) {
+    Refuse(live, address, u"the cell is protected by GUARD.");
+  }
+}
+
+StoredSection& LiveDocument::EnsureSection(Sheet& sheet, uint16_t section) {
+  for (StoredSection& stored : sheet.sections) {
+    if (SectionNumber(stored) != section) continue;
+    if (stored.deleted) {
+      stored.deleted = false;
+      stored.changed = true;
+    }
+    return stored;
+  }
+  const SectionInfo& info = *FindSection(static_cast<int16_t>(section));
+  StoredSection& stored = sheet.sections.emplace_back();
+  stored.name = info.stored;
+  stored.changed = true;
+  if (info.style == RowStyle::kGeometry) {
+    stored.index = static_cast<uint32_t>(section - section::kFirstGeometry);
+  }
+  return stored;
+}
+
+StoredRow& LiveDocument::EnsureLocalRow(LiveSheet& live, const CellAddress& address) {
+  Sheet& sheet = *live.sheet;
+  if (StoredRow* row = FindRow(sheet, names_, address)) return *row;
+  const std::string_view type = RowTypeText(live, address);
+  StoredSection& section = EnsureSection(sheet, address.section);
+  StoredRow& row = section.rows.emplace_back();
+  row.changed = true;
+  row.type = type;
+  if (address.row & CellAddress::kNamedRow) {
+    row.name = model_.arena.Keep(names_.Text(address.row & ~CellAddress::kNamedRow));
+    for (const RowView& view : Rows(live, address.section)) {
+      if (view.key == address.row) row.name = view.name;
+    }
+  } else {
+    row.index = address.row;
+  }
+  ++live.layout;
+  return row;
+}
+
+StoredCell& LiveDocument::EnsureLocal(LiveSheet& live, const CellAddress& address) {
+  const ResolvedCell resolved = Resolve(live, address);
+  if (resolved.local != nullptr) return *resolved.local;
+  std::vector<StoredCell>* cells = nullptr;
+  if (address.IsObject()) {
+    cells = &live.sheet->cells;
+  } else if (address.row == 0 && address.section >= section::kFirstGeometry &&
+             address.section <= section::kLastGeometry) {
+    cells = &EnsureSection(*live.sheet, address.section).cells;
+  } else {
+    cells = &EnsureLocalRow(live, address).cells;
+  }
+  StoredCell cell;
+  cell.name = ColumnName(names_, address, NamedConnection(live, address));
+  if (address.column & CellAddress::kUnlisted) cell.name = model_.arena.Keep(cell.name);
+  cell.changed = true;
+  cell.has_value = false;
+  cell.formula_state =
+      resolved.formula != nullptr ? FormulaState::kInherited : FormulaState::kAbsent;
+  ++live.layout;
+  return cells->emplace_back(cell);
+}
+
+void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
+  Node& node = nodes_[index];
+  LiveSheet& live = *node.sheet;
+  if (node.stored == nullptr || node.layout != live.layout) {
+    node.stored = &EnsureLocal(live, node.address);
+    node.layout = live.layout;
+  }
+  StoredCell& cell = *node.stored;
+  if (value.IsError()) {
+    // The last good value stays beside the error, as the drawing program keeps it.
+    cell.error = ErrorText(value.error);
+  } else {
+    cell.error = {};
+    if (value.kind == FormulaValue::Kind::kText) {
+      cell.value = model_.arena.Keep(value.text);
+      cell.unit = "STR";
+    } else if (value.kind == FormulaValue::Kind::kEmpty) {
+      cell.value = {};
+    } else if (value.kind == FormulaValue::Kind::kPoint) {
+      char x[kSlotBytes];
+      char y[kSlotBytes];
+      cell.value = model_.arena.Keep("PNT(" + std::string(NumberText(value.number, x)) + "," +
+                                     std::string(NumberText(value.y, y)) + ")");
+      cell.unit = "PNT";
+    } else {
+      char buffer[kSlotBytes];
+      const std::string_view text = NumberText(value.number, buffer);
+      if (node.slot == nullptr) {
+        const char blank[kSlotBytes] = {};
+        node.slot = const_cast<char*>(model_.arena.Keep({blank, kSlotBytes}).data());
+      }
+      std::memcpy(node.slot, text.data(), text.size());
+      cell.value = {node.slot, text.size()};
+      if (value.kind == FormulaValue::Kind::kBoolean) {
+        cell.unit = "BOOL";
+      } else if (value.unit != Unit::kNumber || cell.unit == "STR" || cell.unit == "BOOL" ||
+                 cell.unit == "PNT") {
+        cell.unit = UnitCode(value.unit);
+      }
+    }
+  }
+  cell.has_value = true;
+  cell.changed = true;
+  node.value = value;
+  node.value_ready = true;
+  Mark(*live.sheet);
+  if (observer != nullptr) {
+    observer->ResultChanged(Place(live, node.address), FromUtf8(ResultText(live, node.address)));
+  }
+}
+
+void LiveDocument::WriteConstant(LiveSheet& live, const CellAddress& address,
+                                 const FormulaValue& value) {
+  StoredCell& cell = EnsureLocal(live, address);
+  cell.formula = {};
+  cell.formula_state = FormulaState::kInherited;
+  const bool inherits = Resolve(live, address).formula != nullptr;
+  cell.formula_state = inherits ? FormulaState::kBlocked : FormulaState::kAbsent;
+  cell.error = {};
+  cell.has_value = true;
+  cell.changed = true;
+  char buffer[kSlotBytes];
+  switch (value.kind) {
+    case FormulaValue::Kind::kEmpty:
+      cell.value = {};
+      cell.unit = {};
+      break;
+    case FormulaValue::Kind::kText:
+      cell.value = model_.arena.Keep(value.text);
+      cell.unit = "STR";
+      break;
+    case FormulaValue::Kind::kBoolean:
+      cell.value = value.number != 0 ? "1" : "0";
+      cell.unit = "BOOL";
+      break;
+    default:
+      cell.value = model_.arena.Keep(NumberText(value.number, buffer));
+      cell.unit = UnitCode(value.unit);
+      break;
+  }
+}
+
+void LiveDocument::FinishEdit(uint32_t index, const FormulaValue& before,
+                              std::string_view formula) {
+  Node& node = nodes_[index];
+  LiveSheet& live = *node.sheet;
+  const CellAddress address = node.address;
+  Mark(*live.sheet);
+  if (observer != nullptr) observer->FormulaSet(Place(live, address), FromUtf8(formula));
+  const bool differs = !SameValue(before, Value(index));
+  if (differs && observer != nullptr) {
+    observer->ResultChanged(Place(live, address), FromUtf8(ResultText(live, address)));
+  }
+  std::vector<uint32_t> changed;
+  if (differs || node.formula != nullptr) changed.push_back(index);
+  if (live.sheet->contents != nullptr && live.sheet->contents->master != nullptr) {
+    InstanceFormulaChanged(*live.sheet, address, changed);
+  }
+  if (!changed.empty()) Propagate(changed);
+}
+
+void LiveDocument::SetFormula(LiveSheet& live, const CellAddress& address, std::string_view text) {
+  text = Trimmed(text);
+  if (text.starts_with('=')) text = Trimmed(text.substr(1));
+  CheckUnguarded(live, address);
+  const CompiledFormula* compiled = nullptr;
+  if (!text.empty()) {
+    compiled = &Compile(text);
+    if (!compiled->formula) {
+      const FormulaSyntaxError& error = compiled->error;
+      Refuse(live, address,
+             u"the formula cannot be read at character " +
+                 FromUtf8(std::to_string(error.position + 1)) + u": " + FromUtf8(error.message) +
+                 u".");
+    }
+  }
+  BuildIndex();
+  const uint32_t index = NodeOf(live, address);
+  const FormulaValue before = Value(index);
+  Unprepare(index);
+  nodes_[index].typed = {};
+  std::optional<FormulaValue> constant;
+  if (compiled == nullptr) {
+    const ObjectCellInfo* info = address.IsObject() ? FindObjectCell(address.column) : nullptr;
+    constant = info != nullptr && info->unit != "STR" ? FormulaValue::Number(0) : FormulaValue();
+  } else if (compiled->formula->constant()) {
+    Node scratch;
+    scratch.sheet = &live;
+    scratch.formula = compiled;
+    class Nothing final : public EvaluationContext {
+     public:
+      FormulaValue CellValue(const Formula&, size_t) override { return {}; }
+      std::string PageName() override { return {}; }
+      int PageNumber() override { return 0; }
+      int PageCount() override { return 0; }
+      std::optional<FormulaValue> Property(std::string_view,
+                                           const std::vector<FormulaValue>&) override {
+        return std::nullopt;
+      }
+    } nothing;
+    FormulaValue value = compiled->formula->Evaluate(nothing);
+    if (IsLiteral(text, value)) {
+      constant = std::move(value);
+      nodes_[index].typed = model_.arena.Keep(text);
+    }
+  }
+  if (constant) {
+    WriteConstant(live, address, *constant);
+  } else {
+    StoredCell& cell = EnsureLocal(live, address);
+    cell.formula = model_.arena.Keep(text);
+    cell.formula_state = FormulaState::kOwn;
+    cell.changed = true;
+    cell.error = {};
+    NoteFormula(live, address, text);
+  }
+  nodes_[index].value_ready = false;
+  Prepare(index);
+  if (!constant) {
+    if (const auto value = Evaluate(index)) {
+      ChangeObserver* const told = std::exchange(observer, nullptr);  // FinishEdit tells
+      StoreResult(index, *value);
+      observer = told;
+    } else {
+      StoredCell& cell = EnsureLocal(live, address);
+      if (!cell.has_value && before.kind != FormulaValue::Kind::kEmpty) cell.has_value = true;
+      model_.recalculate_on_open = true;
+    }
+    Node& node = nodes_[index];
+    if (node.formula != nullptr && node.formula->formula->depends_on_pages() && !node.on_pages) {
+      node.on_pages = true;
+      page_nodes_.push_back(index);
+    }
+  }
+  FinishEdit(index, before, text);
+}
+
+void LiveDocument::SetNumber(LiveSheet& live, const CellAddress& address, double number) {
+  SetFormula(live, address, ToUtf8(DecimalText(number)));
+}
+
+void LiveDocument::Drag(LiveSheet& live, CellAddress address, double number) {
+  LiveSheet* at = &live;
+  // A reference may redirect again; a circle of them ends at its last link.
+  for (int guard = 0; guard < 64; ++guard) {
+    const uint32_t index = NodeOf(*at, address);
+    Prepare(index);
+    const Node& node = nodes_[index];
+    const int redirect = node.formula == nullptr ? -1 : node.formula->formula->redirect();
+    if (redirect < 0) break;
+    const uint32_t target = node.references[static_cast<size_t>(redirect)];
+    if (target == kNoNode) break;
+    at = nodes_[target].sheet;
+    address = nodes_[target].address;
+  }
+  SetNumber(*at, address, number);
+}
+
+std::string LiveDocument::FormulaText(LiveSheet& live, const CellAddress& address) {
+  const ResolvedCell cell = Resolve(live, address);
+  if (cell.formula != nullptr) return std::string(cell.formula->formula);
+  const auto found = node_ids_.find({&live, address.Packed()});
+  if (found != node_ids_.end() && !nodes_[found->second].typed.empty()) {
+    return std::string(nodes_[found->second].typed);
+  }
+  if (cell.value == nullptr) return ConstantText(DefaultValue(address));
+  return ConstantText(StoredValue(*cell.value));
+}
+
+std::string LiveDocument::ResultText(LiveSheet& live, const CellAddress& address) {
+  return Value(NodeOf(live, address)).ToText();
+}
+
+double LiveDocument::ResultNumber(LiveSheet& live, const CellAddress& address) {
+  return Value(NodeOf(live, address)).ToNumber();
+}
+
+void LiveDocument::SetText(Sheet& sheet, std::string_view text) {
+  BuildIndex();
+  LiveSheet& live = Live(sheet);
+  const std::string before = TextOf(sheet);
+  std::vector<TextPiece> pieces;
+  const std::vector<TextPiece>* shown = nullptr;
+  for (Sheet* level : live.chain) {
+    if (level->text) {
+      shown = &*level->text;
+      break;
+    }
+  }
+  if (shown != nullptr) {
+    // Formatting that begins the text stays; later runs have nothing to stand on.
+    for (const TextPiece& piece : *shown) {
+      if (piece.kind == TextPiece::Kind::kLiteral || piece.kind == TextPiece::Kind::kField) break;
+      pieces.push_back(piece);
+    }
+  }
+  if (!text.empty()) {
+    pieces.push_back({TextPiece::Kind::kLiteral, 0, model_.arena.Keep(std::string(text) + "\n")});
+  }
+  sheet.text = std::move(pieces);
+  sheet.text_changed = true;
+  if (sheet.contents != nullptr) sheet.contents->changed = true;
+  const auto address = Address(live, "TheText");
+  if (observer != nullptr) {
+    CellPlace place = Place(live, *address);
+    place.cell = u"Text";
+    observer->FormulaSet(place, FromUtf8(text));
+    if (before != text) observer->ResultChanged(place, FromUtf8(text));
+  }
+  if (before != text) Propagate({NodeOf(live, *address)});
+}
+
+void LiveDocument::RowsChangedIn(Sheet& sheet, uint16_t section) {
+  LiveSheet& live = Live(sheet);
+  std::erase_if(live.rows, [&](const auto& entry) { return entry.first == section; });
+  ++live.layout;
+  const auto found = instances_.find(&sheet);
+  if (found == instances_.end()) return;
+  for (Sheet* instance : found->second) RowsChangedIn(*instance, section);
+}
+
+void LiveDocument::RowChanged(LiveSheet& live, uint16_t section, uint32_t key) {
+  RowsChangedIn(*live.sheet, section);
+  Mark(*live.sheet);
+  std::vector<uint32_t> changed;
+  const std::vector<uint32_t> nodes = live.nodes;
+  for (const uint32_t index : nodes) {
+    const CellAddress& address = nodes_[index].address;
+    if (address.section != section || address.row != key) continue;
+    Refresh(index);
+    changed.push_back(index);
+  }
+  if (!changed.empty()) Propagate(changed);
+}
+
+int16_t LiveDocument::AddNamedRow(LiveSheet& live, int16_t section, std::string_view name,
+                                  int16_t tag) {
+  const SectionInfo* info = FindSection(section);
+  const bool named =
+      info != nullptr && (info->style == RowStyle::kNamed || info->style == RowStyle::kMixed);
+  if (!named) Raise(Err::kHost, u"This section has no named rows.");
+  if (name.empty()) return AddRow(live, section, -2, tag);
+  const auto bad = name.find_first_of(".!\"'[](),=&+-*/^<> ");
+  CellAddress address;
+  address.section = static_cast<uint16_t>(section);
+  address.row = CellAddress::kNamedRow | names_.Intern(name);
+  if (bad != std::string_view::npos || (name[0] >= '0' && name[0] <= '9')) {
+    Refuse(live, address, u"this is no name for a row.");
+  }
+  const auto& rows = Rows(live, address.section);
+  if (std::any_of(rows.begin(), rows.end(),
+                  [&](const RowView& row) { return row.key == address.row; })) {
+    Refuse(live, address, u"a row of that name exists already.");
+  }
+  BuildIndex();
+  StoredRow* row = FindRow(*live.sheet, names_, address);
+  if (row != nullptr) {
+    row->deleted = false;
+    row->changed = true;
+  } else {
+    StoredSection& stored = EnsureSection(*live.sheet, address.section);
+    row = &stored.rows.emplace_back();
+    row->name = model_.arena.Keep(name);
+    row->type = TypeOfTag(section, tag);
+    row->changed = true;
+  }
+  RowChanged(live, address.section, address.row);
+  const auto& now = Rows(live, address.section);
+  for (size_t i = 0; i < now.size(); ++i) {
+    if (now[i].key == address.row) return static_cast<int16_t>(i);
+  }
+  return static_cast<int16_t>(now.size() - 1);
+}
+
+int16_t LiveDocument::AddRow(LiveSheet& live, int16_t section, int16_t row, int16_t tag) {
+  const SectionInfo* info = FindSection(section);
+  if (info == nullptr || info->style == RowStyle::kGeometry) {
+    Raise(Err::kHost, u"Rows cannot be added to this section.");
+  }
+  const auto& rows = Rows(live, static_cast<uint16_t>(section));
+  const auto count = static_cast<int16_t>(rows.size());
+  if (row != -2 && (row < 0 || row > count)) {
+    Raise(Err::kHost, u"There is no such place for a row in this section.");
+  }
+  if (info->style == RowStyle::kNamed || section == section::kControls) {
+    // These rows are kept by name; the drawing program makes one up.
+    for (int number = count + 1;; ++number) {
+      const std::string name = "Row_" + std::to_string(number);
+      const uint32_t key = CellAddress::kNamedRow | names_.Intern(name);
+      if (std::none_of(rows.begin(), rows.end(),
+                       [&](const RowView& view) { return view.key == key; })) {
+        return AddNamedRow(live, section, name, tag);
+      }
+    }
+  }
+  BuildIndex();
+  uint32_t index = 0;
+  for (const RowView& view : rows) {
+    if (view.name.empty()) index = std::max(index, view.key + 1);
+  }
+  if (section == section::kConnectionPoints) index = std::max(index, uint32_t(count));
+  CellAddress address;
+  address.section = static_cast<uint16_t>(section);
+  address.row = index;
+  StoredRow* stored = FindRow(*live.sheet, names_, address);
+  if (stored == nullptr) {
+    stored = &EnsureSection(*live.sheet, address.section).rows.emplace_back();
+    stored->index = index;
+  }
+  stored->deleted = false;
+  stored->changed = true;
+  stored->type = TypeOfTag(section, tag);
+  RowChanged(live, address.section, index);
+  return count;
+}
+
+void LiveDocument::DeleteRow(LiveSheet& live, int16_t section, int16_t row) {
+  const auto& rows = Rows(live, static_cast<uint16_t>(section));
+  if (row < 0 || static_cast<size_t>(row) >= rows.size()) {
+    Raise(Err::kHost, u"There is no such row to delete.");
+  }
+  BuildIndex();
+  CellAddress address;
+  address.section = static_cast<uint16_t>(section);
+  address.row = rows[static_cast<size_t>(row)].key;
+  bool inherited = false;
+  for (size_t level = 1; level < live.chain.size(); ++level) {
+    const StoredRow* found = FindRow(*live.chain[level], names_, address);
+    if (found == nullptr) continue;
+    inherited = !found->deleted;
+    break;
+  }
+  if (inherited) {
+    StoredRow& local = EnsureLocalRow(live, address);
+    local.deleted = true;
+    local.changed = true;
+    local.cells.clear();
+  } else if (StoredRow* local = FindRow(*live.sheet, names_, address)) {
+    local->removed = true;
+    local->changed = true;
+  }
+  RowChanged(live, address.section, address.row);
+}
+
+}  // namespace ohmwise::embedded

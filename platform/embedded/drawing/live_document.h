@@ -1,0 +1,274 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/drawing.h"
+#include "platform/embedded/drawing/cell_names.h"
+#include "platform/embedded/drawing/drawing.h"
+#include "platform/embedded/drawing/formula.h"
+#include "platform/embedded/drawing/model.h"
+#include "platform/value.h"
+
+namespace ohmwise::embedded {
+
+class LiveDocument;
+class ApplicationObject;
+
+/// What handles hold instead of the document; cleared when the drawing closes.
+struct Anchor {
+  LiveDocument* document = nullptr;
+};
+using AnchorRef = std::shared_ptr<Anchor>;
+
+/// A formula text compiled once for all cells that have it.
+struct CompiledFormula {
+  std::unique_ptr<const Formula> formula;  ///< null when the text cannot be parsed
+  FormulaSyntaxError error;
+  std::vector<std::optional<CellSpec>> cells;  ///< beside Formula::references()
+  bool crosses = false;                        ///< refers to another sheet
+  bool parent_point = false;  ///< PAR: follows the transform of the shape it refers to
+
+  bool evaluable() const noexcept { return formula && formula->evaluable(); }
+};
+
+/// A row of a section as it shows: the master's rows first, then local ones.
+struct RowView {
+  uint32_t key = 0;
+  std::string_view name;  ///< "" for rows by index
+};
+
+/// Where formulas of one sheet refer to their own sheet, and which look elsewhere. Entries are
+/// candidates: the effective formula decides.
+struct SelfGraph {
+  std::unordered_map<uint64_t, std::vector<CellAddress>> dependents;
+  std::vector<CellAddress> crossing;
+  std::vector<CellAddress> on_pages;
+};
+
+/// Side table of a sheet that has been looked at.
+struct LiveSheet {
+  Sheet* sheet = nullptr;
+  std::vector<Sheet*> chain;  ///< itself, then master shapes from near to far
+  Sheet* root = nullptr;      ///< the instance the sheet belongs to (itself or a group above)
+  std::deque<std::pair<uint16_t, std::vector<RowView>>> rows;  ///< lists stay where they are
+  std::unique_ptr<SelfGraph> graph;
+  std::vector<uint32_t> nodes;
+  uint32_t layout = 0;  ///< counts additions of stored cells, which may move the others
+  std::unordered_map<const Sheet*, Sheet*> counterparts;  ///< of a root: master shape → sub-shape
+  bool counterparts_ready = false;
+};
+
+/// Content of a cell by inheritance.
+struct ResolvedCell {
+  bool exists = false;
+  StoredCell* local = nullptr;
+  const StoredCell* value = nullptr;    ///< cell that supplies the value
+  const StoredCell* formula = nullptr;  ///< cell with the formula text
+  Sheet* formula_sheet = nullptr;       ///< its sheet: references in the text are relative to it
+};
+
+/// A cell that takes part in recalculation.
+struct Node {
+  LiveSheet* sheet = nullptr;
+  CellAddress address;
+  FormulaValue value;
+  const CompiledFormula* formula = nullptr;
+  Sheet* formula_sheet = nullptr;
+  std::vector<uint32_t> references;  ///< beside Formula::references(), then hidden ones
+  std::vector<uint32_t> dependents;
+  StoredCell* stored = nullptr;  ///< local cell, while the sheet's layout is still this one
+  uint32_t layout = 0;
+  char* slot = nullptr;    ///< lasting memory for numbers as text
+  std::string_view typed;  ///< constant as it was set
+  uint32_t pending = 0;
+  uint32_t round = 0;
+  bool value_ready = false;
+  bool formula_ready = false;
+  bool expanded = false;
+  bool dirty = false;  ///< something it refers to changed in this round
+  bool seed = false;   ///< changed by the edit itself
+  bool on_pages = false;
+  bool gone = false;  ///< sheet deleted
+};
+
+inline constexpr uint32_t kNoNode = 0xFFFFFFFFu;
+inline constexpr size_t kSlotBytes = 32;
+
+/// Lists of a page's or master's shapes, made when first needed.
+struct LiveContents {
+  std::unordered_map<uint32_t, Sheet*> by_id;
+  std::unordered_multimap<uint32_t, Sheet*> by_name;              ///< interned name → shapes
+  std::unordered_map<const Sheet*, std::vector<Sheet*>> visible;  ///< null key: the top level
+  bool by_id_ready = false;
+  bool by_name_ready = false;
+  uint32_t next_id = 1;
+};
+
+/// Sheets by id, inheritance and the dependency graph over a stored document.
+class LiveDocument {
+ public:
+  explicit LiveDocument(DocumentModel& model);
+  ~LiveDocument();
+  LiveDocument(const LiveDocument&) = delete;
+  LiveDocument& operator=(const LiveDocument&) = delete;
+
+  DocumentModel& model() noexcept { return model_; }
+  const AnchorRef& anchor() const noexcept { return anchor_; }
+
+  // Sheets and inheritance (live_sheet.cpp) ---------------------------------------------------
+  LiveSheet& Live(Sheet& sheet);
+  std::optional<CellAddress> Address(LiveSheet& live, const CellSpec& spec);
+  /// nullopt when the name cannot name a cell.
+  std::optional<CellAddress> Address(LiveSheet& live, std::string_view name);
+  ResolvedCell Resolve(LiveSheet& live, const CellAddress& address);
+  bool ExistsLocally(LiveSheet& live, const CellAddress& address);
+  const std::vector<RowView>& Rows(LiveSheet& live, uint16_t section);
+  std::string CellName(LiveSheet& live, const CellAddress& address);
+  /// Row of a section in one sheet alone, with its deletion mark; null when it has none.
+  static StoredRow* FindRow(Sheet& sheet, const NameTable& names, const CellAddress& address);
+  bool OneD(Sheet& sheet);
+  /// True for connection rows that carry names in D.
+  bool NamedConnection(LiveSheet& live, const CellAddress& address);
+  std::string_view RowTypeText(LiveSheet& live, const CellAddress& address);
+  FormulaValue DefaultValue(const CellAddress& address) const;
+  std::string NameOf(Sheet& sheet, bool universal);
+  std::string TextOf(Sheet& sheet);
+  MasterModel* MasterOf(const Sheet& sheet) noexcept;
+  PageModel* PageOf(const Sheet& sheet) noexcept;
+  Sheet* PageSheetOf(const Sheet& sheet) noexcept;
+  LiveContents& Lists(Contents& contents);
+  const std::vector<Sheet*>& Visible(Contents& contents, Sheet* group);
+  Sheet* FindById(Contents& contents, uint32_t id);
+  /// By name, universal name, "Sheet.n" or unique ID; `group` null looks at the top level, the
+  /// whole contents when `deep`.
+  Sheet* FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group = nullptr);
+  PageModel* FindPageByName(std::string_view name) noexcept;
+  MasterModel* FindMasterByName(std::string_view name) noexcept;
+  std::vector<PageModel*> PagesInOrder();
+  CellPlace Place(LiveSheet& live, const CellAddress& address);
+  std::u16string PlaceText(const CellPlace& place);
+
+  // Recalculation (recalculation.cpp) ---------------------------------------------------------
+  const CompiledFormula& Compile(std::string_view text);
+  uint32_t NodeOf(LiveSheet& live, const CellAddress& address);
+  Node& node(uint32_t index) { return nodes_[index]; }
+  const FormulaValue& Value(uint32_t index);
+  /// Evaluates a formula as if it stood in the cell; nullopt when it must keep its stored value.
+  std::optional<FormulaValue> Evaluate(uint32_t index);
+  void BuildIndex();
+  /// Adds the formulas of a sheet that look elsewhere.
+  void IndexSheet(Sheet& sheet);
+  /// Forgets formula and value of a node; they are looked up again.
+  void Refresh(uint32_t index);
+  /// Recalculates what depends on cells whose values changed; `evaluate` are computed themselves.
+  void Propagate(const std::vector<uint32_t>& changed, const std::vector<uint32_t>& evaluate = {});
+  std::vector<uint32_t> PageDependents();
+  /// Notes a formula written into a sheet itself.
+  void NoteFormula(LiveSheet& live, const CellAddress& address, std::string_view text);
+  void InstanceFormulaChanged(Sheet& base, const CellAddress& address,
+                              std::vector<uint32_t>& changed);
+
+  // Editing (editing.cpp) ---------------------------------------------------------------------
+  void SetFormula(LiveSheet& live, const CellAddress& address, std::string_view text);
+  void SetNumber(LiveSheet& live, const CellAddress& address, double number);
+  /// Sets a constant as a drag does: SETATREF sends it on to the cell it names.
+  void Drag(LiveSheet& live, CellAddress address, double number);
+  std::string FormulaText(LiveSheet& live, const CellAddress& address);
+  std::string ResultText(LiveSheet& live, const CellAddress& address);
+  double ResultNumber(LiveSheet& live, const CellAddress& address);
+  void SetText(Sheet& sheet, std::string_view text);
+  StoredCell& EnsureLocal(LiveSheet& live, const CellAddress& address);
+  void StoreResult(uint32_t index, const FormulaValue& value);
+  void Mark(Sheet& sheet);
+  int16_t AddNamedRow(LiveSheet& live, int16_t section, std::string_view name, int16_t tag);
+  int16_t AddRow(LiveSheet& live, int16_t section, int16_t row, int16_t tag);
+  void DeleteRow(LiveSheet& live, int16_t section, int16_t row);
+  void RowChanged(LiveSheet& live, uint16_t section, uint32_t key);
+
+  // Shapes and pages (structure.cpp) ----------------------------------------------------------
+  std::string UniqueIdOf(Sheet& sheet);
+  void DeleteShape(Sheet& sheet);
+  void DeletePage(PageModel& page);
+  void RenamePage(PageModel& page, std::string_view name);
+  PageModel& AddPage(std::string_view name, bool background);
+  Sheet& Drop(PageModel& page, MasterModel& master, double x, double y);
+  void Glue(Sheet& from, std::string_view from_cell, Sheet& to, int connection_row);
+  void ForEachSheet(const std::function<void(Sheet&)>& visit, bool masters = true);
+
+  // Handles (handles.cpp) ---------------------------------------------------------------------
+  ShapeRef MakeShape(Sheet& sheet);
+  PageRef MakePage(PageModel& page);
+  MasterRef MakeMaster(MasterModel& master);
+  DocumentRef MakeDocument();
+  std::unordered_map<std::u16string, ohmwise::Value>& module() noexcept { return module_; }
+
+  ChangeObserver* observer = nullptr;
+  ApplicationObject* application = nullptr;
+
+ private:
+  friend class Evaluator;
+  struct NodeKeyHash {
+    size_t operator()(const std::pair<const LiveSheet*, uint64_t>& key) const noexcept {
+      return (reinterpret_cast<uintptr_t>(key.first) >> 4) * 0x9E3779B97F4A7C15ull ^
+             key.second * 0xC2B2AE3D27D4EB4Full;
+    }
+  };
+
+  void MakeChain(LiveSheet& live);
+  Sheet* StyleFor(const LiveSheet& live, const CellAddress& address);
+  bool CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows);
+  uint32_t RowKey(const StoredRow& row, size_t position);
+  SelfGraph& Graph(Sheet& sheet);
+  void AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
+                  std::string_view text);
+  void Prepare(uint32_t index);
+  void Unprepare(uint32_t index);
+  void Expand(uint32_t index);
+  Sheet* Target(LiveSheet& live, Sheet& formula_sheet, const Reference& reference);
+  Sheet* Counterpart(LiveSheet& live, Sheet* target);
+  void BreakCycles(const std::vector<uint32_t>& round, std::vector<uint32_t>& queue);
+  bool Recompute(uint32_t index);
+  void WriteConstant(LiveSheet& live, const CellAddress& address, const FormulaValue& value);
+  StoredRow& EnsureLocalRow(LiveSheet& live, const CellAddress& address);
+  [[noreturn]] void Refuse(LiveSheet& live, const CellAddress& address, std::u16string_view why);
+  void CheckUnguarded(LiveSheet& live, const CellAddress& address);
+  void FinishEdit(uint32_t index, const FormulaValue& before, std::string_view formula);
+  void RowsChangedIn(Sheet& sheet, uint16_t section);
+  void EraseTree(Sheet& sheet, std::vector<uint32_t>& gone);
+  std::unique_ptr<Sheet> CopyInstance(const Sheet& model, Contents& contents, Sheet* parent,
+                                      MasterModel& master, bool top, uint32_t& next_id);
+  StoredSection& EnsureSection(Sheet& sheet, uint16_t section);
+  void ForgetLists(Contents* contents);
+
+  DocumentModel& model_;
+  AnchorRef anchor_;
+  NameTable names_;
+  std::vector<std::unique_ptr<LiveSheet>> sheets_;
+  std::unordered_map<const Contents*, std::unique_ptr<LiveContents>> lists_;
+  std::deque<Node> nodes_;
+  std::unordered_map<std::pair<const LiveSheet*, uint64_t>, uint32_t, NodeKeyHash> node_ids_;
+  std::unordered_map<std::string_view, std::unique_ptr<CompiledFormula>> formulas_;
+  std::unordered_map<const Sheet*, std::vector<Sheet*>> instances_;  ///< master shape → sheets
+  std::vector<uint32_t> page_nodes_;
+  std::unordered_map<std::u16string, ohmwise::Value> module_;
+  bool indexed_ = false;
+  uint32_t round_ = 0;
+};
+
+/// True when two results are the same, units included.
+bool SameValue(const FormulaValue& a, const FormulaValue& b);
+/// Content of a stored cell as a value.
+FormulaValue StoredValue(const StoredCell& cell);
+/// A number as the file format writes it: shortest text that reads back the same.
+std::string_view NumberText(double number, char (&buffer)[kSlotBytes]);
+
+}  // namespace ohmwise::embedded

@@ -1,0 +1,611 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "platform/embedded/drawing/live_document.h"
+#include "platform/text.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+constexpr std::string_view kTransformCells[] = {"PinX",  "PinY",  "LocPinX", "LocPinY",
+                                                "Angle", "FlipX", "FlipY"};
+constexpr size_t kTransformCount = std::size(kTransformCells);
+
+bool ContainsNoCase(std::string_view text, std::string_view upper) {
+  if (text.size() < upper.size()) return false;
+  for (size_t i = 0; i + upper.size() <= text.size(); ++i) {
+    size_t j = 0;
+    while (j < upper.size() && (text[i + j] == upper[j] || text[i + j] == (upper[j] | 0x20))) ++j;
+    if (j == upper.size()) return true;
+  }
+  return false;
+}
+
+/// Cheap test, before compiling: the formula may look at another sheet or at the list of pages.
+bool MayCross(std::string_view text) {
+  return text.find('!') != std::string_view::npos || ContainsNoCase(text, "PAGE");
+}
+
+template <class Visit>
+void ForEachOwnFormula(Sheet& sheet, const Visit& visit) {
+  const auto cells = [&](std::vector<StoredCell>& list, const StoredSection* section,
+                         const StoredRow* row, size_t position) {
+    for (StoredCell& cell : list) {
+      if (cell.formula_state == FormulaState::kOwn && !cell.removed) {
+        visit(cell, section, row, position);
+      }
+    }
+  };
+  cells(sheet.cells, nullptr, nullptr, 0);
+  for (StoredSection& section : sheet.sections) {
+    if (section.deleted) continue;
+    cells(section.cells, &section, nullptr, 0);
+    for (size_t i = 0; i < section.rows.size(); ++i) {
+      StoredRow& row = section.rows[i];
+      if (!row.deleted && !row.removed) cells(row.cells, &section, &row, i);
+    }
+  }
+}
+
+}  // namespace
+
+bool SameValue(const FormulaValue& a, const FormulaValue& b) {
+  if (a.kind != b.kind) return false;
+  switch (a.kind) {
+    case FormulaValue::Kind::kEmpty:
+      return true;
+    case FormulaValue::Kind::kText:
+      return a.text == b.text;
+    case FormulaValue::Kind::kError:
+      return a.error == b.error;
+    case FormulaValue::Kind::kPoint:
+      return a.number == b.number && a.y == b.y;
+    default:
+      return a.number == b.number && a.unit == b.unit;
+  }
+}
+
+/// Serves one evaluation: references of the cell's node, names of its sheet.
+class Evaluator final : public EvaluationContext {
+ public:
+  Evaluator(LiveDocument& document, Node& node) : document_(document), node_(node) {}
+
+  bool unknown() const noexcept { return unknown_; }
+
+  FormulaValue CellValue(const Formula&, size_t index) override {
+    const uint32_t reference = node_.references[index];
+    if (reference == kNoNode) return FormulaValue::Error(FormulaErrorKind::kReference);
+    return document_.Value(reference);
+  }
+  std::string PageName() override {
+    const PageModel* page = Page();
+    if (page == nullptr) return {};
+    return std::string(page->name.empty() ? page->name_u : page->name);
+  }
+  int PageNumber() override {
+    const PageModel* page = Page();
+    int number = 0;
+    for (const PageModel* other : document_.PagesInOrder()) {
+      ++number;
+      if (other == page) return number;
+    }
+    return 0;
+  }
+  int PageCount() override {
+    int count = 0;
+    for (const auto& page : document_.model_.pages) {
+      if (!page->erased && !page->background) ++count;
+    }
+    return count;
+  }
+  std::optional<FormulaValue> Property(std::string_view function,
+                                       const std::vector<FormulaValue>& arguments) override {
+    auto result = Known(function, arguments);
+    if (!result) unknown_ = true;
+    return result;
+  }
+
+ private:
+  const PageModel* Page() { return document_.PageOf(*node_.sheet->sheet); }
+
+  std::optional<FormulaValue> Known(std::string_view function,
+                                    const std::vector<FormulaValue>& arguments) {
+    Sheet& sheet = *node_.sheet->sheet;
+    if (SameName(function, "NAME")) {
+      const bool universal = arguments.empty() || arguments[0].ToNumber() == 0;
+      return FormulaValue::Text(document_.NameOf(sheet, universal));
+    }
+    if (SameName(function, "ID")) return FormulaValue::Number(sheet.id);
+    if (SameName(function, "MASTERNAME")) {
+      const MasterModel* master = document_.MasterOf(*node_.sheet->root);
+      if (master == nullptr) return FormulaValue::Text("");
+      return FormulaValue::Text(std::string(master->name.empty() ? master->name_u : master->name));
+    }
+    if (SameName(function, "SHAPETEXT")) {
+      for (const uint32_t reference : node_.references) {
+        if (reference == kNoNode) continue;
+        const Node& target = document_.node(reference);
+        const ObjectCellInfo* info =
+            target.address.IsObject() ? FindObjectCell(target.address.column) : nullptr;
+        if (info != nullptr && info->name == "TheText") {
+          return FormulaValue::Text(document_.TextOf(*target.sheet->sheet));
+        }
+      }
+      return std::nullopt;
+    }
+    if (SameName(function, "DOCNAME") || SameName(function, "FILENAME")) return std::nullopt;
+    if (SameName(function, "PAR")) return ParentPoint(arguments);
+    return std::nullopt;
+  }
+
+  /// A point of the shape referred to, seen from the parent of this shape. The transform cells
+  /// follow the formula's own references, one group of them for every level to climb.
+  std::optional<FormulaValue> ParentPoint(const std::vector<FormulaValue>& arguments) {
+    if (arguments.size() != 1) return std::nullopt;
+    if (arguments[0].IsError()) return arguments[0];
+    if (arguments[0].kind != FormulaValue::Kind::kPoint) return std::nullopt;
+    const size_t hidden = node_.formula->formula->references().size();
+    if (node_.references.size() == hidden) return std::nullopt;
+    double x = arguments[0].number;
+    double y = arguments[0].y;
+    for (size_t at = hidden; at + kTransformCount <= node_.references.size();
+         at += kTransformCount) {
+      double cell[kTransformCount];
+      for (size_t i = 0; i < kTransformCount; ++i) {
+        cell[i] = document_.Value(node_.references[at + i]).ToNumber();
+      }
+      double dx = x - cell[2];
+      double dy = y - cell[3];
+      if (cell[5] != 0) dx = -dx;
+      if (cell[6] != 0) dy = -dy;
+      const double sine = std::sin(cell[4]);
+      const double cosine = std::cos(cell[4]);
+      x = cell[0] + dx * cosine - dy * sine;
+      y = cell[1] + dx * sine + dy * cosine;
+    }
+    return FormulaValue::Point(x, y);
+  }
+
+  LiveDocument& document_;
+  Node& node_;
+  bool unknown_ = false;
+};
+
+const CompiledFormula& LiveDocument::Compile(std::string_view text) {
+  const auto found = formulas_.find(text);
+  if (found != formulas_.end()) return *found->second;
+  auto compiled = std::make_unique<CompiledFormula>();
+  compiled->formula = Formula::Parse(text, compiled->error);
+  if (compiled->formula) {
+    for (const Reference& reference : compiled->formula->references()) {
+      compiled->cells.push_back(ParseCellName(names_, reference.cell));
+      if (reference.scope != Reference::Scope::kSelf) compiled->crosses = true;
+    }
+    compiled->parent_point = ContainsNoCase(text, "PAR(");
+  }
+  // Texts of stored cells live as long as the model; others are kept.
+  return *formulas_.emplace(model_.arena.Keep(text), std::move(compiled)).first->second;
+}
+
+SelfGraph& LiveDocument::Graph(Sheet& sheet) {
+  LiveSheet& live = Live(sheet);
+  if (live.graph) return *live.graph;
+  live.graph = std::make_unique<SelfGraph>();
+  ForEachOwnFormula(sheet, [&](StoredCell& cell, const StoredSection* section, const StoredRow* row,
+                               size_t position) {
+    CellAddress address;
+    if (section == nullptr) {
+      const auto spec = ParseCellName(names_, cell.name);
+      if (!spec) return;
+      address.column = spec->column;
+    } else {
+      const int16_t number = SectionNumber(*section);
+      const SectionInfo* info = number == 0 ? nullptr : FindSection(number);
+      const auto column = info == nullptr ? std::nullopt : FindColumn(*info, cell.name);
+      if (!column) return;
+      address.section = static_cast<uint16_t>(number);
+      address.column = *column;
+      address.row = row == nullptr ? 0 : RowKey(*row, position);
+    }
+    AddToGraph(*live.graph, live, address, cell.formula);
+  });
+  return *live.graph;
+}
+
+void LiveDocument::AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
+                              std::string_view text) {
+  const CompiledFormula& compiled = Compile(text);
+  if (!compiled.formula) return;
+  const auto add = [&](std::vector<CellAddress>& list) {
+    if (std::find(list.begin(), list.end(), address) == list.end()) list.push_back(address);
+  };
+  if (compiled.crosses) graph.crossing.push_back(address);
+  if (compiled.formula->depends_on_pages()) graph.on_pages.push_back(address);
+  const auto& references = compiled.formula->references();
+  for (size_t i = 0; i < references.size(); ++i) {
+    if (references[i].scope != Reference::Scope::kSelf || !compiled.cells[i]) continue;
+    const auto target = Address(live, *compiled.cells[i]);
+    if (!target) continue;
+    auto& list = graph.dependents[target->Packed()];
+    // A cell that refers to many: formulas of a sheet are walked once, so a repeat is at the end.
+    if (list.size() < 64) {
+      add(list);
+    } else if (list.back() != address) {
+      list.push_back(address);
+    }
+  }
+}
+
+void LiveDocument::NoteFormula(LiveSheet& live, const CellAddress& address, std::string_view text) {
+  if (live.graph) AddToGraph(*live.graph, live, address, text);
+}
+
+uint32_t LiveDocument::NodeOf(LiveSheet& live, const CellAddress& address) {
+  const auto [at, fresh] =
+      node_ids_.try_emplace({&live, address.Packed()}, static_cast<uint32_t>(nodes_.size()));
+  if (fresh) {
+    Node& node = nodes_.emplace_back();
+    node.sheet = &live;
+    node.address = address;
+    live.nodes.push_back(at->second);
+  }
+  return at->second;
+}
+
+const FormulaValue& LiveDocument::Value(uint32_t index) {
+  Node& node = nodes_[index];
+  if (node.value_ready) return node.value;
+  node.value_ready = true;
+  const ResolvedCell cell = node.gone ? ResolvedCell() : Resolve(*node.sheet, node.address);
+  if (!cell.exists) {
+    node.value = FormulaValue::Error(FormulaErrorKind::kReference);
+  } else {
+    node.value = cell.value != nullptr ? StoredValue(*cell.value) : DefaultValue(node.address);
+  }
+  return node.value;
+}
+
+Sheet* LiveDocument::Counterpart(LiveSheet& live, Sheet* target) {
+  if (target == nullptr) return nullptr;
+  LiveSheet& root = Live(*live.root);
+  if (!root.counterparts_ready) {
+    root.counterparts_ready = true;
+    const std::function<void(Sheet&)> note = [&](Sheet& sheet) {
+      if (sheet.erased || sheet.deleted_in_master) return;
+      const auto& chain = Live(sheet).chain;
+      for (size_t i = 1; i < chain.size(); ++i) root.counterparts.emplace(chain[i], &sheet);
+      for (const auto& child : sheet.children) note(*child);
+    };
+    note(*root.sheet);
+  }
+  const auto found = root.counterparts.find(target);
+  return found == root.counterparts.end() ? nullptr : found->second;
+}
+
+Sheet* LiveDocument::Target(LiveSheet& live, Sheet& formula_sheet, const Reference& reference) {
+  using Scope = Reference::Scope;
+  switch (reference.scope) {
+    case Scope::kSelf:
+      return live.sheet;
+    case Scope::kThePage:
+      return PageSheetOf(*live.sheet);
+    case Scope::kTheDoc:
+      return &model_.sheet;
+    case Scope::kSheet:
+    case Scope::kShape: {
+      Contents* contents = formula_sheet.contents;
+      if (contents == nullptr) {
+        for (const auto& page : model_.pages) {
+          if (&page->sheet == &formula_sheet) contents = &page->contents;
+        }
+        for (const auto& master : model_.masters) {
+          if (&master->sheet == &formula_sheet) contents = &master->contents;
+        }
+      }
+      if (contents == nullptr) return nullptr;
+      Sheet* found = reference.scope == Scope::kSheet
+                         ? FindById(*contents, reference.sheet_id)
+                         : FindByName(*contents, reference.shape, true);
+      return &formula_sheet == live.sheet ? found : Counterpart(live, found);
+    }
+    case Scope::kPage:
+    case Scope::kPageSheet:
+    case Scope::kPageShape: {
+      PageModel* page = FindPageByName(reference.page);
+      if (page == nullptr) return nullptr;
+      if (reference.scope == Scope::kPage) return &page->sheet;
+      return reference.scope == Scope::kPageSheet
+                 ? FindById(page->contents, reference.sheet_id)
+                 : FindByName(page->contents, reference.shape, true);
+    }
+    case Scope::kMaster:
+    case Scope::kMasterSheet:
+    case Scope::kMasterShape: {
+      MasterModel* master = FindMasterByName(reference.page);
+      if (master == nullptr) return nullptr;
+      if (reference.scope == Scope::kMaster) return &master->sheet;
+      return reference.scope == Scope::kMasterSheet
+                 ? FindById(master->contents, reference.sheet_id)
+                 : FindByName(master->contents, reference.shape, true);
+    }
+    case Scope::kStyle:
+      for (const auto& style : model_.styles) {
+        if (SameName(style->name_u, reference.page) || SameName(style->name, reference.page)) {
+          return style.get();
+        }
+      }
+      return nullptr;
+  }
+  return nullptr;
+}
+
+void LiveDocument::Prepare(uint32_t index) {
+  Node& node = nodes_[index];
+  if (node.formula_ready) return;
+  node.formula_ready = true;
+  if (node.gone) return;
+  LiveSheet& live = *node.sheet;
+  const ResolvedCell cell = Resolve(live, node.address);
+  if (cell.formula == nullptr) return;
+  const CompiledFormula& compiled = Compile(cell.formula->formula);
+  if (!compiled.formula) return;
+  node.formula = &compiled;
+  node.formula_sheet = cell.formula_sheet;
+  const auto& references = compiled.formula->references();
+  node.references.assign(references.size(), kNoNode);
+  Sheet* other = nullptr;
+  for (size_t i = 0; i < references.size(); ++i) {
+    Sheet* target = compiled.cells[i] ? Target(live, *cell.formula_sheet, references[i]) : nullptr;
+    if (target == nullptr) continue;
+    LiveSheet& target_live = Live(*target);
+    const auto address = Address(target_live, *compiled.cells[i]);
+    if (!address) continue;
+    node.references[i] = NodeOf(target_live, *address);
+    if (target != live.sheet) other = target;
+  }
+  if (compiled.parent_point && other != nullptr && other->kind == SheetKind::kShape) {
+    for (Sheet* at = other; at != nullptr && at != live.sheet->parent; at = at->parent) {
+      LiveSheet& at_live = Live(*at);
+      for (const std::string_view name : kTransformCells) {
+        node.references.push_back(NodeOf(at_live, *Address(at_live, name)));
+      }
+    }
+  }
+  for (size_t i = 0; i < node.references.size(); ++i) {
+    const uint32_t reference = node.references[i];
+    const auto begin = node.references.begin();
+    if (reference == kNoNode || std::find(begin, begin + static_cast<ptrdiff_t>(i), reference) !=
+                                    begin + static_cast<ptrdiff_t>(i)) {
+      continue;
+    }
+    nodes_[reference].dependents.push_back(index);
+  }
+}
+
+void LiveDocument::Unprepare(uint32_t index) {
+  Node& node = nodes_[index];
+  if (!node.formula_ready) return;
+  for (const uint32_t reference : node.references) {
+    if (reference == kNoNode) continue;
+    auto& list = nodes_[reference].dependents;
+    // The latest are the likeliest.
+    const auto found = std::find(list.rbegin(), list.rend(), index);
+    if (found != list.rend()) list.erase(std::next(found).base());
+  }
+  node.references.clear();
+  node.formula = nullptr;
+  node.formula_sheet = nullptr;
+  node.formula_ready = false;
+}
+
+void LiveDocument::Refresh(uint32_t index) {
+  Unprepare(index);
+  nodes_[index].value_ready = false;
+  nodes_[index].stored = nullptr;
+  Prepare(index);
+}
+
+void LiveDocument::Expand(uint32_t index) {
+  Node& node = nodes_[index];
+  if (node.expanded || node.gone) return;
+  node.expanded = true;
+  LiveSheet& live = *node.sheet;
+  for (size_t level = 0; level < live.chain.size(); ++level) {
+    const SelfGraph& graph = Graph(*live.chain[level]);
+    const auto found = graph.dependents.find(node.address.Packed());
+    if (found == graph.dependents.end()) continue;
+    // Preparing may add to graphs of other sheets, never to this list.
+    for (const CellAddress& address : found->second) Prepare(NodeOf(live, address));
+  }
+}
+
+void LiveDocument::IndexSheet(Sheet& sheet) {
+  LiveSheet& live = Live(sheet);
+  if (live.chain.size() > 1) instances_[live.chain[1]].push_back(&sheet);
+  const auto take = [&](const SelfGraph& graph) {
+    for (const CellAddress& address : graph.crossing) Prepare(NodeOf(live, address));
+    for (const CellAddress& address : graph.on_pages) {
+      const uint32_t index = NodeOf(live, address);
+      Prepare(index);
+      Node& node = nodes_[index];
+      if (!node.on_pages && node.formula != nullptr && node.formula->formula->depends_on_pages()) {
+        node.on_pages = true;
+        page_nodes_.push_back(index);
+      }
+    }
+  };
+  bool crosses = false;
+  ForEachOwnFormula(sheet, [&](StoredCell& cell, const StoredSection*, const StoredRow*, size_t) {
+    crosses = crosses || MayCross(cell.formula);
+  });
+  if (crosses) take(Graph(sheet));
+  for (size_t level = 1; level < live.chain.size(); ++level) take(Graph(*live.chain[level]));
+}
+
+void LiveDocument::BuildIndex() {
+  if (indexed_) return;
+  indexed_ = true;
+  ForEachSheet([this](Sheet& sheet) { IndexSheet(sheet); });
+}
+
+std::vector<uint32_t> LiveDocument::PageDependents() {
+  BuildIndex();
+  std::vector<uint32_t> result;
+  for (const uint32_t index : page_nodes_) {
+    const Node& node = nodes_[index];
+    if (!node.gone && node.formula != nullptr && node.formula->formula->depends_on_pages()) {
+      result.push_back(index);
+    }
+  }
+  return result;
+}
+
+void LiveDocument::InstanceFormulaChanged(Sheet& base, const CellAddress& address,
+                                          std::vector<uint32_t>& changed) {
+  const auto found = instances_.find(&base);
+  if (found == instances_.end()) return;
+  for (Sheet* instance : found->second) {
+    if (instance->erased) continue;
+    LiveSheet& live = Live(*instance);
+    live.rows.clear();
+    const uint32_t index = NodeOf(live, address);
+    Refresh(index);
+    changed.push_back(index);
+    InstanceFormulaChanged(*instance, address, changed);
+  }
+}
+
+std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
+  Prepare(index);
+  Node& node = nodes_[index];
+  if (node.formula == nullptr || !node.formula->evaluable()) return std::nullopt;
+  Evaluator evaluator(*this, node);
+  FormulaValue value = node.formula->formula->Evaluate(evaluator);
+  if (evaluator.unknown()) return std::nullopt;
+  if (value.kind == FormulaValue::Kind::kPoint) {
+    // A coordinate cell takes its part of a point.
+    const std::string_view column = ColumnName(names_, node.address);
+    if (column.ends_with('X')) return FormulaValue::Number(value.number);
+    if (column.ends_with('Y')) return FormulaValue::Number(value.y);
+  }
+  return value;
+}
+
+bool LiveDocument::Recompute(uint32_t index) {
+  if (nodes_[index].formula == nullptr) return false;
+  const auto value = Evaluate(index);
+  if (!value) {
+    model_.recalculate_on_open = true;
+    return false;
+  }
+  if (SameValue(*value, Value(index))) return false;
+  StoreResult(index, *value);
+  return true;
+}
+
+void LiveDocument::BreakCycles(const std::vector<uint32_t>& round, std::vector<uint32_t>& queue) {
+  std::vector<uint32_t> left;
+  for (const uint32_t index : round) {
+    if (nodes_[index].pending > 0) left.push_back(index);
+  }
+  if (left.empty()) return;
+  // Cells that only hang below a cycle go away from the far end; what stays is on cycles.
+  std::unordered_map<uint32_t, uint32_t> out;
+  for (const uint32_t index : left) out[index] = 0;
+  for (const uint32_t index : left) {
+    for (const uint32_t dependent : nodes_[index].dependents) {
+      if (out.contains(dependent)) ++out[index];
+    }
+  }
+  std::vector<uint32_t> ends;
+  for (const auto& [index, count] : out) {
+    if (count == 0) ends.push_back(index);
+  }
+  while (!ends.empty()) {
+    const uint32_t end = ends.back();
+    ends.pop_back();
+    out.erase(end);
+    const auto& references = nodes_[end].references;
+    for (size_t i = 0; i < references.size(); ++i) {
+      const auto begin = references.begin();
+      const auto here = begin + static_cast<ptrdiff_t>(i);
+      if (std::find(begin, here, references[i]) != here) continue;
+      const auto at = out.find(references[i]);
+      if (at != out.end() && --at->second == 0) ends.push_back(references[i]);
+    }
+  }
+  bool edited = false;
+  for (const uint32_t index : left) edited = edited || (out.contains(index) && nodes_[index].seed);
+  for (const uint32_t index : left) {
+    if (!out.contains(index)) continue;
+    Node& node = nodes_[index];
+    node.pending = 0;
+    node.dirty = false;
+    if (edited) {
+      // The edit closed the circle: every cell on it shows the error.
+      const FormulaValue error = FormulaValue::Error(FormulaErrorKind::kReference);
+      if (!SameValue(error, Value(index))) StoreResult(index, error);
+      node.seed = true;
+    } else {
+      // A circle the file came with: the drawing program solves those its own way.
+      model_.recalculate_on_open = true;
+    }
+    queue.push_back(index);
+  }
+}
+
+void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
+                             const std::vector<uint32_t>& evaluate) {
+  BuildIndex();
+  ++round_;
+  std::vector<uint32_t> round;
+  const auto join = [&](uint32_t index) -> Node& {
+    Node& node = nodes_[index];
+    if (node.round != round_) {
+      node.round = round_;
+      node.pending = 0;
+      node.dirty = node.seed = false;
+      round.push_back(index);
+    }
+    return node;
+  };
+  for (const uint32_t index : changed) join(index).seed = true;
+  for (const uint32_t index : evaluate) {
+    Prepare(index);
+    join(index).dirty = true;
+  }
+  const auto takes_part = [&](const Node& node) {
+    return !node.gone && node.formula != nullptr && node.formula->evaluable();
+  };
+  for (size_t i = 0; i < round.size(); ++i) {
+    Expand(round[i]);
+    for (const uint32_t dependent : nodes_[round[i]].dependents) {
+      if (takes_part(nodes_[dependent])) ++join(dependent).pending;
+    }
+  }
+  std::vector<uint32_t> queue;
+  for (const uint32_t index : round) {
+    if (nodes_[index].pending == 0) queue.push_back(index);
+  }
+  size_t next = 0;
+  for (bool broken = false;; broken = true) {
+    for (; next < queue.size(); ++next) {
+      Node& node = nodes_[queue[next]];
+      const bool differs = node.seed || (node.dirty && Recompute(queue[next]));
+      for (const uint32_t dependent : node.dependents) {
+        Node& other = nodes_[dependent];
+        if (!takes_part(other)) {
+          if (differs && !other.gone && other.formula != nullptr) model_.recalculate_on_open = true;
+          continue;
+        }
+        if (differs) other.dirty = true;
+        if (other.pending > 0 && --other.pending == 0) queue.push_back(dependent);
+      }
+    }
+    if (broken) break;
+    BreakCycles(round, queue);
+  }
+}
+
+}  // namespace ohmwise::embedded

@@ -1,0 +1,369 @@
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+#include "platform/embedded/drawing/live_document.h"
+#include "platform/error.h"
+#include "platform/text.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+std::string NewGuid() {
+  static thread_local std::mt19937_64 random{[] {
+    std::random_device device;
+    std::seed_seq seed{device(), device(), device(), device(), device(), device()};
+    return std::mt19937_64(seed);
+  }()};
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string guid = "{xxxxxxxx-xxxx-4xxx-yxxx-xxxxxxxxxxxx}";
+  for (char& c : guid) {
+    if (c == 'x') c = kDigits[random() & 15];
+    if (c == 'y') c = kDigits[8 | (random() & 3)];
+  }
+  return guid;
+}
+
+/// Replaces the page name inside every "Pages[name]" outside text constants; false when none.
+bool RenameInFormula(std::string_view formula, std::string_view from, std::string_view to,
+                     std::string& out) {
+  bool found = false;
+  out.clear();
+  size_t i = 0;
+  while (i < formula.size()) {
+    if (formula[i] == '"') {
+      size_t end = i + 1;
+      while (end < formula.size() && formula[end] != '"') ++end;
+      end = std::min(end + 1, formula.size());
+      out += formula.substr(i, end - i);
+      i = end;
+      continue;
+    }
+    if (SameName(formula.substr(i, 6), "Pages[")) {
+      size_t at = i + 6;
+      std::string name;
+      if (at < formula.size() && formula[at] == '\'') {
+        for (++at; at < formula.size(); ++at) {
+          if (formula[at] == '\'') {
+            if (at + 1 >= formula.size() || formula[at + 1] != '\'') break;
+            ++at;
+          }
+          name += formula[at];
+        }
+        ++at;
+      } else {
+        while (at < formula.size() && formula[at] != ']') name += formula[at++];
+      }
+      if (at < formula.size() && formula[at] == ']' && SameName(name, from)) {
+        out += "Pages[" + QuoteName(to) + "]";
+        found = true;
+        i = at + 1;
+        continue;
+      }
+    }
+    out += formula[i++];
+  }
+  return found;
+}
+
+template <class Visit>
+void ForEachFormulaCell(Sheet& sheet, const Visit& visit) {
+  for (StoredCell& cell : sheet.cells) visit(cell);
+  for (StoredSection& section : sheet.sections) {
+    for (StoredCell& cell : section.cells) visit(cell);
+    for (StoredRow& row : section.rows) {
+      for (StoredCell& cell : row.cells) visit(cell);
+    }
+  }
+}
+
+StoredCell Constant(std::string_view name, std::string_view value) {
+  StoredCell cell;
+  cell.name = name;
+  cell.value = value;
+  cell.changed = true;
+  return cell;
+}
+
+}  // namespace
+
+std::string LiveDocument::UniqueIdOf(Sheet& sheet) {
+  if (sheet.unique_id.empty()) {
+    sheet.unique_id = model_.arena.Keep(NewGuid());
+    sheet.attributes_changed = true;
+    if (sheet.contents != nullptr) sheet.contents->changed = true;
+  }
+  return std::string(sheet.unique_id);
+}
+
+void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
+  sheet.erased = true;
+  if (sheet.live != nullptr) {
+    for (const uint32_t index : static_cast<LiveSheet*>(sheet.live)->nodes) {
+      Unprepare(index);
+      Node& node = nodes_[index];
+      node.gone = true;
+      node.value = FormulaValue::Error(FormulaErrorKind::kReference);
+      node.value_ready = true;
+      if (!node.dependents.empty()) gone.push_back(index);
+    }
+  }
+  for (const auto& child : sheet.children) EraseTree(*child, gone);
+}
+
+void LiveDocument::DeleteShape(Sheet& sheet) {
+  BuildIndex();
+  Contents& contents = *sheet.contents;
+  // Ends that were glued to the shape stay where they are.
+  for (StoredConnect& connect : contents.connects) {
+    if (connect.removed) continue;
+    const auto inside = [&](uint32_t id) {
+      Sheet* at = FindById(contents, id);
+      while (at != nullptr && at != &sheet) at = at->parent;
+      return at != nullptr;
+    };
+    const bool from = inside(connect.from_sheet);
+    if (!from && !inside(connect.to_sheet)) continue;
+    connect.removed = true;
+    contents.changed = true;
+    Sheet* source = from ? nullptr : FindById(contents, connect.from_sheet);
+    if (source == nullptr) continue;
+    LiveSheet& live = Live(*source);
+    for (const std::string_view end : {"Begin", "End"}) {
+      if (!connect.from_cell.starts_with(end)) continue;
+      for (const char axis : {'X', 'Y'}) {
+        const auto address = Address(live, std::string(end) + axis);
+        const ResolvedCell cell = Resolve(live, *address);
+        if (cell.local == nullptr || cell.local->formula_state != FormulaState::kOwn) continue;
+        const uint32_t index = NodeOf(live, *address);
+        const FormulaValue value = Value(index);
+        WriteConstant(live, *address, FormulaValue::Number(value.ToNumber()));
+        Refresh(index);
+        Mark(*source);
+      }
+    }
+  }
+  std::vector<uint32_t> gone;
+  EraseTree(sheet, gone);
+  contents.changed = true;
+  ForgetLists(&contents);
+  Live(*Live(sheet).root).counterparts_ready = false;
+  Propagate(gone);
+}
+
+void LiveDocument::DeletePage(PageModel& page) {
+  BuildIndex();
+  page.erased = true;
+  std::vector<uint32_t> gone;
+  EraseTree(page.sheet, gone);
+  for (const auto& shape : page.contents.shapes) EraseTree(*shape, gone);
+  for (const auto& other : model_.pages) {
+    if (other->back_page == page.id) {
+      other->back_page.reset();
+      other->attributes_changed = true;
+    }
+  }
+  ForgetLists(&page.contents);
+  Propagate(gone, PageDependents());
+}
+
+void LiveDocument::RenamePage(PageModel& page, std::string_view name) {
+  if (name.empty()) Raise(Err::kHost, u"A page needs a name.");
+  for (const auto& other : model_.pages) {
+    if (other.get() != &page && !other->erased &&
+        (SameName(other->name, name) || SameName(other->name_u, name))) {
+      Raise(Err::kHost, u"There is a page named \"" + FromUtf8(name) + u"\" already.");
+    }
+  }
+  const std::string old(page.name.empty() ? page.name_u : page.name);
+  const std::string old_u(page.name_u);
+  if (old == name) return;
+  const std::vector<uint32_t> dependents = PageDependents();
+  page.name = model_.arena.Keep(name);
+  // Formulas use universal names; a page made with one name keeps one name.
+  page.name_u = page.name;
+  page.attributes_changed = true;
+  ForEachSheet([&](Sheet& sheet) {
+    std::string text;
+    ForEachFormulaCell(sheet, [&](StoredCell& cell) {
+      if (cell.formula_state != FormulaState::kOwn || cell.formula.size() < 8) return;
+      if (cell.formula.find('[') == std::string_view::npos) return;
+      std::string twice;
+      if (!RenameInFormula(cell.formula, old, name, text)) {
+        if (old_u.empty() || !RenameInFormula(cell.formula, old_u, name, text)) return;
+      }
+      cell.formula = model_.arena.Keep(text);
+      cell.changed = true;
+      Mark(sheet);
+      // The compiled formula of a node names the old page, but what it refers to is resolved.
+    });
+  });
+  Propagate({}, dependents);
+}
+
+PageModel& LiveDocument::AddPage(std::string_view name, bool background) {
+  if (name.empty()) Raise(Err::kHost, u"A page needs a name.");
+  if (FindPageByName(name) != nullptr) {
+    Raise(Err::kHost, u"There is a page named \"" + FromUtf8(name) + u"\" already.");
+  }
+  const std::vector<uint32_t> dependents = PageDependents();
+  auto page = std::make_unique<PageModel>();
+  for (const auto& other : model_.pages) page->id = std::max(page->id, other->id + 1);
+  page->name = page->name_u = model_.arena.Keep(name);
+  page->background = background;
+  page->added = true;
+  page->sheet.kind = SheetKind::kPage;
+  page->sheet.cells_changed = true;
+  page->sheet.cells = {Constant("PageWidth", "8.26771653543307"),
+                       Constant("PageHeight", "11.69291338582677"),
+                       Constant("PageScale", "1"),
+                       Constant("DrawingScale", "1"),
+                       Constant("DrawingSizeType", "0"),
+                       Constant("DrawingScaleType", "0")};
+  page->contents.page = page.get();
+  page->contents.loaded = true;
+  page->contents.changed = true;
+  PageModel& result = *page;
+  // At the end of its kind: foreground pages stand before background pages.
+  auto at = model_.pages.end();
+  if (!background) {
+    at = std::find_if(model_.pages.begin(), model_.pages.end(),
+                      [](const auto& other) { return other->background; });
+    if (at != model_.pages.end() &&
+        std::any_of(at, model_.pages.end(), [](const auto& other) { return !other->background; })) {
+      at = model_.pages.end();
+    }
+  }
+  model_.pages.insert(at, std::move(page));
+  IndexSheet(result.sheet);
+  Propagate({}, dependents);
+  return result;
+}
+
+std::unique_ptr<Sheet> LiveDocument::CopyInstance(const Sheet& model, Contents& contents,
+                                                  Sheet* parent, MasterModel& master, bool top,
+                                                  uint32_t& next_id) {
+  auto sheet = std::make_unique<Sheet>();
+  sheet->id = next_id++;
+  sheet->type = model.type.empty() ? std::string_view("Shape") : model.type;
+  sheet->contents = &contents;
+  sheet->parent = parent;
+  if (top) {
+    sheet->master = master.id;
+  } else {
+    sheet->master_shape = model.id;
+  }
+  sheet->cells_changed = true;
+  for (const auto& child : model.children) {
+    if (child->erased || child->deleted_in_master) continue;
+    sheet->children.push_back(CopyInstance(*child, contents, sheet.get(), master, false, next_id));
+  }
+  return sheet;
+}
+
+Sheet& LiveDocument::Drop(PageModel& page, MasterModel& master, double x, double y) {
+  BuildIndex();
+  model_.Ensure(page.contents);
+  model_.Ensure(master.contents);
+  if (master.contents.shapes.empty()) {
+    Raise(Err::kHost, u"The master \"" + FromUtf8(master.name_u) + u"\" holds no shape.");
+  }
+  FindById(page.contents, 0);
+  uint32_t next_id = Lists(page.contents).next_id;
+  page.contents.shapes.push_back(
+      CopyInstance(*master.contents.shapes.front(), page.contents, nullptr, master, true, next_id));
+  Sheet& sheet = *page.contents.shapes.back();
+  page.contents.changed = true;
+  // Shapes deleted earlier keep their numbers: the list of IDs counts on from the largest ever.
+  ForgetLists(&page.contents);
+  LiveSheet& live = Live(sheet);
+  char buffer[kSlotBytes];
+  const bool one_d = OneD(sheet);
+  const auto number = [&](std::string_view name) {
+    return ResultNumber(live, *Address(live, name));
+  };
+  const double dx = x - number("PinX");
+  const double dy = y - number("PinY");
+  const auto put = [&](std::string_view name, double value) {
+    sheet.cells.push_back(Constant(name, model_.arena.Keep(NumberText(value, buffer))));
+  };
+  if (one_d) {
+    const double ends[] = {number("BeginX") + dx, number("BeginY") + dy, number("EndX") + dx,
+                           number("EndY") + dy};
+    put("BeginX", ends[0]);
+    put("BeginY", ends[1]);
+    put("EndX", ends[2]);
+    put("EndY", ends[3]);
+  }
+  for (const char axis : {'X', 'Y'}) {
+    const std::string_view name = axis == 'X' ? "PinX" : "PinY";
+    put(name, axis == 'X' ? x : y);
+    if (Resolve(live, *Address(live, name)).formula != nullptr) continue;
+    // A pin that follows the ends by formula goes on doing so.
+    StoredCell& cell = sheet.cells.back();
+    cell.formula_state = FormulaState::kInherited;
+    if (Resolve(live, *Address(live, name)).formula == nullptr) {
+      cell.formula_state = FormulaState::kAbsent;
+    }
+  }
+  ++live.layout;
+  for (const uint32_t index : live.nodes) Refresh(index);
+  const std::function<void(Sheet&)> index_tree = [&](Sheet& at) {
+    IndexSheet(at);
+    for (const auto& child : at.children) index_tree(*child);
+  };
+  index_tree(sheet);
+  // Formulas that look at the page or at the shape's own ends are right from the start.
+  std::vector<uint32_t> changed;
+  std::vector<uint32_t> evaluate;
+  const std::function<void(Sheet&)> collect = [&](Sheet& at) {
+    for (const uint32_t index : Live(at).nodes) {
+      if (nodes_[index].formula != nullptr) evaluate.push_back(index);
+    }
+    for (const auto& child : at.children) collect(*child);
+  };
+  for (const StoredCell& cell : sheet.cells)
+    changed.push_back(NodeOf(live, *Address(live, cell.name)));
+  collect(sheet);
+  std::erase_if(changed, [&](uint32_t index) { return nodes_[index].formula != nullptr; });
+  Propagate(changed, evaluate);
+  return sheet;
+}
+
+void LiveDocument::Glue(Sheet& from, std::string_view from_cell, Sheet& to, int connection_row) {
+  if (from.contents == nullptr || from.contents != to.contents) {
+    Raise(Err::kHost, u"Only shapes of one page can be glued.");
+  }
+  LiveSheet& live = Live(from);
+  const bool begin = SameName(from_cell.substr(0, 5), "Begin");
+  const bool end = SameName(from_cell.substr(0, 3), "End");
+  if (!begin && !end) Raise(Err::kHost, u"Only the ends of a one-dimensional shape can be glued.");
+  if (!OneD(from)) Raise(Err::kHost, u"The shape to be glued is not one-dimensional.");
+  const auto& rows = Rows(Live(to), section::kConnectionPoints);
+  if (connection_row < 0 || static_cast<size_t>(connection_row) >= rows.size()) {
+    Raise(Err::kHost, u"The shape has no such connection point.");
+  }
+  const std::string point = std::to_string(connection_row + 1);
+  const std::string prefix = "Sheet." + std::to_string(to.id) + "!Connections.";
+  const std::string formula = "PAR(PNT(" + prefix + "X" + point + "," + prefix + "Y" + point + "))";
+  const std::string name = begin ? "Begin" : "End";
+  for (const char axis : {'X', 'Y'}) {
+    const auto address = Address(live, name + axis);
+    SetFormula(live, *address, formula);
+  }
+  StoredConnect connect;
+  connect.from_sheet = from.id;
+  connect.to_sheet = to.id;
+  connect.from_cell = begin ? "BeginX" : "EndX";
+  connect.from_part = begin ? 9 : 12;
+  connect.to_cell = model_.arena.Keep("Connections.X" + point);
+  connect.to_part = 100 + connection_row;
+  connect.added = true;
+  for (StoredConnect& other : from.contents->connects) {
+    if (other.from_sheet == from.id && other.from_cell == connect.from_cell) other.removed = true;
+  }
+  from.contents->connects.push_back(connect);
+  from.contents->changed = true;
+}
+
+}  // namespace ohmwise::embedded
