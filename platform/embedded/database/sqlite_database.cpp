@@ -86,8 +86,9 @@ class SqliteRecordset final : public Counted<Recordset> {
     if (!has_rows) return;
     names_.clear();
     for (int i = 0; i < columns; ++i) names_.push_back(statement.ColumnName(i));
+    // The engine takes changes to a view without a word when they return rows.
+    updatable_ = translated.updatable && session->IsTable(translated.table);
     table_ = std::move(translated.table);
-    updatable_ = translated.updatable;
     rows_ = std::move(rows);
     at_ = 0;
     edit_.reset();

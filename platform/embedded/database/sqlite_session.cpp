@@ -130,6 +130,11 @@ void SqliteSession::Run(const char* sql) {
   if (code != SQLITE_OK) Fail(code);
 }
 
+bool SqliteSession::IsTable(const std::string& name) const {
+  return sqlite3_table_column_metadata(handle_.get(), nullptr, name.c_str(), nullptr, nullptr,
+                                       nullptr, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
 void SqliteStatement::Finalize::operator()(sqlite3_stmt* statement) const noexcept {
   sqlite3_finalize(statement);
 }

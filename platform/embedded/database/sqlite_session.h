@@ -31,6 +31,8 @@ class SqliteSession {
   /// Raises the provider's error for a result code of the engine, naming the file.
   [[noreturn]] void Fail(int code) const;
   void Run(const char* sql);
+  /// True for a table, false for a view or nothing.
+  bool IsTable(const std::string& name) const;
 
  private:
   std::u16string name_;
