@@ -3,6 +3,9 @@
 #include <zip.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
 #include <pugixml.hpp>
 
 #include "platform/embedded/vsdx/xml_text.h"
@@ -53,14 +56,6 @@ std::string Mebibytes(uint64_t bytes) {
   return bytes >> 20 != 0 ? std::to_string(bytes >> 20) + " MiB" : std::to_string(bytes) + " bytes";
 }
 
-struct ErrorText {
-  explicit ErrorText(int code) { zip_error_init_with_code(&error, code); }
-  ~ErrorText() { zip_error_fini(&error); }
-  ErrorText(const ErrorText&) = delete;
-  ErrorText& operator=(const ErrorText&) = delete;
-  zip_error_t error;
-};
-
 std::string Utf8Safe(const char* text) { return text == nullptr ? "" : text; }
 
 }  // namespace
@@ -85,6 +80,8 @@ Package::Package(std::string bytes, std::string file, const PackageLimits& limit
       file_(std::move(file)),
       limits_(limits),
       archive_(std::make_unique<Archive>()) {
+  // An empty file counts as an empty archive to the library.
+  if (bytes_.empty()) RaisePackage(file_, "", "the file is empty.");
   if (!std::string_view(bytes_).starts_with("PK")) {
     const std::string_view head = std::string_view(bytes_).substr(0, 4096);
     if (head.find("<VisioDocument") != std::string_view::npos) {
@@ -270,11 +267,17 @@ std::string Package::Rebuild(const std::map<std::string, std::string>& replaced,
                              const std::set<std::string>& removed) const {
   zip_error_t error;
   zip_error_init(&error);
-  zip_source_t* source = zip_source_buffer_create(bytes_.data(), bytes_.size(), 0, &error);
+  // The library must own the bytes it edits: where it does not, libzip 1.7 frees them when an
+  // archive is written over a clone of itself.
+  void* copy = std::malloc(bytes_.size());
+  if (copy == nullptr) throw std::bad_alloc();
+  std::memcpy(copy, bytes_.data(), bytes_.size());
+  zip_source_t* source = zip_source_buffer_create(copy, bytes_.size(), 1, &error);
+  if (source == nullptr) std::free(copy);
   zip_t* zip = nullptr;
   if (source != nullptr) {
     zip_source_keep(source);
-    zip = zip_open_from_source(source, bytes_.empty() ? ZIP_TRUNCATE : 0, &error);
+    zip = zip_open_from_source(source, 0, &error);
   }
   std::string result;
   const auto fail = [&](const char* text) {

@@ -63,10 +63,11 @@ void AppendEscaped(std::string& out, std::string_view text, bool attribute) {
     const size_t length = XmlSequence(text, i);
     if (length == 0) {
       out += "\xEF\xBF\xBD";
-      // A surrogate written as three bytes is one character, not three.
-      const bool surrogate = static_cast<unsigned char>(text[i]) == 0xED && i + 2 < text.size() &&
-                             (static_cast<unsigned char>(text[i + 1]) & 0xE0) == 0xA0;
-      i += surrogate ? 3 : 1;
+      // A surrogate or U+FFFE written as three bytes is one character, not three.
+      const auto byte = [&](size_t at) { return static_cast<unsigned char>(text[at]); };
+      const bool three = i + 2 < text.size() && ((byte(i) == 0xED && byte(i + 1) >= 0xA0) ||
+                                                 (byte(i) == 0xEF && byte(i + 1) == 0xBF));
+      i += three ? 3 : 1;
       continue;
     }
     const char c = text[i];
