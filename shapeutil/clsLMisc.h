@@ -65,17 +65,26 @@ class clsLMisc {
   /// False when the cell is missing.
   bool HideWireName(const ShapeRef& shpActive);
   void SetHideWireName(const ShapeRef& shpActive, bool v);
+  /// Adds the missing rows of the property block.
   void CreateProp(const ShapeRef& shpActive);
+  /// Names the pin sub-shapes after the selected pin set: black, or red and with their former names
+  /// when there is no such set.
   void SetPins(const ShapeRef& shpActive);
   int16_t GetPinSetCount(const ShapeRef& shpActive);
+  /// Hides the names of the pin sub-shapes by "IF(TRUE,TRUE,former)" in "HideText", and gives them
+  /// back their former formula. Doing either twice changes nothing.
   void HidePinNames(const ShapeRef& shpActive);
   void ShowPinNames(const ShapeRef& shpActive);
   /// Empties the thirteen detail labels of a form. Raises 438 when a label is missing.
   void ClearLabels(const ObjectRef& tForm);
+  /// True when the document's "colShapeRef" has a shape of any kind. False on a failure.
   bool GotComponentShape(const DocumentRef& tDoc);
+  /// Rows that the description of a shape takes in a report: the lines of the longer of the texts
+  /// in "Scratch.B1" and "Scratch.C1", at least 1. 1 on a failure.
   int16_t GetMaxRows(const ShapeRef& shpActive);
 
   // Locations and presence tests (locations.cpp) ----------------------------------------------
+  /// Adds the page's "User.PageName" with PAGENAME() when it is missing.
   void CheckPageName(const PageRef& pagActive);
   /// True when the collection has an item under the key; it is left as it was, order included.
   bool GotInCollection(const CollectionRef& tCol, std::u16string_view tKey);
@@ -86,15 +95,27 @@ class clsLMisc {
   bool PageExist(const DocumentRef& ActiveDoc, std::u16string_view PageName);
   bool ShapeExist(const ShapesRef& CheckShapes, const Value& NameUIDOrIndex);
 
-  // Connections (connections.cpp) -------------------------------------------------------------
+  // Connections (connections.cpp): failures are swallowed ---------------------------------------
+  /// Writes what the ends of a wire are glued to into its "User.Begin" and "User.End": the
+  /// reference of the glued shape (of the group around it, else its name), and ":" and the name of
+  /// the pin where the connection point has one. A free end empties a cell that is there.
   void DetectConnection(const ShapeRef& shpActive);
+  /// True when one of the shapes is glued to the other.
   bool IsConnectedTo(const ShapeRef& shpA, const ShapeRef& shpB);
+  /// The one-dimensional shapes glued to the shape or its sub-shapes, or they to them, each once,
+  /// keyed by unique ID. Empty on a failure.
   CollectionRef ConnectedToWires(const ShapeRef& shpActive);
+  /// The shape that "User.Link" names, or without that the hyperlink "Go1"; Nothing without either.
   ShapeRef GetLinkedShape(const ShapeRef& shpActive);
   bool GotLinkedShape(const ShapeRef& shpActive);
+  /// The shape that "User.Link" names as "page/shape" (blanks and slashes of the page's name as
+  /// "%20" and "%2f"), or as "shape" on the same page.
   ShapeRef GetUserLinkShape(const ShapeRef& shpActive);
+  /// Height on the page of the control handle "Row_" `Row` of a ladder zone. The zone's first
+  /// connection point marks its pin in its own coordinates. 0 on a failure.
   double GetLZCellV(const ShapeRef& shpLZone, int16_t Row);
   bool GotInSelection(const ObjectRef& tSel, const ShapeRef& shpActive);
+  /// True when one of the shapes has the unique ID; a name does not count.
   bool ShapeExistInShapes(const ShapesRef& tShapes, std::u16string_view tUID);
 
  private:
