@@ -20,9 +20,9 @@ class EmbeddedHost : public Host {
  public:
   struct Options {
     /// Folder of the library's data (LangDB); "" looks at OHMWISE_DATA, then beside the program.
-    std::u16string library_folder;
+    std::u16string library_folder = {};
     /// Called for every box instead of printing it to stderr; null prints.
-    std::function<void(const ShownMessage&)> on_message;
+    std::function<void(const ShownMessage&)> on_message = {};
     /// Progress line on stderr; off when stderr is not a terminal whatever this says.
     bool show_progress = true;
   };
