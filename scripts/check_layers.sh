@@ -1,42 +1,58 @@
 #!/usr/bin/env bash
-# Who may include whom. The link lists of CMake are the first guard; headers are the second.
-set -euo pipefail
-cd "$(dirname "$0")/.."
-status=0
-report() {
-  if [ -n "$2" ]; then
-    printf '%s\n%s\n' "$1" "$2"
-    status=1
-  fi
-}
+# Checks which folder includes what. One line per offence; exit 1 when there is any.
+set -u
+cd "$(dirname "$0")/.." || exit 1
 
-core='crossref shapeutil catalogue settings lang sort export'
-core_headers='platform/[a-z_]+\.(h|inc)|(crossref|shapeutil|catalogue|settings|lang|sort|export)/[A-Za-z_]+\.h'
-for folder in $core; do
-  [ -n "$(git ls-files -- "$folder/*.cpp" "$folder/*.h")" ] || continue
-  report "$folder/ may include the core and platform/*.h only:" \
-    "$(git ls-files -- "$folder/*.cpp" "$folder/*.h" | xargs grep -nE '^#include "' /dev/null |
-       grep -vE "#include \"($core_headers)\"" || true)"
-done
-report "platform/*.h and *.cpp may include platform/*.h only:" \
-  "$(git ls-files -- platform/ | grep -E '^platform/[^/]+\.(h|cpp)$' |
-     xargs grep -nE '^#include "' /dev/null | grep -vE '#include "platform/[a-z_]+\.(h|inc)"' || true)"
-report "platform/embedded/drawing/ may include platform/*.h and itself only:" \
-  "$(git ls-files -- platform/embedded/drawing | grep -E '\.(h|cpp)$' |
-     xargs grep -nE '^#include "' /dev/null |
-     grep -vE '#include "platform/([a-z_]+|embedded/drawing/[a-z_]+)\.(h|inc)"' || true)"
-
-# Third-party headers belong to the folder that wraps the library.
-foreign() {  # foreign PATTERN FOLDERS
-  report "<$1…> is included outside $2:" \
-    "$(git ls-files -- '*.cpp' '*.h' | grep -vE "^($2)" | xargs grep -nE "^#include <($1)" /dev/null || true)"
+found=0
+# Matches as "file:line: text", for files given on standard input.
+includes() { xargs -r grep -HnE '^[[:space:]]*#[[:space:]]*include' -- /dev/null; }
+offence() {  # reads matches
+  local why=$1 line
+  while IFS= read -r line; do
+    echo "$line  <- $why"
+    found=1
+  done
 }
-foreign 'pugixml|zip\.h|zlib' 'platform/embedded/vsdx/|tests/|fuzz/|bench/'
-foreign 'sqlite3' 'platform/embedded/database/|tests/|bench/'
-foreign 'CLI/|nlohmann/' 'cli/|tests/'
-foreign 'windows\.h|oleauto' 'platform/com/'
-report "headers of wrapped libraries belong in .cpp files:" \
-  "$(git ls-files -- 'platform/*.h' | xargs grep -nE '^#include <(pugixml|zip\.h|zlib|sqlite3|windows\.h)' /dev/null || true)"
-report "#ifdef belongs in platform/ alone:" \
-  "$(git ls-files -- '*.cpp' '*.h' | grep -v '^platform/' | xargs grep -nE '^#ifn?def|^#if ' /dev/null || true)"
-exit $status
+sources() { find "$@" -name '*.cpp' -o -name '*.h' -o -name '*.inc' 2>/dev/null | sort; }
+
+class_folders=(crossref shapeutil catalogue settings lang sort export)
+existing=()
+for folder in "${class_folders[@]}"; do [ -d "$folder" ] && existing+=("$folder"); done
+standard='<[a-z_0-9]+>'
+classes=$(IFS='|'; echo "${class_folders[*]}")
+
+# Class folders: the standard library, the platform's interfaces and each other.
+offence 'a class folder uses platform/*.h, class folders and the standard library only' < <(
+  sources "${existing[@]}" | includes |
+    grep -vE "include[[:space:]]*($standard|\"platform/[^/\"]+\"|\"($classes)/[^\"]+\")")
+
+# The platform's own level: the standard library and itself.
+offence 'platform/ uses the standard library and platform/*.h only' < <(
+  find platform -maxdepth 1 \( -name '*.cpp' -o -name '*.h' \) | includes |
+    grep -vE "include[[:space:]]*($standard|\"platform/[^/\"]+\")")
+
+# The live drawing: the standard library, the platform and itself.
+offence 'platform/embedded/drawing uses the standard library, platform/*.h and itself only' < <(
+  sources platform/embedded/drawing | includes |
+    grep -vE "include[[:space:]]*($standard|\"platform/[^/\"]+\"|\"platform/embedded/drawing/[^\"]+\")")
+
+# Third-party headers: in the sources of the one folder that wraps the library.
+wrapped() {  # wrapped PATTERN FOLDER
+  offence "only sources in $2/ and tests include this library" < <(
+    sources platform "${existing[@]}" cli data bench fuzz | includes |
+      grep -E "include[[:space:]]*[<\"]$1" | grep -vE "^$2/[^:]*\.cpp:")
+}
+wrapped 'pugixml|pugiconfig' platform/embedded/vsdx
+wrapped 'zip\.h|zipconf\.h|zlib\.h' platform/embedded/vsdx
+wrapped 'sqlite3' platform/embedded/database
+wrapped 'CLI/' cli
+wrapped 'nlohmann/' cli
+wrapped 'benchmark/|unicode/' bench
+
+# Paths of somebody's machine.
+offence 'a path of one machine' < <(
+  sources platform "${existing[@]}" cli data tests bench fuzz |
+    xargs -r grep -HnE '"/(home|root|opt|usr|mnt|work)/' -- /dev/null)
+
+if [ "$found" -ne 0 ]; then exit 1; fi
+echo "layers: every folder keeps to what it may include"

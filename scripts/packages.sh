@@ -1,24 +1,47 @@
-# Sourced by demo.sh and test.sh: installs what is missing of the packages named, without a prompt.
-# Works as root or with sudo.
+# Sourced by the other scripts: installs Debian packages that are missing, without questions.
 
-as_root() {
-  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
-}
-
-ensure_packages() {
-  local missing=()
-  local name
-  for name in "$@"; do
-    dpkg-query -W -f '${Status}' "$name" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$name")
+# install_missing PACKAGE…: nothing happens when all of them are installed.
+install_missing() {
+  local missing=() package
+  for package in "$@"; do
+    if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed'; then
+      missing+=("$package")
+    fi
   done
-  [ "${#missing[@]}" -eq 0 ] && return 0
-  echo "Installing: ${missing[*]}"
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get -q update >/dev/null || true
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends \
-    "${missing[@]}" >/dev/null
+  [ ${#missing[@]} -eq 0 ] && return 0
+
+  local root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null || ! sudo -n true 2>/dev/null; then
+      echo "These packages are missing, and installing them needs root or sudo without a password:" >&2
+      echo "  apt-get install ${missing[*]}" >&2
+      return 1
+    fi
+    root=(sudo -n)
+  fi
+  echo "Installing ${#missing[@]} packages: ${missing[*]}"
+  local log
+  log=$(mktemp)
+  if ! { "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q &&
+         "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
+           --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+    tail -n 20 "$log" >&2
+    echo "Installing the packages failed; the full log is in $log." >&2
+    return 1
+  fi
+  rm -f "$log"
 }
 
-build_packages=(g++ cmake ninja-build ccache libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev
-                libcli11-dev nlohmann-json3-dev)
-test_packages=(clang clang-format libclang-rt-14-dev llvm googletest libgtest-dev libreoffice-draw-nogui
-               poppler-utils fonts-dejavu-core fonts-liberation git)
+# What the program itself is built with and from; docs/dependencies.md gives the reasons.
+build_packages=(
+  cmake ninja-build g++ ccache pkg-config
+  libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev)
+
+# What the tests need besides.
+test_packages=(
+  libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui)
+
+use_ccache() {
+  command -v ccache >/dev/null || return 0
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+}

@@ -1,89 +1,114 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, runs every test and ends with the count.
-set -euo pipefail
-cd "$(dirname "$0")/.."
+# Everything that is checked before a change goes in: format, layers, all tests built with gcc, all
+# tests built with clang and its sanitizers, and a short run of the fuzzers. Installs what is
+# missing. The last line gives the count over everything.
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit 1
 . scripts/packages.sh
 
-ensure_packages "${build_packages[@]}" "${test_packages[@]}"
-export CCACHE_DIR="${CCACHE_DIR:-$PWD/build/ccache}"
 jobs=$(nproc)
-passed=0
-failed=0
-skipped=0
-log=$(mktemp -d)
-trap 'rm -rf "$log"' EXIT
+fuzz_seconds=${OHMWISE_FUZZ_SECONDS:-20}
+passed=0 failed=0 skipped=0
+logs=build/logs
+mkdir -p "$logs"
 
-step() { printf '\n== %s\n' "$*"; }
+say() { printf '\n== %s\n' "$*"; }
+fail() {  # a step that is no test counts as one failure
+  echo "FAILED: $*"
+  failed=$((failed + 1))
+}
+finish() {
+  say "Result"
+  local line="$passed passed, $failed failed"
+  [ "$skipped" -gt 0 ] && line+=", $skipped skipped"
+  echo "$line"
+  [ "$failed" -eq 0 ]
+  exit
+}
 
-# check NAME COMMAND…: one pass or failure by exit code.
-check() {
-  local name=$1
+# number NAME FILE: a count from the head of ctest's report.
+number() { grep -m 1 -oE "\b$1=\"[0-9]+\"" "$2" | grep -oE '[0-9]+'; }
+
+# quietly LOG COMMAND…: output only when it fails.
+quietly() {
+  local log=$logs/$1
   shift
-  step "$name"
-  if "$@"; then passed=$((passed + 1)); else
-    failed=$((failed + 1))
-    echo "FAILED: $name"
-  fi
+  "$@" >"$log" 2>&1 && return 0
+  tail -n 60 "$log"
+  return 1
 }
 
 build() {  # build PRESET
-  cmake --preset "$1" >"$log/configure" || { cat "$log/configure"; return 1; }
-  cmake --build "build/$1" -j "$jobs" >"$log/build" || { tail -n 60 "$log/build"; return 1; }
+  quietly "$1-configure.log" cmake --preset "$1" &&
+    quietly "$1-build.log" cmake --build --preset "$1" -j "$jobs"
 }
 
-# suite PRESET: builds, runs ctest, adds its counts.
-suite() {
-  step "Build and test: $1"
-  if ! build "$1"; then
-    failed=$((failed + 1))
-    echo "FAILED: build of $1"
+run_tests() {  # run_tests PRESET
+  local preset=$1 report=$PWD/$logs/$1-tests.xml all bad unrun
+  rm -f "$report"
+  ctest --preset "$preset" -j "$jobs" --output-junit "$report" >"$logs/$preset-tests.log" 2>&1
+  if [ ! -s "$report" ]; then
+    tail -n 20 "$logs/$preset-tests.log"
+    fail "no test could be run ($preset)"
     return
   fi
-  ctest --test-dir "build/$1" -j "$jobs" --output-on-failure --output-junit "$log/$1.xml" \
-    --timeout 600 >"$log/$1.log" 2>&1 || true
-  grep -E '\*\*\*(Failed|Timeout|Exception|Not Run)|Skipped' "$log/$1.log" | sort -u | head -n 40 || true
-  if ! [ -s "$log/$1.xml" ]; then
-    tail -n 40 "$log/$1.log"
-    failed=$((failed + 1))
-    return
+  all=$(number tests "$report") bad=$(number failures "$report")
+  unrun=$(($(number skipped "$report") + $(number disabled "$report")))
+  echo "$preset: $((all - bad - unrun)) of $all tests passed"
+  if [ "$bad" -gt 0 ]; then grep -E '\*\*\*|^\[  FAILED|Failure$' "$logs/$preset-tests.log" | head -40; fi
+  if [ "$unrun" -gt 0 ]; then
+    echo "not run, with the reason each test gives:"
+    sed -n '/did not run:/,/^$/p' "$logs/$preset-tests.log" | grep -E '\((Skipped|Disabled|Not Run)\)'
   fi
-  local tests bad skip
-  tests=$(grep -o 'tests="[0-9]*"' "$log/$1.xml" | head -n 1 | tr -dc 0-9)
-  bad=$(grep -o 'failures="[0-9]*"' "$log/$1.xml" | head -n 1 | tr -dc 0-9)
-  skip=$(grep -o 'skipped="[0-9]*"' "$log/$1.xml" | head -n 1 | tr -dc 0-9)
-  [ "$bad" -eq 0 ] || grep -vE '^ *[0-9]+/[0-9]+ Test|Start +[0-9]+' "$log/$1.log" | tail -n 150
-  echo "$1: $tests tests, $bad failed, $skip skipped"
-  passed=$((passed + tests - bad - skip))
-  failed=$((failed + bad))
-  skipped=$((skipped + skip))
+  if [ "$all" -eq 0 ]; then fail "$preset has no tests"; fi
+  passed=$((passed + all - bad - unrun)) failed=$((failed + bad)) skipped=$((skipped + unrun))
 }
 
-fuzz() {  # fuzz TARGET SEEDS: twenty seconds on what the repository knows and what it finds
-  local work="$log/$1"
-  mkdir -p "$work"
-  local dict=()
-  [ -f "fuzz/${1%_fuzz}.dict" ] && dict=("-dict=fuzz/${1%_fuzz}.dict")
-  (cd "$work" && "$OLDPWD/build/linux-fuzz/fuzz/$1" "${dict[@]/#-dict=/-dict=$OLDPWD/}" -max_total_time=20 -timeout=20 -rss_limit_mb=4096 \
-    -print_final_stats=1 "$work" "$OLDPWD/$2") >"$log/$1.log" 2>&1 || { tail -n 40 "$log/$1.log"; return 1; }
-  grep -E 'number_of_executed_units' "$log/$1.log"
-}
+say "Packages"
+install_missing "${build_packages[@]}" "${test_packages[@]}" || { fail "packages"; finish; }
+echo "everything needed is installed"
+use_ccache
 
-check "Format" scripts/check_format.sh
-check "Layers" scripts/check_layers.sh
-suite linux
-suite linux-asan
-step "Fuzz targets"
+say "Format (clang-format 14) and layers"
+find cli catalogue crossref data export fuzz bench lang platform settings shapeutil sort tests \
+  \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  quietly format.log xargs -0 -r clang-format-14 --dry-run -Werror || fail "format"
+scripts/check_layers.sh || fail "layers"
+
+say "Build and test with gcc"
+if build linux; then run_tests linux; else fail "build with gcc"; fi
+
+say "Build and test with clang, address and undefined-behaviour sanitizers"
+if build linux-asan; then run_tests linux-asan; else fail "build with sanitizers"; fi
+
+say "Fuzz targets, $fuzz_seconds s each"
 if build linux-fuzz; then
-  check "Fuzz: formula parser" fuzz formula_fuzz fuzz/seeds/formula
-  check "Fuzz: package reader" fuzz package_fuzz fuzz/seeds/package
+  targets=0
+  for target in build/linux-fuzz/fuzz/*; do
+    [ -f "$target" ] && [ -x "$target" ] || continue
+    targets=$((targets + 1))
+    name=$(basename "$target")
+    work=build/linux-fuzz/found/$name
+    mkdir -p "$work"
+    inputs=("$work")
+    for seeds in "fuzz/seeds/$name" "fuzz/${name}_seeds" "fuzz/${name%_fuzz}_seeds" \
+      "fuzz/seeds/${name%_fuzz}"; do
+      [ -d "$seeds" ] && inputs+=("$seeds")
+    done
+    options=(-max_total_time="$fuzz_seconds" -timeout=20 -rss_limit_mb=3000
+             -artifact_prefix="$work/")
+    for dictionary in "fuzz/$name.dict" "fuzz/${name%_fuzz}.dict"; do
+      [ -f "$dictionary" ] && options+=(-dict="$dictionary")
+    done
+    if quietly "$name.log" "$target" "${options[@]}" "${inputs[@]}"; then
+      echo "$name: $(grep -oE 'Done [0-9]+ runs' "$logs/$name.log" | tail -1), nothing found"
+    else
+      fail "fuzz target $name; the input is in $work"
+    fi
+  done
+  [ "$targets" -gt 0 ] || fail "there is no fuzz target"
 else
-  failed=$((failed + 2))
+  fail "build of the fuzz targets"
 fi
 
-echo
-if [ "$skipped" -gt 0 ]; then
-  echo "$passed passed, $failed failed, $skipped skipped"
-else
-  echo "$passed passed, $failed failed"
-fi
-[ "$failed" -eq 0 ]
+finish
