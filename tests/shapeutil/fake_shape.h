@@ -86,7 +86,7 @@ class FakeShape : public Counted<Shape> {
  public:
   explicit FakeShape(Journal* journal_of_all) : journal(journal_of_all) {}
 
-  void Put(std::u16string_view cell, std::u16string_view formula) {
+  void PutCell(std::u16string_view cell, std::u16string_view formula) {
     cells[FoldCase(cell)] =
         MakeRef<FakeCell>(std::u16string(cell), std::u16string(formula), journal);
   }
@@ -144,8 +144,8 @@ class FakeShape : public Counted<Shape> {
     journal->Record(u"AddNamedRow " + DecimalText(int32_t{section}) + u" " + std::u16string(row) +
                     u" " + DecimalText(int32_t{tag}));
     const std::u16string cell = (section == 242 ? u"User." : u"Prop.") + std::u16string(row);
-    Put(cell, u"");
-    if (section == 243) Put(cell + u".Value", u"");
+    PutCell(cell, u"");
+    if (section == 243) PutCell(cell + u".Value", u"");
     return 0;
   }
   int16_t AddRow(int16_t, int16_t, int16_t) override { return 0; }

@@ -44,8 +44,8 @@ class ShapePropertyTest : public ::testing::Test {
   Ref<FakeShape> AddSub(const Ref<FakeShape>& group, Text name) {
     Ref<FakeShape> sub = MakeShape(std::move(name));
     sub->parent = group.get();
-    sub->Put(u"Char.Color", u"0");
-    sub->Put(u"HideText", u"");
+    sub->PutCell(u"Char.Color", u"0");
+    sub->PutCell(u"HideText", u"");
     group->children->shapes.push_back(sub);
     return sub;
   }
@@ -102,9 +102,9 @@ TEST_F(ShapePropertyTest, NumbersGetTheirRowOnceAndReadZeroWithoutIt) {
                    u"User.Type=7", u"AddNamedRow 242 PinSet 0", u"User.PinSet=7",
                    u"AddNamedRow 242 LocType 0", u"User.LocType=7", u"User.Cat=-3", u"User.Type=-3",
                    u"User.PinSet=-3", u"User.LocType=-3"}));
-  shape_->Put(u"User.Type", u"2.5");
+  shape_->PutCell(u"User.Type", u"2.5");
   EXPECT_EQ(misc_.TypeNo(shape_), 2);
-  shape_->Put(u"User.PinSet", u"40000");
+  shape_->PutCell(u"User.PinSet", u"40000");
   EXPECT_EQ(ErrorOf([&] { misc_.PinSet(shape_); }), 6);
 }
 
@@ -116,7 +116,7 @@ TEST_F(ShapePropertyTest, EachPresenceTestLooksAtItsOwnCell) {
                         u"User.Type", u"User.PinSet", u"User.LocType"};
   for (size_t present = 0; present < std::size(cells); ++present) {
     const Ref<FakeShape> shape = MakeShape(u"S");
-    shape->Put(cells[present], u"");
+    shape->PutCell(cells[present], u"");
     for (size_t i = 0; i < std::size(tests); ++i) {
       EXPECT_EQ((misc_.*tests[i])(shape), i == present) << i << " with " << ToUtf8(cells[present]);
     }
@@ -134,11 +134,11 @@ TEST_F(ShapePropertyTest, AProtectedShapeRaisesTheHostsErrorAtEveryStep) {
     journal_.fail_at = SIZE_MAX;
     return number == static_cast<int32_t>(Err::kHost);
   };
-  for (const size_t change : {0, 1}) {
+  for (const size_t change : {size_t{0}, size_t{1}}) {
     EXPECT_TRUE(fails_at(change, [&] { misc_.SetCompIDStr(shape_, u"1"); }));
     EXPECT_TRUE(fails_at(change, [&] { misc_.SetTypeNo(shape_, 1); }));
   }
-  for (const size_t change : {0, 5, 12}) {
+  for (const size_t change : {size_t{0}, size_t{5}, size_t{12}}) {
     EXPECT_TRUE(fails_at(change, [&] { misc_.CreateProp(shape_); }));
   }
 }
@@ -148,7 +148,7 @@ TEST_F(ShapePropertyTest, HideWireNameWritesOnlyAChange) {
   misc_.SetHideWireName(shape_, false);
   EXPECT_EQ(ErrorOf([&] { misc_.SetHideWireName(shape_, true); }),
             static_cast<int32_t>(Err::kHost));
-  shape_->Put(u"Actions.Row_2.Action", u"-1");
+  shape_->PutCell(u"Actions.Row_2.Action", u"-1");
   EXPECT_TRUE(misc_.HideWireName(shape_));
   misc_.SetHideWireName(shape_, true);
   EXPECT_EQ(journal_.entries, Texts{});
@@ -158,8 +158,8 @@ TEST_F(ShapePropertyTest, HideWireNameWritesOnlyAChange) {
 }
 
 TEST_F(ShapePropertyTest, CreatePropAddsTheMissingRowsInOrder) {
-  shape_->Put(u"Prop.Name", u"\"kept\"");
-  shape_->Put(u"Prop.Price", u"");
+  shape_->PutCell(u"Prop.Name", u"\"kept\"");
+  shape_->PutCell(u"Prop.Price", u"");
   misc_.CreateProp(shape_);
   Texts expected;
   for (const char16_t* row : {u"Desc", u"Brand", u"Rating", u"Model", u"Order", u"Supplier",
@@ -174,11 +174,11 @@ TEST_F(ShapePropertyTest, CreatePropAddsTheMissingRowsInOrder) {
 
 TEST_F(ShapePropertyTest, MaxRowsIsTheLongerDescription) {
   EXPECT_EQ(misc_.GetMaxRows(shape_), 1);
-  shape_->Put(u"Scratch.B1", u"\"a\nb\"");
+  shape_->PutCell(u"Scratch.B1", u"\"a\nb\"");
   EXPECT_EQ(misc_.GetMaxRows(shape_), 2);
-  shape_->Put(u"Scratch.C1", u"\"a\nb\nc\"");
+  shape_->PutCell(u"Scratch.C1", u"\"a\nb\nc\"");
   EXPECT_EQ(misc_.GetMaxRows(shape_), 3);
-  shape_->Put(u"Scratch.C1", u"\"" + Text(40000, u'\n') + u"\"");
+  shape_->PutCell(u"Scratch.C1", u"\"" + Text(40000, u'\n') + u"\"");
   EXPECT_EQ(misc_.GetMaxRows(shape_), 1);
 }
 
@@ -198,16 +198,16 @@ TEST_F(ShapePropertyTest, SetPinsNamesAndColoursThePins) {
   shape_->AddPoint(186, u"\"1,A1,13\"");
   shape_->AddPoint(186, u"\"2,A2\"");
   for (const char16_t* name : {u"P0.5", u"P1", u"P", u"Px", u"L0"}) AddSub(shape_, name);
-  shape_->Put(u"User.PinSet", u"2");
+  shape_->PutCell(u"User.PinSet", u"2");
   misc_.SetPins(shape_);
   EXPECT_EQ(journal_.entries,
             (Texts{u"P0.5 Text=13", u"Char.Color=0", u"P1 Text=A2", u"Char.Color=0"}));
   journal_.entries.clear();
-  shape_->Put(u"User.PinSet", u"3");
+  shape_->PutCell(u"User.PinSet", u"3");
   misc_.SetPins(shape_);
   EXPECT_EQ(journal_.entries, (Texts{u"Char.Color=2", u"Char.Color=2"}));
   AddSub(shape_, u"P2");
-  shape_->Put(u"User.PinSet", u"1");
+  shape_->PutCell(u"User.PinSet", u"1");
   EXPECT_EQ(ErrorOf([&] { misc_.SetPins(shape_); }), static_cast<int32_t>(Err::kHost));
 }
 
@@ -215,7 +215,7 @@ TEST_F(ShapePropertyTest, HiddenPinNamesGetTheirFormulaBack) {
   const Ref<FakeShape> pin = AddSub(shape_, u"P0");
   const Ref<FakeShape> label = AddSub(shape_, u"L0");
   for (const char16_t* former : {u"FALSE", u"IF(User.A>1,TRUE,FALSE)", u"IF(TRUE,FALSE,TRUE)"}) {
-    pin->Put(u"HideText", former);
+    pin->PutCell(u"HideText", former);
     misc_.HidePinNames(shape_);
     misc_.HidePinNames(shape_);
     EXPECT_EQ(pin->Cells(u"HideText")->Formula(), u"IF(TRUE,TRUE," + Text(former) + u")");
@@ -223,7 +223,7 @@ TEST_F(ShapePropertyTest, HiddenPinNamesGetTheirFormulaBack) {
     misc_.ShowPinNames(shape_);
     EXPECT_EQ(pin->Cells(u"HideText")->Formula(), former);
   }
-  pin->Put(u"HideText", u"if(TRUE, true, NOT(FALSE))");
+  pin->PutCell(u"HideText", u"if(TRUE, true, NOT(FALSE))");
   misc_.ShowPinNames(shape_);
   EXPECT_EQ(pin->Cells(u"HideText")->Formula(), u"NOT(FALSE)");
   EXPECT_EQ(label->Cells(u"HideText")->Formula(), u"");
@@ -261,8 +261,8 @@ class ConnectionTest : public ShapePropertyTest {};
 
 TEST_F(ConnectionTest, WireEndsAreNamedAfterWhatTheyAreGluedTo) {
   const Ref<FakeShape> coil = MakeShape(u"Coil");
-  coil->Put(u"User.Ref", u"\"K1\"");
-  coil->Put(u"User.PinSet", u"1");
+  coil->PutCell(u"User.Ref", u"\"K1\"");
+  coil->PutCell(u"User.PinSet", u"1");
   coil->AddPoint(186, u"\"1,A1\"");
   coil->AddPoint(186, u"");
   const Ref<FakeShape> pin = AddSub(coil, u"P0");
@@ -339,14 +339,14 @@ TEST_F(ConnectionTest, PresenceInCollectionsOfShapes) {
 
 TEST_F(ConnectionTest, LadderZoneHeightFollowsPinTurnAndControl) {
   EXPECT_EQ(misc_.GetLZCellV(shape_, 1), 0);
-  shape_->Put(u"PinY", u"10");
-  shape_->Put(u"Controls.Row_2.X", u"3");
-  shape_->Put(u"Controls.Row_2.Y", u"5");
+  shape_->PutCell(u"PinY", u"10");
+  shape_->PutCell(u"Controls.Row_2.X", u"3");
+  shape_->PutCell(u"Controls.Row_2.Y", u"5");
   EXPECT_DOUBLE_EQ(misc_.GetLZCellV(shape_, 2), 15);
-  shape_->Put(u"Connections.X1", u"1");
-  shape_->Put(u"Connections.Y1", u"4");
+  shape_->PutCell(u"Connections.X1", u"1");
+  shape_->PutCell(u"Connections.Y1", u"4");
   EXPECT_DOUBLE_EQ(misc_.GetLZCellV(shape_, 2), 11);
-  shape_->Put(u"Angle", u"1.5707963267948966");
+  shape_->PutCell(u"Angle", u"1.5707963267948966");
   EXPECT_DOUBLE_EQ(misc_.GetLZCellV(shape_, 2), 12);
   EXPECT_EQ(misc_.GetLZCellV(shape_, 1), 0);
 }
