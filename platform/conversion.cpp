@@ -1,8 +1,8 @@
 #include "platform/conversion.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <string>
 
 #include "platform/error.h"
@@ -86,22 +86,40 @@ class NumberReader {
       ++at_;
     }
     if (at_ != text_.size() || in_parentheses != closed_) return false;
-    // strtod of a text that never holds a locale's point; from_chars wants a digit first.
-    if (digits.front() == '.') digits.insert(digits.begin(), '0');
-    double magnitude = 0;
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
-    if (result.ec == std::errc::result_out_of_range) {
-      if (digits.find("e-") == std::string::npos) Raise(Err::kOverflow);
-      magnitude = 0;
-    }
+    const double magnitude = Magnitude(digits);
     number = negative ? -magnitude : magnitude;
     return true;
   }
+
+  /// True for &H and &O: such a text is a pattern of bits, whose sign is that of the type asked
+  /// for.
+  bool is_bits() const { return is_bits_; }
 
  private:
   char16_t Peek() const { return at_ < text_.size() ? text_[at_] : u'\0'; }
   void SkipBlanks() {
     while (at_ < text_.size() && IsBlank(text_[at_])) ++at_;
+  }
+
+  /// Value of "12.5e-3"; too small is 0, too large raises.
+  static double Magnitude(std::string digits) {
+    if (digits.front() == '.') digits.insert(digits.begin(), '0');
+    double magnitude = 0;
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
+    if (result.ec != std::errc::result_out_of_range) return magnitude;
+    // Which end it fell off: the power of ten of its first digit, exponent included.
+    const size_t e = std::min(digits.find('e'), digits.size());
+    int64_t power = 0;
+    if (e < digits.size() &&
+        std::from_chars(digits.data() + e + 1, digits.data() + digits.size(), power).ec !=
+            std::errc()) {
+      power = digits[e + 1] == '-' ? std::numeric_limits<int32_t>::min()
+                                   : std::numeric_limits<int32_t>::max();
+    }
+    const auto point = static_cast<int64_t>(std::min(digits.find('.'), e));
+    const auto first = static_cast<int64_t>(digits.find_first_of("123456789"));
+    if (power + point - first > 0) Raise(Err::kOverflow);
+    return 0;
   }
 
   bool ReadExponent(std::string& digits) {
@@ -121,8 +139,9 @@ class NumberReader {
     return true;
   }
 
-  /// &H1F, &O17, &17: up to 32 bits; four hexadecimal digits and fewer are a signed 16-bit number.
+  /// &H1F, &O17, &17: up to 64 bits. A pattern of 17 to 32 bits is a signed 32-bit number.
   bool ReadRadix(double& number) {
+    is_bits_ = true;
     ++at_;
     uint32_t radix = 8;
     if ((Peek() | 0x20) == u'h') {
@@ -139,44 +158,49 @@ class NumberReader {
       if (IsDigit(unit)) digit = unit - u'0';
       if ((unit | 0x20) >= u'a' && (unit | 0x20) <= u'f') digit = (unit | 0x20u) - u'a' + 10;
       if (digit >= radix) return false;
+      if (value > (std::numeric_limits<uint64_t>::max() - digit) / radix) Raise(Err::kOverflow);
       value = value * radix + digit;
-      if (value > 0xFFFFFFFFu) Raise(Err::kOverflow);
       any = true;
     }
     SkipBlanks();
     if (!any || at_ != text_.size()) return false;
-    number = value <= 0xFFFF ? static_cast<double>(static_cast<int16_t>(value))
-                             : static_cast<double>(static_cast<int32_t>(value));
+    number = value <= std::numeric_limits<uint32_t>::max() ? static_cast<int32_t>(value)
+                                                           : static_cast<double>(value);
     return true;
   }
 
   std::u16string_view text_;
   size_t at_ = 0;
   bool closed_ = false;
+  bool is_bits_ = false;
 };
 
-/// `%G`-like text with a point, "E+20" exponents of at least two digits as the runtime writes them.
+/// Text of at most `digits` significant digits: plain as long as neither side of the point needs
+/// more than that many places, else with an exponent of at least two digits.
 template <class Number>
-std::u16string SignificantText(Number number, int digits, double plain_above, double plain_below) {
+std::u16string SignificantText(Number number, int digits) {
   if (number == 0) return u"0";
   if (!std::isfinite(number)) Raise(Err::kOverflow);
   char buffer[64];
-  auto end = std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::scientific,
-                           digits - 1)
-                 .ptr;
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, number,
+                                 std::chars_format::scientific, digits - 1)
+                       .ptr;
   double rounded = 0;
   std::from_chars(buffer, end, rounded);
-  const double magnitude = std::fabs(rounded);
-  if (magnitude >= plain_above && magnitude < plain_below) {
-    return DecimalText(rounded);
-  }
-  std::string text(buffer, end);
+  const std::string text(buffer, end);
   const size_t e = text.find('e');
+  int exponent = 0;
+  std::from_chars(text.data() + e + (text[e + 1] == '+' ? 2 : 1), text.data() + text.size(),
+                  exponent);
   std::string mantissa = text.substr(0, e);
   mantissa.erase(mantissa.find_last_not_of('0') + 1);
   if (mantissa.back() == '.') mantissa.pop_back();
-  text = mantissa + "E" + text.substr(e + 1);
-  return {text.begin(), text.end()};
+  const auto point = mantissa.find('.');
+  const int decimals =
+      (point == std::string::npos ? 0 : static_cast<int>(mantissa.size() - point) - 1) - exponent;
+  if (exponent < digits && decimals <= digits) return DecimalText(rounded);
+  mantissa += "E" + text.substr(e + 1);
+  return {mantissa.begin(), mantissa.end()};
 }
 
 }  // namespace
@@ -189,7 +213,13 @@ double TextToDouble(std::u16string_view text) {
   if (!NumberReader(text).Read(number)) Raise(Err::kTypeMismatch);
   return number;
 }
-int16_t TextToInt16(std::u16string_view text) { return ToInt16(TextToDouble(text)); }
+int16_t TextToInt16(std::u16string_view text) {
+  NumberReader reader(text);
+  double number = 0;
+  if (!reader.Read(number)) Raise(Err::kTypeMismatch);
+  if (reader.is_bits() && number >= 0x8000 && number <= 0xFFFF) number -= 0x10000;
+  return ToInt16(number);
+}
 int32_t TextToInt32(std::u16string_view text) { return ToInt32(TextToDouble(text)); }
 
 bool TextToBoolean(std::u16string_view text) {
@@ -198,7 +228,7 @@ bool TextToBoolean(std::u16string_view text) {
   return TextToDouble(text) != 0;
 }
 
-std::u16string SingleText(float number) { return SignificantText(number, 7, 1e-7, 1e7); }
-std::u16string DoubleText(double number) { return SignificantText(number, 15, 1e-15, 1e15); }
+std::u16string SingleText(float number) { return SignificantText(number, 7); }
+std::u16string DoubleText(double number) { return SignificantText(number, 15); }
 
 }  // namespace ohmwise

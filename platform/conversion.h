@@ -8,7 +8,7 @@ namespace ohmwise {
 
 /// Conversions of the runtime. To integers: halves round to even; raise 6 out of range (and for a
 /// NaN). From texts: the numeric recognition of the runtime in the invariant locale; raise 13 for a
-/// text that is no number.
+/// text that is no number. "&HFFFF" is -1 as a 16-bit integer and 65535 otherwise.
 int16_t ToInt16(double number);
 int32_t ToInt32(double number);
 double TextToDouble(std::u16string_view text);
@@ -19,7 +19,8 @@ bool TextToBoolean(std::u16string_view text);
 
 /// A Single as text: up to seven significant digits, no trailing zeros ("12.25", "0").
 std::u16string SingleText(float number);
-/// A Double as text: up to fifteen significant digits, exponent form outside 1E-15..1E+15 ("1E+20").
+/// A Double as text: up to fifteen significant digits. Both take the exponent form where either
+/// side of the point would need more places than that ("1E+20", "6.66666666666667E-02").
 std::u16string DoubleText(double number);
 
 /// Narrows an integer; raises 6 when the value does not fit.

@@ -34,8 +34,12 @@ HostScope::HostScope(Host& host) : former_(std::exchange(current_host, &host)) {
 
 HostScope::~HostScope() {
   if (!former_) {
-    // Shared instances may use the host once more while they end.
-    for (auto ends = std::exchange(at_end, {}); !ends.empty(); ends.pop_back()) ends.back()();
+    // The last made ends first; while it ends it may use the host and make another one anew.
+    while (!at_end.empty()) {
+      const auto end = at_end.back();
+      at_end.pop_back();
+      end();
+    }
   }
   current_host = former_;
 }

@@ -98,6 +98,7 @@ class KeyedCollection final : public Counted<Collection> {
     CheckPosition(position);
     auto index = static_cast<uint32_t>(position) - 1;
     // Walking in order, as for-each does, is one step from the last place.
+    if (last_ && index == last_index_) return last_;
     if (last_ && index == last_index_ + 1) {
       last_ = Next(last_);
       ++last_index_;

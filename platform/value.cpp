@@ -79,7 +79,10 @@ double Value::ToDouble() const {
   Raise(Err::kTypeMismatch);
 }
 
-int16_t Value::ToInt16() const { return ohmwise::ToInt16(ToDouble()); }
+int16_t Value::ToInt16() const {
+  if (kind() == Kind::kText) return TextToInt16(std::get<std::u16string>(data_));
+  return ohmwise::ToInt16(ToDouble());
+}
 int32_t Value::ToInt32() const { return ohmwise::ToInt32(ToDouble()); }
 bool Value::ToBoolean() const {
   if (kind() == Kind::kText) return TextToBoolean(std::get<std::u16string>(data_));

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/text.h"
 #include "platform/value.h"
@@ -66,7 +67,9 @@ TEST(ConversionTest, TextsAreRecognisedAsTheRuntimeDoes) {
                          Row{u"1e3", 1000},
                          Row{u"1D-2", 0.01},
                          Row{u"&HFF", 255},
-                         Row{u"&hFFFF", -1},
+                         Row{u"&hFFFF", 65535},
+                         Row{u"&HFFFFFFFF", -1},
+                         Row{u"&H100000000", 4294967296.0},
                          Row{u"&H10000", 65536},
                          Row{u"&O17", 15},
                          Row{u"&17", 15},
@@ -81,7 +84,11 @@ TEST(ConversionTest, TextsAreRecognisedAsTheRuntimeDoes) {
                          Row{u".", 0, 13},
                          Row{u"&HG", 0, 13},
                          Row{u"&", 0, 13},
+                         Row{u"&H10000000000000000", 0, 6},
                          Row{u"1e400", 0, 6},
+                         Row{u"0.001e99999999999999999999", 0, 6},
+                         Row{u"1e-400", 0},
+                         Row{u"12e-99999999999999999999", 0},
                          Row{u"٣", 0, 13}}) {
     int32_t error = 0;
     const auto number = Try([&] { return TextToDouble(row.text); }, error);
@@ -89,6 +96,18 @@ TEST(ConversionTest, TextsAreRecognisedAsTheRuntimeDoes) {
     if (number) {
       EXPECT_DOUBLE_EQ(*number, row.expected) << ToUtf8(row.text);
     }
+  }
+}
+
+TEST(ConversionTest, BitPatternsTakeTheSignOfTheTypeAskedFor) {
+  EXPECT_EQ(Value(u"&HFFFF").ToInt16(), -1);
+  EXPECT_EQ(Value(u"&HF060").ToInt32(), 61536);
+  EXPECT_EQ(TextToInt16(u"&H7FFF"), 32767);
+  EXPECT_EQ(TextToInt32(u"&HFFFFF060"), -4000);
+  int32_t error = 0;
+  for (const char16_t* text : {u"65535", u"&H10000"}) {
+    Try([&] { return TextToInt16(text); }, error);
+    EXPECT_EQ(error, 6) << ToUtf8(text);
   }
 }
 
@@ -107,14 +126,28 @@ TEST(ConversionTest, Booleans) {
 }
 
 TEST(ConversionTest, NumbersAsText) {
-  EXPECT_EQ(SingleText(12.25f), u"12.25");
-  EXPECT_EQ(SingleText(0), u"0");
-  EXPECT_EQ(SingleText(0.1f), u"0.1");
-  EXPECT_EQ(SingleText(1234567.9f), u"1234568");
-  EXPECT_EQ(SingleText(12345678.f), u"1.234568E+07");
-  EXPECT_EQ(DoubleText(0.1 + 0.2), u"0.3");
-  EXPECT_EQ(DoubleText(1e20), u"1E+20");
-  EXPECT_EQ(DoubleText(-2.5), u"-2.5");
+  const std::pair<float, const char16_t*> singles[] = {{12.25f, u"12.25"},
+                                                       {0.0f, u"0"},
+                                                       {-0.0f, u"0"},
+                                                       {0.1f, u"0.1"},
+                                                       {-0.05f, u"-0.05"},
+                                                       {1234567.9f, u"1234568"},
+                                                       {9999999.5f, u"1E+07"},
+                                                       {100.0f, u"100"},
+                                                       {0.0000001f, u"0.0000001"},
+                                                       {12345678.f, u"1.234568E+07"},
+                                                       {1 / 15.f, u"6.666667E-02"}};
+  for (const auto& [number, text] : singles) EXPECT_EQ(SingleText(number), text);
+  const std::pair<double, const char16_t*> doubles[] = {{0.1 + 0.2, u"0.3"},
+                                                        {-2.5, u"-2.5"},
+                                                        {1e20, u"1E+20"},
+                                                        {1e15, u"1E+15"},
+                                                        {999999999999999.0, u"999999999999999"},
+                                                        {1 / 3.0, u"0.333333333333333"},
+                                                        {1 / 15.0, u"6.66666666666667E-02"},
+                                                        {1e-12, u"0.000000000001"},
+                                                        {-1.5e-100, u"-1.5E-100"}};
+  for (const auto& [number, text] : doubles) EXPECT_EQ(DoubleText(number), text);
   EXPECT_EQ(DecimalText(1e20), u"100000000000000000000");
   EXPECT_EQ(DecimalText(-1.5e-7), u"-0.00000015");
   EXPECT_EQ(DecimalText(0.75), u"0.75");
