@@ -64,9 +64,11 @@ void SortedInsert(const Target& target, PresenceTest presence, const NewItem& it
     std::optional<std::u16string> key;
     if (!target.allow_duplicates) {
       key = item.key();
-      if (presence == PresenceTest::kGotInCollection) {
+      if (count == 0) {
+        // Nothing to look for; a failure of the insertion is swallowed in every sorter.
+      } else if (presence == PresenceTest::kGotInCollection) {
         if (SharedMisc().GotInCollection(target.collection, *key)) return;
-      } else if (count != 0) {
+      } else {
         try {
           target.collection->Item(*key);
           return;
