@@ -36,7 +36,7 @@ TEST_F(LanguageTest, OpensTheDatabaseOfTheLibraryFolder) {
       {u"C:\\Ohmwise\\", u"C:\\Ohmwise\\LangDB.mdb"},
       {u"C:\\Ohmwise\\Development", u"C:\\Ohmwise\\\\LangDB.mdb"},
       {u"C:\\development", u"C:\\development\\LangDB.mdb"},
-      {u"/usr/share/ohmwise/", u"/usr/share/ohmwise/LangDB.mdb"},
+      {u"/share/ohmwise/", u"/share/ohmwise/LangDB.mdb"},
       {u"/DevelopmentA/Development", u"/A//LangDB.mdb"},
   };
   for (const auto& row : rows) {
