@@ -67,7 +67,7 @@ TEST(EditTest, OnlyTheEditedCharactersDiffer) {
          first.cells[0].formula_state = FormulaState::kAbsent;
          first.cells[0].changed = first.cells_changed = true;
        },
-       "V=\"1\" F='Inh'/>", "V='1'/>"},
+       "V=\"1\" F='Inh'/>", "V=\"1\"/>"},
       {"value that stood as text",
        [](Contents&, Sheet& first, Sheet&) {
          first.cells[1].value = "7";

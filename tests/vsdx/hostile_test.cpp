@@ -72,6 +72,14 @@ TEST(HostileTest, RefusedWithOneSentence) {
       {"nesting beyond",
        [](Entries& e, PackageLimits&) { Part(e, "visio/sheets/first.xml").data = Nested(257); },
        "nested deeper than 256"},
+      {"items at the limit", [](Entries&, PackageLimits& l) { l.xml_items = 13; }, nullptr},
+      {"too many items", [](Entries&, PackageLimits& l) { l.xml_items = 3; },
+       "more than 3 elements"},
+      {"line end in a name",
+       [](Entries& e, PackageLimits&) {
+         e.push_back({"a\n/..", ""});
+       },
+       "a?/.."},
       {"entry outside",
        [](Entries& e, PackageLimits&) {
          e.push_back({"visio/../../x", ""});

@@ -48,7 +48,7 @@ class PackageFile final : public DrawingFile, private ContentsLoader {
   DocumentModel& model() override { return model_; }
 
   void Save(const std::string& path) override { ReplaceFile(path, Build()); }
-  std::string SaveBytes() override { return std::string(Build()); }
+  std::string SaveBytes() override { return Build(); }
 
  private:
   friend class Changes;
@@ -152,20 +152,24 @@ class PackageFile final : public DrawingFile, private ContentsLoader {
     RaisePackage(package_.file(), list, "there is no relationship \"" + id + "\".");
   }
 
-  std::string_view Build();
+  std::string Build();
 
   Package package_;
   DocumentModel model_;
   std::string document_, pages_, masters_;
   std::unordered_set<uint32_t> styles_;  // IDs of the style sheets that the file holds
   std::map<std::string, std::vector<Relationship>> relationships_;
-  std::string built_;
 };
 
 // What one save changes in the package.
 class Changes {
  public:
-  explicit Changes(PackageFile& file) : file_(file), package_(file.package_), model_(file.model_) {}
+  explicit Changes(PackageFile& file)
+      : file_(file),
+        package_(file.package_),
+        model_(file.model_),
+        masters_list_(file.masters_),
+        pages_list_(file.pages_) {}
 
   // The package anew, or nullopt when nothing differs.
   std::optional<std::string> Run() {
@@ -235,22 +239,24 @@ class Changes {
   // Names and relationships of pages and masters that the package has no parts for yet.
   void PlaceNewParts() {
     for (const auto& master : model_.masters) {
-      if (!master->added) continue;
-      if (file_.masters_.empty() && masters_part_.empty()) {
-        masters_part_ = Folder(file_.document_) + "masters/masters.xml";
-        replaced_[masters_part_] = EmptyMasters();
-        AddRelationship(file_.document_, std::string(kVisioRelationship) + "masters",
-                        masters_part_);
-        AddContentType(masters_part_, "application/vnd.ms-visio.masters+xml");
-      }
-      const std::string& list = masters_part_.empty() ? file_.masters_ : masters_part_;
-      Place(master->contents, list, "master");
+      if (master->added) Place(master->contents, ListPart(masters_list_, "masters"), "master");
     }
     for (const auto& page : model_.pages) {
-      if (page->added && !page->erased && !file_.pages_.empty()) {
-        Place(page->contents, file_.pages_, "page");
+      if (page->added && !page->erased) {
+        Place(page->contents, ListPart(pages_list_, "pages"), "page");
       }
     }
+  }
+
+  // The list of masters or pages; begun where the drawing has none.
+  const std::string& ListPart(std::string& list, const std::string& kind) {
+    if (!list.empty()) return list;
+    list = Folder(file_.document_) + kind + "/" + kind + ".xml";
+    if (!package_.Find(list).empty()) list = FreeName(Folder(file_.document_) + kind + "/" + kind);
+    replaced_[list] = EmptyList(kind == "masters" ? "Masters" : "Pages");
+    AddRelationship(file_.document_, kVisioRelationship + kind, list);
+    AddContentType(list, "application/vnd.ms-visio." + kind + "+xml");
+    return list;
   }
 
   void Place(const Contents& contents, const std::string& list, const std::string& kind) {
@@ -275,14 +281,14 @@ class Changes {
         std::any_of(model_.masters.begin(), model_.masters.end(),
                     [](const auto& m) { return m->added || AnyTouched(m->sheet); });
     if (masters) {
-      Rewrite(masters_part_.empty() ? file_.masters_ : masters_part_,
+      Rewrite(masters_list_,
               [&](const PartOrigin& origin) { return PatchMasters(origin, model_, relationship); });
     }
     const bool pages = std::any_of(model_.pages.begin(), model_.pages.end(), [](const auto& p) {
       return p->added || p->erased || p->attributes_changed || AnyTouched(p->sheet);
     });
-    if (pages && !file_.pages_.empty()) {
-      Rewrite(file_.pages_,
+    if (pages && !pages_list_.empty()) {
+      Rewrite(pages_list_,
               [&](const PartOrigin& origin) { return PatchPages(origin, model_, relationship); });
       RemoveErasedPages();
     }
@@ -299,7 +305,7 @@ class Changes {
     }
     if (gone.empty()) return;
     // Foreground pages refer to their background as well as the list does.
-    std::vector<std::string> sources = {file_.pages_};
+    std::vector<std::string> sources = {pages_list_};
     for (const auto& page : model_.pages) {
       if (!page->erased && !page->part.empty()) sources.push_back(page->part);
     }
@@ -414,20 +420,18 @@ class Changes {
   PackageFile& file_;
   Package& package_;
   DocumentModel& model_;
+  std::string masters_list_, pages_list_;
   std::map<std::string, std::string> replaced_;
   std::set<std::string> removed_;
   std::unordered_map<const Contents*, std::string> parts_, ids_;
   std::map<std::string, uint32_t> numbers_, next_id_;
   std::map<std::string, std::string> new_relationships_;
   std::string new_types_;
-  std::string masters_part_;
 };
 
-std::string_view PackageFile::Build() {
+std::string PackageFile::Build() {
   std::optional<std::string> changed = Changes(*this).Run();
-  if (!changed) return package_.bytes();
-  built_ = std::move(*changed);
-  return built_;
+  return changed ? std::move(*changed) : package_.bytes();
 }
 
 }  // namespace

@@ -16,6 +16,8 @@ struct PackageLimits {
   uint32_t compression_ratio = 100;  ///< enforced above `ratio_exempt_bytes`
   uint64_t ratio_exempt_bytes = 100ull << 10;
   uint32_t xml_depth = 256;
+  uint32_t xml_items = 16'000'000;  ///< tags and attributes of one part: they cost far more memory
+                                    ///< as a tree than as text
   uint32_t master_recursion = 64;
 };
 

@@ -65,6 +65,10 @@ void RaisePackage(const std::string& file, std::string_view part, std::string_vi
   if (!part.empty()) text += ", part \"" + std::string(part) + "\"";
   text += ": ";
   text += what;
+  // Names of entries and parts are not ours; the message stays one line whatever they hold.
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20) c = '?';
+  }
   Raise(Err::kHost, FromUtf8(text));
 }
 
@@ -222,7 +226,7 @@ std::vector<char> Package::Read(const std::string& part) {
 std::vector<char> Package::ReadXml(const std::string& part) {
   std::vector<char> xml = Read(part);
   ToUtf8Part(xml);
-  switch (ScanXml({xml.data(), xml.size()}, limits_.xml_depth)) {
+  switch (ScanXml({xml.data(), xml.size()}, limits_.xml_depth, limits_.xml_items)) {
     case XmlFault::kNone:
       return xml;
     case XmlFault::kDocType:
@@ -231,6 +235,10 @@ std::vector<char> Package::ReadXml(const std::string& part) {
       RaisePackage(
           file_, part,
           "the elements are nested deeper than " + std::to_string(limits_.xml_depth) + ".");
+    case XmlFault::kTooMany:
+      RaisePackage(file_, part,
+                   "the part holds more than " + std::to_string(limits_.xml_items) +
+                       " elements and attributes.");
     case XmlFault::kBroken:
       RaisePackage(file_, part, "the part is not well-formed XML.");
   }

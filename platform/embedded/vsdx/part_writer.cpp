@@ -339,7 +339,11 @@ class ElementEdit {
   pugi::xml_node node() const { return node_; }
   Splice& splice() const { return splice_; }
 
-  void Set(string_view name, std::optional<string_view> value) { SetAttribute(tag_, name, value); }
+  void Set(const char* name, std::optional<string_view> value) {
+    const pugi::xml_attribute old = node_.attribute(name);
+    if (old && value && *value == old.value()) return;
+    SetAttribute(tag_, name, value);
+  }
   void InsertFirst(string_view text) { first_ += text; }
   // Behind the last child of one of the names; as the first child when there is none.
   void InsertBehind(std::initializer_list<string_view> names, std::string text) {
@@ -882,7 +886,9 @@ std::string WriteContents(const Contents& contents) {
   return out + "</" + root + ">";
 }
 
-std::string EmptyMasters() { return std::string(kDeclaration) + "<Masters" + kNamespaces + "/>"; }
+std::string EmptyList(const std::string& root) {
+  return kDeclaration + ("<" + root) + kNamespaces + "/>";
+}
 
 std::string AppendToRoot(const PartOrigin& origin, std::string_view element) {
   Splice splice(origin);

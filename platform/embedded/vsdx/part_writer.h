@@ -29,8 +29,8 @@ std::string PatchContents(const PartOrigin& origin, const Contents& contents);
 /// A page or master part written whole.
 std::string WriteContents(const Contents& contents);
 
-/// An empty list of masters, for a drawing that had none.
-std::string EmptyMasters();
+/// A list ("Masters", "Pages") with nothing in it, for a drawing that had none.
+std::string EmptyList(const std::string& root);
 
 /// `xml` with `element` as the last child of the root.
 std::string AppendToRoot(const PartOrigin& origin, std::string_view element);

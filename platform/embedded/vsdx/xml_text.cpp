@@ -12,7 +12,7 @@ constexpr size_t kNone = std::string_view::npos;
 enum class TagKind : uint8_t { kOpen, kClose, kEmpty, kOther, kDocType, kBroken };
 
 // Classifies the markup at `at` (a '<') and moves `at` behind it.
-TagKind NextTag(std::string_view xml, size_t& at) {
+TagKind NextTag(std::string_view xml, size_t& at, size_t* values = nullptr) {
   const auto skip = [&](std::string_view end, size_t from) {
     const size_t found = xml.find(end, from);
     if (found == kNone) return TagKind::kBroken;
@@ -24,7 +24,7 @@ TagKind NextTag(std::string_view xml, size_t& at) {
   if (rest.starts_with("<![CDATA[")) return skip("]]>", at + 9);
   if (rest.starts_with("<!")) return TagKind::kDocType;
   if (rest.starts_with("<?")) return skip("?>", at + 2);
-  const size_t end = TagEnd(xml, at);
+  const size_t end = TagEnd(xml, at, values);
   if (end == kNone) return TagKind::kBroken;
   const TagKind kind = rest.starts_with("</") ? TagKind::kClose
                        : xml[end - 1] == '/'  ? TagKind::kEmpty
@@ -102,11 +102,13 @@ void AppendEscaped(std::string& out, std::string_view text, bool attribute) {
 
 }  // namespace
 
-XmlFault ScanXml(std::string_view xml, uint32_t max_depth) {
+XmlFault ScanXml(std::string_view xml, uint32_t max_depth, uint32_t max_items) {
   uint32_t depth = 0;
+  size_t items = 0;
   size_t at = xml.find('<');
   while (at != kNone) {
-    switch (NextTag(xml, at)) {
+    if (++items > max_items) return XmlFault::kTooMany;
+    switch (NextTag(xml, at, &items)) {
       case TagKind::kOpen:
         if (++depth > max_depth) return XmlFault::kTooDeep;
         break;
@@ -152,13 +154,14 @@ void AppendXmlText(std::string& out, std::string_view text) { AppendEscaped(out,
 
 void AppendXmlAttribute(std::string& out, std::string_view text) { AppendEscaped(out, text, true); }
 
-size_t TagEnd(std::string_view xml, size_t start) {
+size_t TagEnd(std::string_view xml, size_t start, size_t* values) {
   for (size_t i = start + 1; i < xml.size(); ++i) {
     const char c = xml[i];
     if (c == '>') return i;
     if (c == '"' || c == '\'') {
       i = xml.find(c, i + 1);
       if (i == kNone) return kNone;
+      if (values != nullptr) ++*values;
     }
   }
   return kNone;

@@ -8,10 +8,11 @@
 namespace ohmwise::embedded {
 
 /// What a pass over the tags of a part finds, before any tree is built of it.
-enum class XmlFault : uint8_t { kNone, kDocType, kTooDeep, kBroken };
+enum class XmlFault : uint8_t { kNone, kDocType, kTooDeep, kTooMany, kBroken };
 
-/// Walks the tags without building anything: nesting depth, DOCTYPE, tags that never end.
-XmlFault ScanXml(std::string_view xml, uint32_t max_depth);
+/// Walks the tags without building anything: nesting depth, number of tags and attributes, DOCTYPE,
+/// tags that never end.
+XmlFault ScanXml(std::string_view xml, uint32_t max_depth, uint32_t max_items);
 
 /// Turns UTF-16 with a byte order mark into UTF-8, with a declaration to match; leaves anything
 /// else.
@@ -22,8 +23,9 @@ void AppendXmlText(std::string& out, std::string_view text);
 /// The same for an attribute value in single quotes.
 void AppendXmlAttribute(std::string& out, std::string_view text);
 
-/// Index of the '>' that ends the tag starting at `start`; npos when there is none.
-size_t TagEnd(std::string_view xml, size_t start);
+/// Index of the '>' that ends the tag starting at `start`; npos when there is none. Adds the number
+/// of attribute values to `values`.
+size_t TagEnd(std::string_view xml, size_t start, size_t* values = nullptr);
 /// Index after the whole element whose '<' is at `start`; npos when it never ends.
 size_t ElementEnd(std::string_view xml, size_t start);
 
