@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace ohmwise::cli {
+
+class AddIn;
+
+/// What every sub-command takes.
+struct CommonOptions {
+  std::string drawing;
+  bool json = false;
+  bool save = false;
+  std::string output;
+
+  void AddTo(CLI::App& command);
+  /// Saves where the options say; nothing when they don't. Returns the path written, "" for none.
+  std::string Finish(AddIn& add_in) const;
+};
+
+/// The parsed sub-command leaves here what is to be done.
+using Action = std::function<void()>;
+
+void AddIndexCommand(CLI::App& app, Action& action);
+void AddCellCommand(CLI::App& app, Action& action);
+void AddTextCommand(CLI::App& app, Action& action);
+void AddMoveCommand(CLI::App& app, Action& action);
+
+}  // namespace ohmwise::cli

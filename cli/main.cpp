@@ -1,0 +1,53 @@
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <new>
+
+#include "cli/command.h"
+
+namespace {
+
+constexpr int kFailure = 1;
+constexpr int kWrongUsage = 2;
+
+int Fail(const std::string& sentence) {
+  std::cerr << "ohmwise: " << sentence << '\n';
+  return kFailure;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app{
+      "Cross-reference index of electrical drawings, without the drawing program.\n"
+      "\nExit codes: 0 done, 1 failure, 2 wrong usage."};
+  app.name("ohmwise");
+  app.set_version_flag("--version", "ohmwise " OHMWISE_VERSION);
+  app.require_subcommand(1, 1);
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return "ohmwise: " + std::string(error.what()) + "\nohmwise --help tells more.\n";
+  });
+  ohmwise::cli::Action action;
+  ohmwise::cli::AddIndexCommand(app, action);
+  ohmwise::cli::AddCellCommand(app, action);
+  ohmwise::cli::AddTextCommand(app, action);
+  ohmwise::cli::AddMoveCommand(app, action);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kWrongUsage;
+  }
+  action();
+  if (!std::cout.flush()) return Fail("the output could not be written.");
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return Fail("there is not enough memory.");
+  } catch (const std::exception& error) {
+    return Fail(error.what());
+  }
+}

@@ -1,0 +1,99 @@
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "cli/addin.h"
+#include "cli/cell_report.h"
+#include "cli/command.h"
+#include "cli/json.h"
+#include "platform/embedded/drawing/formula.h"
+#include "platform/text.h"
+
+namespace ohmwise::cli {
+namespace {
+
+struct MoveOptions : CommonOptions {
+  std::string page, shape, x, y;
+};
+
+/// Evaluates constants; there is nothing to refer to.
+class NoContext final : public embedded::EvaluationContext {
+ public:
+  embedded::FormulaValue CellValue(const embedded::Formula&, size_t) override { return {}; }
+  std::string PageName() override { return {}; }
+  int PageNumber() override { return 0; }
+  int PageCount() override { return 0; }
+  std::optional<embedded::FormulaValue> Property(
+      std::string_view, const std::vector<embedded::FormulaValue>&) override {
+    return std::nullopt;
+  }
+};
+
+/// A length as formulas write it, "2.5" (inches) or "63.5 mm"; nullopt for anything else.
+std::optional<double> Length(const std::string& text) {
+  embedded::FormulaSyntaxError error;
+  const auto formula = embedded::Formula::Parse(text, error);
+  if (!formula || !formula->constant()) return std::nullopt;
+  NoContext context;
+  const embedded::FormulaValue value = formula->Evaluate(context);
+  if (value.kind != embedded::FormulaValue::Kind::kNumber || !std::isfinite(value.number)) {
+    return std::nullopt;
+  }
+  return value.number;
+}
+
+std::string CheckLength(const std::string& text) {
+  return Length(text) ? "" : "\"" + text + "\" is no length";
+}
+
+void Run(const MoveOptions& options) {
+  AddIn add_in(options.drawing, AddIn::Boxes::kShow);
+  const ShapeRef shape =
+      add_in.drawing().FindShape(FromUtf8(options.page), FromUtf8(options.shape));
+  add_in.drawing().Move(shape, *Length(options.x), *Length(options.y));
+  const double x = shape->Cells(u"PinX")->ResultNumber();
+  const double y = shape->Cells(u"PinY")->ResultNumber();
+  const std::vector<CellChange> changed = add_in.ChangedResults();
+  const std::string written = options.Finish(add_in);
+  if (options.json) {
+    JsonWriter json;
+    json.BeginObject().Key(u"drawing").Text(FromUtf8(options.drawing));
+    json.Key(u"page").Text(FromUtf8(options.page)).Key(u"shape").Text(FromUtf8(options.shape));
+    json.Key(u"x").Number(x).Key(u"y").Number(y).Key(u"changed");
+    WriteChanges(json, changed, u"text");
+    std::cout << json.End().Take();
+    return;
+  }
+  const Printer printer;
+  PrintFields(printer,
+              {{"PinX", ToUtf8(DecimalText(x)) + " in"}, {"PinY", ToUtf8(DecimalText(y)) + " in"}});
+  PrintChangedResults(printer, changed, written);
+}
+
+}  // namespace
+
+void AddMoveCommand(CLI::App& app, Action& action) {
+  const auto options = std::make_shared<MoveOptions>();
+  CLI::App* const command = app.add_subcommand("move", "Move a shape as dragging it would");
+  options->AddTo(*command);
+  command->add_option("PAGE", options->page, "Name of the page")->required()->type_name("");
+  command->add_option("SHAPE", options->shape, "Name, Sheet.n or unique ID of the shape")
+      ->required()
+      ->type_name("");
+  const CLI::Validator length(CheckLength, "");
+  command->add_option("X", options->x, "New PinX: inches, or a number with a unit (\"63.5 mm\")")
+      ->required()
+      ->check(length)
+      ->type_name("");
+  command->add_option("Y", options->y, "New PinY, counted from the bottom of the page")
+      ->required()
+      ->check(length)
+      ->type_name("");
+  command->footer(
+      "Example:\n  ohmwise move motor-starter.vsdx 'Power circuit' Motor '60 mm' '80 mm' --save");
+  command->callback([options, &action] { action = [options] { Run(*options); }; });
+}
+
+}  // namespace ohmwise::cli
