@@ -30,12 +30,13 @@ Host& CurrentHost() {
   return *current_host;
 }
 
-HostScope::HostScope(Host& host) : former_(std::exchange(current_host, &host)) {}
+HostScope::HostScope(Host& host)
+    : former_(std::exchange(current_host, &host)), made_before_(at_end.size()) {}
 
 HostScope::~HostScope() {
-  if (!former_) {
-    // The last made ends first; while it ends it may use the host and make another one anew.
-    while (!at_end.empty()) {
+  if (current_host != former_) {
+    // While an instance ends it may use the host, and even make another one anew.
+    while (at_end.size() > made_before_) {
       const auto end = at_end.back();
       at_end.pop_back();
       end();

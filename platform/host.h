@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,8 +38,9 @@ class Host {
 /// Raises 91 when no host is installed on this thread.
 Host& CurrentHost();
 
-/// Installs a host for the current thread and restores the former one at the end of the scope. The
-/// shared instances of the thread end with the scope that made them.
+/// Installs a host for the current thread and restores the former one at the end of the scope. What
+/// was made for the thread meanwhile (`AtHostEnd`) ends with the scope, unless the scope merely
+/// installed once more the host that was there.
 class HostScope {
  public:
   explicit HostScope(Host& host);
@@ -48,10 +50,11 @@ class HostScope {
 
  private:
   Host* former_;
+  size_t made_before_;
 };
 
-/// Registers a function that ends a shared instance of the thread; run when the outermost scope of
-/// the host ends. For shapeutil/ and lang/ alone.
+/// Registers a function that ends a shared instance of the thread; run, the last one first, while
+/// the host is still installed. For shapeutil/ and lang/ alone.
 void AtHostEnd(void (*end)());
 
 /// Shorthands: the value as a typed handle through the current host. Raise 424, 91 or 13.
