@@ -133,6 +133,8 @@ class LiveDocument {
   bool ExistsLocally(LiveSheet& live, const CellAddress& address);
   const std::vector<RowView>& Rows(LiveSheet& live, uint16_t section);
   std::string CellName(LiveSheet& live, const CellAddress& address);
+  /// Key of a stored row, which stands at a position of its section.
+  uint32_t RowKey(const StoredRow& row, size_t position);
   /// Row of a section in one sheet alone, with its deletion mark; null when it has none.
   static StoredRow* FindRow(Sheet& sheet, const NameTable& names, const CellAddress& address);
   bool OneD(Sheet& sheet);
@@ -226,7 +228,6 @@ class LiveDocument {
   void MakeChain(LiveSheet& live);
   Sheet* StyleFor(const LiveSheet& live, const CellAddress& address);
   bool CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows);
-  uint32_t RowKey(const StoredRow& row, size_t position);
   SelfGraph& Graph(Sheet& sheet);
   void AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
                   std::string_view text);
@@ -248,6 +249,9 @@ class LiveDocument {
                                       MasterModel& master, bool top, uint32_t& next_id);
   StoredSection& EnsureSection(Sheet& sheet, uint16_t section);
   void ForgetLists(Contents* contents);
+  /// Adds a new top-level shape and its sub-shapes to lists that were made already.
+  void NoteInLists(Contents& contents, Sheet& sheet);
+  void NoteName(LiveContents& lists, Sheet& sheet);
 
   DocumentModel& model_;
   AnchorRef anchor_;

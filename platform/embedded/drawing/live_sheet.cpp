@@ -420,7 +420,10 @@ std::string LiveDocument::CellName(LiveSheet& live, const CellAddress& address) 
   }
   if (address.row & CellAddress::kNamedRow) {
     name += "." + names_.Text(address.row & ~CellAddress::kNamedRow);
-    if (address.column == 0 && info.style == RowStyle::kNamed) return name;
+    if (address.column == 0 &&
+        (address.section == section::kUser || address.section == section::kProp)) {
+      return name;
+    }
     return name + "." + column;
   }
   const auto& rows = Rows(live, address.section);
@@ -432,13 +435,8 @@ std::string LiveDocument::CellName(LiveSheet& live, const CellAddress& address) 
     name += "." + column;
     return ordinal == 1 ? name : name + "[" + std::to_string(ordinal) + "]";
   }
-  if (info.style == RowStyle::kNamed) {
-    return name + ".Row_" + std::to_string(ordinal) +
-           (address.column == 0 ? std::string() : "." + column);
-  }
-  if (address.section == section::kControls) {
-    return name + ".Row_" + std::to_string(ordinal) +
-           (address.column == 0 ? std::string() : "." + column);
+  if (info.style == RowStyle::kNamed || address.section == section::kControls) {
+    return name + ".Row_" + std::to_string(ordinal) + "." + column;
   }
   return name + "." + column + std::to_string(ordinal);
 }
@@ -587,6 +585,27 @@ Sheet* LiveDocument::FindById(Contents& contents, uint32_t id) {
   return found == lists.by_id.end() ? nullptr : found->second;
 }
 
+void LiveDocument::NoteInLists(Contents& contents, Sheet& sheet) {
+  LiveContents& lists = Lists(contents);
+  if (const auto top = lists.visible.find(nullptr); top != lists.visible.end()) {
+    top->second.push_back(&sheet);
+  }
+  const std::function<void(Sheet&)> note = [&](Sheet& at) {
+    lists.next_id = std::max(lists.next_id, at.id + 1);
+    if (lists.by_id_ready) lists.by_id.emplace(at.id, &at);
+    if (lists.by_name_ready) NoteName(lists, at);
+    for (const auto& child : at.children) note(*child);
+  };
+  note(sheet);
+}
+
+void LiveDocument::NoteName(LiveContents& lists, Sheet& sheet) {
+  const uint32_t local = names_.Intern(NameOf(sheet, false));
+  const uint32_t universal = names_.Intern(NameOf(sheet, true));
+  lists.by_name.emplace(local, &sheet);
+  if (universal != local) lists.by_name.emplace(universal, &sheet);
+}
+
 Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool deep,
                                 Sheet* group) {
   const auto fits = [&](const Sheet& sheet) { return deep || sheet.parent == group; };
@@ -604,10 +623,7 @@ Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool 
     lists.by_name_ready = true;
     Walk(contents.shapes, [&](Sheet& sheet) {
       if (!Shown(sheet)) return;
-      const uint32_t local = names_.Intern(NameOf(sheet, false));
-      const uint32_t universal = names_.Intern(NameOf(sheet, true));
-      lists.by_name.emplace(local, &sheet);
-      if (universal != local) lists.by_name.emplace(universal, &sheet);
+      NoteName(lists, sheet);
     });
   }
   // The earliest shape in drawing order wins where names are not unique.

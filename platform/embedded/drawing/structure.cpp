@@ -274,8 +274,7 @@ Sheet& LiveDocument::Drop(PageModel& page, MasterModel& master, double x, double
       CopyInstance(*master.contents.shapes.front(), page.contents, nullptr, master, true, next_id));
   Sheet& sheet = *page.contents.shapes.back();
   page.contents.changed = true;
-  // Shapes deleted earlier keep their numbers: the list of IDs counts on from the largest ever.
-  ForgetLists(&page.contents);
+  NoteInLists(page.contents, sheet);
   LiveSheet& live = Live(sheet);
   char buffer[kSlotBytes];
   const bool one_d = OneD(sheet);

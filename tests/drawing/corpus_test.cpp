@@ -1,0 +1,132 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/embedded/drawing/live_document.h"
+#include "platform/embedded/vsdx/drawing_file.h"
+#include "platform/error.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool Agrees(const FormulaValue& computed, const FormulaValue& stored) {
+  if (computed.IsError() || stored.IsError()) return computed.IsError() && stored.IsError();
+  using Kind = FormulaValue::Kind;
+  if (computed.kind == Kind::kText || stored.kind == Kind::kText) {
+    return computed.ToText() == stored.ToText();
+  }
+  const double a = computed.ToNumber();
+  const double b = stored.ToNumber();
+  return std::abs(a - b) <= 1e-6 * std::max({1.0, std::abs(a), std::abs(b)});
+}
+
+/// Every formula of a real drawing, computed from the stored values of what it refers to, gives the
+/// value that the drawing program stored beside it.
+TEST(DrawingCorpusTest, FormulasGiveTheStoredValues) {
+  const fs::path folder = fs::path(OHMWISE_SOURCE_DIR) / "../shared/corpus/vsdx";
+  if (!fs::exists(folder)) {
+    GTEST_SKIP() << "the folder ../shared/corpus with real drawings is absent";
+  }
+  size_t cells = 0, parsed = 0, evaluated = 0, agreeing = 0, files = 0;
+  std::map<std::string, size_t> differing;
+  std::map<std::string, std::string> example;
+  std::map<std::string, size_t> unparsed;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    std::unique_ptr<DrawingFile> file;
+    try {
+      file = DrawingFile::Open(entry.path().string());
+      for (auto& page : file->model().pages) file->model().Ensure(page->contents);
+      for (auto& master : file->model().masters) file->model().Ensure(master->contents);
+    } catch (const AutomationError&) {
+      continue;  // the reader's own tests say which files are broken
+    }
+    ++files;
+    LiveDocument document(file->model());
+    document.ForEachSheet(
+        [&](Sheet& sheet) {
+          LiveSheet& live = document.Live(sheet);
+          const auto check = [&](const CellAddress& address, const StoredCell& cell) {
+            const bool own = cell.formula_state == FormulaState::kOwn;
+            if ((!own && cell.formula_state != FormulaState::kInherited) || !cell.has_value) return;
+            ++cells;
+            const ResolvedCell resolved = document.Resolve(live, address);
+            if (resolved.formula == nullptr) return;
+            const CompiledFormula& compiled = document.Compile(resolved.formula->formula);
+            if (!compiled.formula) {
+              ++unparsed[std::string(resolved.formula->formula.substr(0, 60)) + " : " +
+                         compiled.error.message];
+              return;
+            }
+            ++parsed;
+            const auto computed = document.Evaluate(document.NodeOf(live, address));
+            if (!computed) return;
+            ++evaluated;
+            const FormulaValue stored = StoredValue(cell);
+            if (Agrees(*computed, stored)) {
+              ++agreeing;
+            } else {
+              const std::string key(resolved.formula->formula.substr(0, 70));
+              ++differing[key];
+              example[key] = entry.path().filename().string() + " sheet " +
+                             std::to_string(sheet.id) + " " + document.CellName(live, address) +
+                             ": " + computed->ToText() + " for " + stored.ToText();
+            }
+          };
+          const auto by_name = [&](const StoredCell& cell) {
+            if (const auto address = document.Address(live, cell.name)) check(*address, cell);
+          };
+          for (const StoredCell& cell : sheet.cells) by_name(cell);
+          for (const StoredSection& section : sheet.sections) {
+            const int16_t number = SectionNumber(section);
+            const SectionInfo* info = number == 0 ? nullptr : FindSection(number);
+            if (info == nullptr || section.deleted) continue;
+            for (size_t i = 0; i < section.rows.size(); ++i) {
+              const StoredRow& row = section.rows[i];
+              if (row.deleted) continue;
+              for (const StoredCell& cell : row.cells) {
+                const auto column = FindColumn(*info, cell.name);
+                if (!column) continue;
+                CellAddress address;
+                address.section = static_cast<uint16_t>(number);
+                address.column = *column;
+                address.row = document.RowKey(row, i);
+                check(address, cell);
+              }
+            }
+          }
+        },
+        true);
+  }
+  std::printf(
+      "%zu files, %zu cells with formulas, %zu parsed, %zu evaluated, %zu agree (%.2f %%)\n", files,
+      cells, parsed, evaluated, agreeing,
+      100.0 * static_cast<double>(agreeing) / static_cast<double>(evaluated));
+  if (std::getenv("OHMWISE_SHOW_DIFFERENCES") != nullptr) {
+    std::vector<std::pair<size_t, std::string>> most;
+    for (const auto& [formula, count] : differing) most.emplace_back(count, formula);
+    std::sort(most.rbegin(), most.rend());
+    for (size_t i = 0; i < std::min<size_t>(most.size(), 60); ++i) {
+      std::printf("%6zu  %s\n        %s\n", most[i].first, most[i].second.c_str(),
+                  example[most[i].second].c_str());
+    }
+    size_t shown = 0;
+    for (const auto& [formula, count] : unparsed) {
+      if (++shown <= 30) std::printf("unparsed %zu  %s\n", count, formula.c_str());
+    }
+  }
+  EXPECT_GT(files, 40u);
+  EXPECT_GT(evaluated, cells / 2);
+  EXPECT_GE(static_cast<double>(agreeing), 0.97 * static_cast<double>(evaluated));
+}
+
+}  // namespace
+}  // namespace ohmwise::embedded

@@ -1,0 +1,147 @@
+#include <regex>
+
+#include "tests/drawing/fixture.h"
+
+namespace ohmwise::testing {
+namespace {
+
+class StructureTest : public ModelTest {
+ protected:
+  void SetUp() override {
+    ModelTest::SetUp();
+    build.Page("Frame", true);  // background pages stand where they are in the file
+    build.Page("One");
+    build.Page("Two");
+    for (auto& page : build.model.pages) {
+      build.User(page->sheet, "Name", std::string(page->name), "PAGENAME()", "STR");
+      build.User(page->sheet, "No", "0", "PAGENUMBER()&\"/\"&PAGECOUNT()", "STR");
+    }
+    build.User(build.Shape(build.model.pages[2]->contents, 1, "Away"), "X", "5");
+    auto& looking = build.Shape(build.model.pages[1]->contents, 1, "Looking");
+    build.User(looking, "X", "5", "Pages[Two]!Away!User.X");
+    build.User(looking, "Words", "", "\"Pages[Two]!\"&Pages[Two]!PageWidth", "STR");
+    Open();
+  }
+};
+
+TEST_F(StructureTest, ForegroundPagesComeFirst) {
+  const PagesRef pages = drawing_->document()->Pages();
+  ASSERT_EQ(pages->Count(), 3);
+  EXPECT_EQ(ToUtf8(pages->Item(1)->Name()), "One");
+  EXPECT_EQ(ToUtf8(pages->Item(3)->Name()), "Frame");
+  EXPECT_EQ(pages->Item(u"frame")->Index(), 3);
+  EXPECT_NE(Refusal([&] { pages->Item(4); }), "");
+  EXPECT_NE(Refusal([&] { pages->Item(u"Three"); }).find("Three"), std::string::npos);
+}
+
+TEST_F(StructureTest, FormulasFollowARenamedPage) {
+  const PageRef two = drawing_->document()->Pages()->Item(u"Two");
+  EXPECT_NE(Refusal([&] { two->SetName(u"one"); }), "");
+  EXPECT_NE(Refusal([&] { two->SetName(u""); }), "");
+  two->SetName(u"Motor / 2");
+  EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.X")), "Pages['Motor / 2']!Away!User.X");
+  EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.Words")),
+            "\"Pages[Two]!\"&Pages['Motor / 2']!PageWidth");
+  EXPECT_EQ(Text(At(u"Motor / 2", u"", u"User.Name")), "Motor / 2");
+  At(u"Motor / 2", u"Away", u"User.X")->SetFormula(u"6");
+  EXPECT_EQ(Text(At(u"One", u"Looking", u"User.X")), "6");
+  // A formula entered later finds the page under its new name.
+  At(u"One", u"Looking", u"PinX")->SetFormula(u"Pages['Motor / 2']!Away!User.X");
+  EXPECT_EQ(At(u"One", u"Looking", u"PinX")->ResultNumber(), 6);
+}
+
+TEST_F(StructureTest, PagesComeAndGo) {
+  const PageRef two = drawing_->document()->Pages()->Item(u"Two");
+  const ShapeRef away = Find(u"Two", u"Away");
+  const CellRef cell = away->Cells(u"User.X");
+  drawing_->AddPage(u"Three", false);
+  EXPECT_EQ(Text(At(u"Two", u"", u"User.No")), "2/3");
+  EXPECT_EQ(drawing_->document()->Pages()->Item(u"Frame")->Index(), 4);
+  two->Delete();
+  EXPECT_EQ(Text(At(u"One", u"", u"User.No")), "1/2");
+  EXPECT_EQ(Text(At(u"One", u"Looking", u"User.X")), "#REF!");
+  EXPECT_NE(Refusal([&] { two->Name(); }), "");
+  EXPECT_NE(Refusal([&] { away->Text(); }), "");
+  EXPECT_NE(Refusal([&] { cell->ResultText(); }), "");
+  EXPECT_NE(Refusal([&] { Find(u"Two", u""); }).find("Two"), std::string::npos);
+}
+
+TEST_F(StructureTest, ShapesGoWithTheirGroup) {
+  auto& contents = build.model.pages[1]->contents;
+  auto& group = build.Shape(contents, 20, "Group");
+  build.User(build.Shape(contents, 21, "Inner", &group), "X", "1");
+  build.User(*contents.shapes[0], "Inner", "1", "Sheet.21!User.X");
+  Open();
+  const ShapeRef inner = Find(u"One", u"Inner");
+  EXPECT_EQ(ToUtf8(inner->ParentShape()->Name()), "Group");
+  EXPECT_EQ(Find(u"One", u"Group")->Shapes()->Count(), 1);
+  Find(u"One", u"Group")->Delete();
+  EXPECT_NE(Refusal([&] { inner->Name(); }), "");
+  EXPECT_EQ(Text(At(u"One", u"Looking", u"User.Inner")), "#REF!");
+  EXPECT_EQ(drawing_->document()->Pages()->Item(u"One")->Shapes()->Count(), 1);
+  EXPECT_TRUE(group.erased);
+}
+
+TEST_F(StructureTest, DroppedInstancesHoldTheTreeOfTheirMaster) {
+  auto& master = build.Master(4, "Motor");
+  auto& base = build.Shape(master.contents, 5);
+  build.Set(base, "Width", "2");
+  build.User(base, "Page", "", "PAGENAME()", "STR");
+  auto& part = build.Shape(master.contents, 9, "", &base);
+  build.Set(part, "Width", "2", "Sheet.5!Width");
+  Open();
+  const PageRef one = drawing_->document()->Pages()->Item(u"One");
+  const ShapeRef motor = drawing_->Drop(one, u"motor", 3, 4);
+  EXPECT_EQ(ToUtf8(motor->Name()), "Motor.2");
+  EXPECT_EQ(motor->Cells(u"PinY")->ResultNumber(), 4);
+  EXPECT_EQ(Text(motor->Cells(u"User.Page")), "One");
+  ASSERT_EQ(motor->Shapes()->Count(), 1);
+  motor->Cells(u"Width")->SetResultNumber(7);
+  EXPECT_EQ(motor->Shapes()->Item(1)->Cells(u"Width")->ResultNumber(), 7);
+  motor->Delete();
+  EXPECT_EQ(ToUtf8(drawing_->Drop(one, u"Motor", 0, 0)->Name()), "Motor.4");
+  EXPECT_NE(Refusal([&] { drawing_->Drop(one, u"None", 0, 0); }), "");
+}
+
+TEST_F(StructureTest, UniqueIdsAreMadeOnce) {
+  const ShapeRef shape = Find(u"One", u"Looking");
+  const std::string id = ToUtf8(shape->UniqueID());
+  EXPECT_TRUE(std::regex_match(
+      id, std::regex("\\{[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\}")));
+  EXPECT_EQ(ToUtf8(shape->UniqueID()), id);
+  EXPECT_TRUE(build.model.pages[1]->contents.shapes[0]->attributes_changed);
+  EXPECT_TRUE(Same(Find(u"One", FromUtf8(id)), shape));
+  EXPECT_NE(Find(u"Two", u"Away")->UniqueID(), shape->UniqueID());
+}
+
+TEST_F(StructureTest, NamesFollowMasterAndNumber) {
+  auto& master = build.Master(4, "Dynamic connector");
+  master.name = "Verbinder";
+  auto& contents = build.model.pages[1]->contents;
+  build.Instance(contents, 30, 4);
+  build.Instance(contents, 31, 4, "Wire.31");
+  build.Shape(contents, 32);
+  auto& hidden = build.Shape(contents, 0xFFFFFFFFu);
+  hidden.deleted_in_master = true;
+  Open();
+  const ShapesRef shapes = drawing_->document()->Pages()->Item(u"One")->Shapes();
+  ASSERT_EQ(shapes->Count(), 4);
+  const struct {
+    int32_t position;
+    const char* name;
+    const char* name_u;
+  } kRows[] = {{2, "Verbinder.30", "Dynamic connector.30"},
+               {3, "Wire.31", "Wire.31"},
+               {4, "Sheet.32", "Sheet.32"}};
+  for (const auto& row : kRows) {
+    EXPECT_EQ(ToUtf8(shapes->Item(row.position)->Name()), row.name);
+    EXPECT_EQ(ToUtf8(shapes->Item(row.position)->NameU()), row.name_u);
+    EXPECT_TRUE(Same(shapes->Item(FromUtf8(row.name_u)), shapes->Item(row.position)));
+  }
+  EXPECT_TRUE(Same(shapes->Item(u"sheet.30"), shapes->Item(2)));
+  EXPECT_NE(Refusal([&] { shapes->Item(5); }), "");
+  EXPECT_NE(Refusal([&] { shapes->Item(u"Sheet.99"); }), "");
+}
+
+}  // namespace
+}  // namespace ohmwise::testing
