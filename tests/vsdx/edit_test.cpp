@@ -120,6 +120,21 @@ TEST(EditTest, OnlyTheEditedCharactersDiffer) {
          first.sections[0].rows[1].removed = first.cells_changed = true;
        },
        "<Row N='Two'><Cell N='Value' V='&#65;&lt;'/></Row>", ""},
+      {"row removed and made again",
+       [](Contents&, Sheet& first, Sheet&) {
+         auto& rows = first.sections[0].rows;
+         rows[1].removed = first.cells_changed = true;
+         rows.push_back(Row("Two", "b"));
+       },
+       "<Row N='Two'><Cell N='Value' V='&#65;&lt;'/></Row>",
+       "<Row N='Two'><Cell N='Value' V='b'/></Row>"},
+      {"row hidden with its cells",
+       [](Contents&, Sheet& first, Sheet&) {
+         StoredRow& row = first.sections[0].rows[1];
+         row.cells.clear();
+         row.deleted = row.changed = first.cells_changed = true;
+       },
+       "<Row N='Two'><Cell N='Value' V='&#65;&lt;'/></Row>", "<Row N='Two' Del='1'></Row>"},
       {"row by index hidden",
        [](Contents& contents, Sheet&, Sheet&) {
          Sheet& last = *contents.shapes[2];

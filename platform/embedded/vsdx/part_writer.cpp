@@ -462,44 +462,60 @@ bool SameIndex(const std::optional<uint32_t>& index, pugi::xml_node node) {
   return attribute && std::to_string(*index) == attribute.value();
 }
 
-pugi::xml_node FindRow(pugi::xml_node section, const StoredRow& row) {
+using NodeSet = std::unordered_set<const void*>;
+
+// The element of a row, once: a row that was removed and made again under its name is a new one.
+pugi::xml_node ClaimRow(pugi::xml_node section, const StoredRow& row, NodeSet& claimed) {
   for (const pugi::xml_node node : section.children("Row")) {
     if (row.name.empty()) {
-      if (row.index && SameIndex(row.index, node)) return node;
-      continue;
+      if (!row.index || !SameIndex(row.index, node)) continue;
+    } else {
+      const char* name = node.attribute("N").value();
+      if (*name == '\0') name = node.attribute("LocalName").value();
+      if (row.name != name) continue;
     }
-    const char* name = node.attribute("N").value();
-    if (*name == '\0') name = node.attribute("LocalName").value();
-    if (row.name == name) return node;
+    if (claimed.insert(node.internal_object()).second) return node;
   }
   return {};
 }
 
+void PatchRow(Splice& splice, pugi::xml_node node, const StoredRow& row) {
+  if (row.removed) {
+    splice.Erase(node);
+    return;
+  }
+  ElementEdit edit(splice, node);
+  if (row.changed) {
+    edit.Set("Del", row.deleted ? std::optional<string_view>("1") : std::nullopt);
+    if (!row.type.empty()) edit.Set("T", row.type);
+  }
+  if (row.changed && row.deleted && row.cells.empty()) {
+    edit.SetContent("");
+  } else {
+    PatchCells(edit, row.cells);
+  }
+  edit.Commit();
+}
+
 void PatchRows(ElementEdit& section, const StoredSection& stored) {
+  NodeSet claimed;
   pugi::xml_node last;
   for (const StoredRow& row : stored.rows) {
-    const pugi::xml_node node = FindRow(section.node(), row);
+    const pugi::xml_node node = ClaimRow(section.node(), row, claimed);
     if (node) last = node;
     if (!RowTouched(row)) continue;
-    if (!node) {
-      std::string added;
-      WriteRow(added, row);
-      if (added.empty()) continue;
-      if (last) {
-        section.splice().InsertAfter(last, std::move(added));
-      } else {
-        section.InsertBehind({"Cell"}, std::move(added));
-      }
+    if (node) {
+      PatchRow(section.splice(), node, row);
       continue;
     }
-    if (row.removed) {
-      section.splice().Erase(node);
-      continue;
+    std::string added;
+    WriteRow(added, row);
+    if (added.empty()) continue;
+    if (last) {
+      section.splice().InsertAfter(last, std::move(added));
+    } else {
+      section.InsertBehind({"Cell"}, std::move(added));
     }
-    ElementEdit edit(section.splice(), node);
-    if (row.changed) edit.Set("Del", row.deleted ? std::optional<string_view>("1") : std::nullopt);
-    PatchCells(edit, row.cells);
-    edit.Commit();
   }
 }
 
