@@ -147,6 +147,21 @@ int16_t SplitterCaches::EndFormat(std::u16string_view text, const TextKey& key) 
   return digits;
 }
 
+SplitterCaches::Pieces SplitterCaches::Split(std::u16string_view text, const TextKey& key) {
+  return aligned_ ? PiecesAt(Place(text, key)) : SplitApart(text, key);
+}
+
+void SplitterCaches::Fill(size_t slot) noexcept {
+  const PackedText& plain = plain_texts_[slot];
+  if (!plain.ok()) return;
+  const size_t leading = plain.LeadingDigits();
+  const size_t trailing = plain.TrailingDigits();
+  middles_[slot].Assign(plain.Middle(leading, trailing));
+  begin_numbers_[slot] = plain.LeadingNumber(leading);
+  end_numbers_[slot] = plain.TrailingNumber(trailing);
+  end_lengths_[slot] = static_cast<int32_t>(trailing);
+}
+
 void SplitterCaches::FillLong(size_t slot, std::u16string_view text) {
   begin_numbers_[slot] = BeginNumberOf(text);
   middles_[slot].Assign(MiddleOf(text));
@@ -170,8 +185,16 @@ SplitterCaches::Pieces SplitterCaches::SplitApart(std::u16string_view text, cons
   return {begin, end, &middle};
 }
 
+size_t SplitterCaches::Find(Cache cache, const TextKey& key) noexcept {
+  if (!aligned_) return rings_[cache].Find(key);
+  const size_t slot = rings_[kMiddles].Find(key);
+  if (slot != KeyRing::kNoSlot) Fill(slot);
+  return slot;
+}
+
 void SplitterCaches::AddAlone(Cache cache, const TextKey& key) {
   if (aligned_) {
+    for (size_t age = 1; age <= KeyRing::kCapacity; ++age) Fill(rings_[kMiddles].SlotAt(age));
     for (size_t other = kMiddles + 1; other < kCaches; ++other) rings_[other] = rings_[kMiddles];
     aligned_ = false;
   }
@@ -189,6 +212,7 @@ void SplitterCaches::Align() {
   move(kBeginNumbers, begin_numbers_);
   move(kEndNumbers, end_numbers_);
   move(kEndLengths, end_lengths_);
+  plain_texts_.fill(PackedText::None());
   aligned_ = true;
 }
 

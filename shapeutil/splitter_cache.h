@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -25,19 +26,23 @@ class InlineText {
   }
   /// Makes room for `size` units, to be filled by the caller.
   char16_t* Resize(size_t size) {
-    if (size > kInline) long_.resize(size);
+    if (size > capacity_) {
+      long_ = std::make_unique<char16_t[]>(size);
+      capacity_ = size;
+    }
     size_ = size;
-    return size > kInline ? long_.data() : short_;
+    return size > kInline ? long_.get() : short_;
   }
   std::u16string_view view() const noexcept {
-    return {size_ > kInline ? long_.data() : short_, size_};
+    return {size_ > kInline ? long_.get() : short_, size_};
   }
 
  private:
   static constexpr size_t kInline = 32;
   size_t size_ = 0;
+  size_t capacity_ = kInline;
+  std::unique_ptr<char16_t[]> long_;
   char16_t short_[kInline];
-  std::u16string long_;
 };
 
 /// Up to seven ASCII characters in one word, the first in the lowest byte and their number in the
@@ -51,6 +56,9 @@ class PackedText {
 
   PackedText() noexcept = default;
   explicit PackedText(std::u16string_view text) noexcept : word_(Pack(text)) {}
+
+  /// A text that is not ok.
+  static PackedText None() noexcept { return PackedText(kUnpacked); }
 
   bool ok() const noexcept { return word_ < kUnpacked; }
   uint64_t word() const noexcept { return word_; }
@@ -70,20 +78,32 @@ class PackedText {
 
   /// Lengths of the digit runs at both ends; only for a packed text.
   size_t LeadingDigits() const noexcept {
-    return static_cast<size_t>(std::countr_zero(NonDigits())) / 8;
+    return static_cast<size_t>(std::countr_zero(NonDigits() | kTopBit)) / 8;
   }
   size_t TrailingDigits() const noexcept {
-    const auto free = static_cast<size_t>(std::countl_zero(AtTop(NonDigits()))) / 8;
-    return free < size() ? free : size();
+    const auto digits = static_cast<size_t>(std::countl_zero(AtTop(NonDigits()) | 1)) / 8;
+    return digits < size() ? digits : size();
   }
   /// Number in the first or last `digits` characters, -1 for none.
   int32_t LeadingNumber(size_t digits) const noexcept {
-    return digits == 0 ? -1 : Number(Characters() << (8 * (8 - digits)));
+    return Number(Characters() << (8 * (kMaxSize - digits)) << 8) | NoneIf(digits);
   }
   int32_t TrailingNumber(size_t digits) const noexcept {
-    return digits == 0 ? -1 : Number(AtTop(Characters()) & ~(~uint64_t{0} >> (8 * digits)));
+    return Number(AtTop(Characters()) & ~(~uint64_t{0} >> (8 * digits))) | NoneIf(digits);
   }
-  PackedText Middle(size_t first, size_t count) const noexcept {
+  /// Words in the order of those numbers, 0 for none: their digits, not their values, as they take
+  /// no multiplication.
+  uint64_t LeadingOrder(size_t digits) const noexcept {
+    return DigitWord(Characters() << (8 * (kMaxSize - digits)) << 8) + (digits != 0);
+  }
+  uint64_t TrailingOrder(size_t digits) const noexcept {
+    return DigitWord(AtTop(Characters()) & ~(~uint64_t{0} >> (8 * digits))) + (digits != 0);
+  }
+  /// What is left without the trailing, then the leading digits.
+  PackedText Middle(size_t leading, size_t trailing) const noexcept {
+    const size_t end = size() - trailing;
+    const size_t first = leading < end ? leading : end;
+    const size_t count = end - first;
     return PackedText((Characters() >> (8 * first) & ((uint64_t{1} << (8 * count)) - 1)) |
                       uint64_t{count} << 56);
   }
@@ -91,6 +111,7 @@ class PackedText {
  private:
   static constexpr uint64_t kEach = 0x0101010101010101;
   static constexpr uint64_t kAllCharacters = ~kUnpacked;
+  static constexpr uint64_t kTopBit = uint64_t{1} << 63;
 
   explicit PackedText(uint64_t word) noexcept : word_(word) {}
 
@@ -98,28 +119,39 @@ class PackedText {
     const size_t size = text.size();
     if (size > kMaxSize) return kUnpacked;
     const char16_t* const at = text.data();
+    uint64_t word = 0;
     uint64_t all = 0;
-    uint64_t word = uint64_t{size} << 56;
     // Overlapping reads meet the same characters at the same places.
     if (size >= 4) {
-      const char16_t* const end = at + size - 4;
-      all = uint64_t{at[0]} | at[1] | at[2] | at[3] | end[0] | end[1] | end[2] | end[3];
-      word |= Four(at) | Four(end) << (8 * (size - 4));
+      const uint64_t head = Four(at);
+      const uint64_t tail = Four(at + size - 4);
+      all = head | tail;
+      word = Narrowed(head) | Narrowed(tail) << (8 * (size - 4));
     } else if (size > 0) {
-      all = uint64_t{at[0]} | at[size / 2] | at[size - 1];
-      word |= uint64_t{at[0]} | uint64_t{at[size / 2]} << (8 * (size / 2)) |
-              uint64_t{at[size - 1]} << (8 * (size - 1));
+      const uint64_t middle = at[size / 2];
+      const uint64_t last = at[size - 1];
+      all = at[0] | middle | last;
+      word = at[0] | middle << (8 * (size / 2)) | last << (8 * (size - 1));
     }
-    return all < 0x80 ? word : kUnpacked;
+    return (all & 0xFF80FF80FF80FF80) == 0 ? word | uint64_t{size} << 56 : kUnpacked;
   }
+  /// Four units, the first in the lowest bits (one load where the machine has this order).
   static uint64_t Four(const char16_t* at) noexcept {
-    return uint64_t{at[0]} | uint64_t{at[1]} << 8 | uint64_t{at[2]} << 16 | uint64_t{at[3]} << 24;
+    return uint64_t{at[0]} | uint64_t{at[1]} << 16 | uint64_t{at[2]} << 32 | uint64_t{at[3]} << 48;
+  }
+  /// The low bytes of four units side by side.
+  static uint64_t Narrowed(uint64_t units) noexcept {
+    units = (units | units >> 8) & 0x0000FFFF0000FFFF;
+    return (units | units >> 16) & 0xFFFFFFFF;
   }
   static uint64_t ByteSwapped(uint64_t word) noexcept {
     word = (word >> 8 & 0x00FF00FF00FF00FF) | (word & 0x00FF00FF00FF00FF) << 8;
     word = (word >> 16 & 0x0000FFFF0000FFFF) | (word & 0x0000FFFF0000FFFF) << 16;
     return word >> 32 | word << 32;
   }
+  /// All bits for no digits; the number read is then 0.
+  static int32_t NoneIf(size_t digits) noexcept { return -static_cast<int32_t>(digits == 0); }
+  static uint64_t DigitWord(uint64_t digits) noexcept { return ByteSwapped(digits & 0x0F * kEach); }
   /// Value of eight digits, the last in the highest byte; zero bytes count as "0".
   static int32_t Number(uint64_t digits) noexcept {
     digits = (digits & 0x0F * kEach) * ((10 << 8) + 1) >> 8 & 0x00FF00FF00FF00FF;
@@ -265,21 +297,32 @@ class SplitterCaches {
   const MiddleText& MidText(std::u16string_view text, const TextKey& key);
   int16_t EndFormat(std::u16string_view text, const TextKey& key);
 
-  /// Leading number, middle text and trailing number of at most nine digits, in this order.
+  /// Leading number, middle text (readable as above) and trailing number of at most nine digits.
   struct Pieces {
     int32_t begin;
     int32_t end;
     const MiddleText* middle;
   };
-  Pieces Split(std::u16string_view text, const TextKey& key) {
-    if (!aligned_) return SplitApart(text, key);
+  /// The three splitters in this order.
+  Pieces Split(std::u16string_view text, const TextKey& key);
+
+  /// Whether `Place` may be used. It does not end this.
+  bool aligned() const noexcept { return aligned_; }
+  /// Remembers what `Split` does and returns where; good until the second miss after this one.
+  size_t Place(std::u16string_view text, const TextKey& key) {
     KeyRing& ring = rings_[kMiddles];
-    size_t slot = ring.Find(key);
-    if (slot == KeyRing::kNoSlot) {
-      slot = ring.next();
-      Fill(slot, text, key);
-      ring.Add(key);
-    }
+    const size_t known = ring.Find(key);
+    if (known != KeyRing::kNoSlot) return known;
+    const size_t slot = ring.next();
+    if (!key.packed().ok()) FillLong(slot, text);
+    plain_texts_[slot] = key.packed();
+    ring.Add(key);
+    return slot;
+  }
+  /// The remembered text itself where its pieces follow from it; else one that is not ok.
+  PackedText PlainText(size_t slot) const noexcept { return plain_texts_[slot]; }
+  Pieces PiecesAt(size_t slot) noexcept {
+    Fill(slot);
     return {begin_numbers_[slot], end_numbers_[slot], &middles_[slot]};
   }
 
@@ -288,24 +331,12 @@ class SplitterCaches {
   /// somebody is looking at need not move when they become so.
   enum Cache : size_t { kMiddles, kBeginNumbers, kEndNumbers, kEndLengths, kCaches };
 
-  void Fill(size_t slot, std::u16string_view text, const TextKey& key) {
-    const PackedText& packed = key.packed();
-    if (!packed.ok()) return FillLong(slot, text);
-    const size_t leading = packed.LeadingDigits();
-    const size_t trailing = packed.TrailingDigits();
-    const size_t left = packed.size() - trailing;
-    const size_t first = leading < left ? leading : left;
-    middles_[slot].Assign(packed.Middle(first, left - first));
-    begin_numbers_[slot] = packed.LeadingNumber(leading);
-    end_numbers_[slot] = packed.TrailingNumber(trailing);
-    end_lengths_[slot] = static_cast<int32_t>(trailing);
-  }
+  /// Writes out the pieces of a slot of which only the text has been kept.
+  void Fill(size_t slot) noexcept;
   void FillLong(size_t slot, std::u16string_view text);
   Pieces SplitApart(std::u16string_view text, const TextKey& key);
 
-  size_t Find(Cache cache, const TextKey& key) const noexcept {
-    return rings_[aligned_ ? kMiddles : cache].Find(key);
-  }
+  size_t Find(Cache cache, const TextKey& key) noexcept;
   /// The slot that `AddAlone` will use; to be filled before.
   size_t NextSlot(Cache cache) const noexcept { return rings_[aligned_ ? kMiddles : cache].next(); }
   void AddAlone(Cache cache, const TextKey& key);
@@ -314,6 +345,7 @@ class SplitterCaches {
   bool aligned_ = true;
   size_t added_to_all_ = 0;
   std::array<KeyRing, kCaches> rings_;
+  std::array<PackedText, KeyRing::kSlots> plain_texts_;  ///< only while aligned
   std::array<MiddleText, KeyRing::kSlots> middles_;
   std::array<int32_t, KeyRing::kSlots> begin_numbers_{};
   std::array<int32_t, KeyRing::kSlots> end_numbers_{};

@@ -72,14 +72,52 @@ constexpr uint64_t kTextClass = 0;
 constexpr uint64_t kMixedClass = 1;
 constexpr uint64_t kNumberClass = 2;
 
-uint64_t ClassOf(const Pieces& pieces) noexcept {
-  if (pieces.begin == -1 && pieces.end == -1) return kTextClass;
-  return pieces.middle->empty() && pieces.begin == pieces.end ? kNumberClass : kMixedClass;
+// Class, leading number, middle and trailing number order every class: the pieces that a class does
+// not look at are equal within it, and a missing number sorts below all others. They are compared
+// all together, without branches, as no two texts of a list go the same way.
+int16_t Decision(int32_t head, int32_t middle, int32_t end, bool undecided) {
+  const int32_t order = 4 * head + 2 * middle + end;
+  if (order != 0) return order < 0 ? -1 : 1;
+  // Equal mixed texts without a trailing number: the sorting wants a decision.
+  return undecided ? -1 : 0;
 }
 
-/// Class and leading number in one comparison.
-uint64_t Head(uint64_t net_class, int32_t begin) noexcept {
-  return net_class << 32 | (static_cast<uint32_t>(begin) + 1);
+template <class T>
+int32_t Compare(T a, T b) noexcept {
+  return (a > b) - (a < b);
+}
+
+int16_t NetOrder(PackedText first, PackedText second) {
+  const auto class_of = [](const PackedText& text, size_t leading, size_t trailing) {
+    const bool has_number = (leading | trailing) != 0;
+    return kTextClass + has_number + (has_number & (leading == text.size()));
+  };
+  const size_t leading1 = first.LeadingDigits();
+  const size_t leading2 = second.LeadingDigits();
+  const size_t trailing1 = first.TrailingDigits();
+  const size_t trailing2 = second.TrailingDigits();
+  const uint64_t class1 = class_of(first, leading1, trailing1);
+  const uint64_t class2 = class_of(second, leading2, trailing2);
+  return Decision(Compare(class1 << 60 | first.LeadingOrder(leading1),
+                          class2 << 60 | second.LeadingOrder(leading2)),
+                  Compare(first.Middle(leading1, trailing1).SortWord(),
+                          second.Middle(leading2, trailing2).SortWord()),
+                  Compare(first.TrailingOrder(trailing1), second.TrailingOrder(trailing2)),
+                  class1 == kMixedClass && trailing1 == 0);
+}
+
+int16_t NetOrder(const Pieces& first, const Pieces& second) {
+  const auto class_of = [](const Pieces& pieces) {
+    if (pieces.begin == -1 && pieces.end == -1) return kTextClass;
+    return pieces.middle->empty() && pieces.begin == pieces.end ? kNumberClass : kMixedClass;
+  };
+  const uint64_t class1 = class_of(first);
+  const auto head = [](uint64_t net_class, int32_t begin) {
+    return net_class << 32 | (static_cast<uint32_t>(begin) + 1);
+  };
+  return Decision(Compare(head(class1, first.begin), head(class_of(second), second.begin)),
+                  first.middle->Compare(*second.middle), Compare(first.end, second.end),
+                  class1 == kMixedClass && first.end == -1);
 }
 
 thread_local std::unique_ptr<clsLMisc> shared_misc;
@@ -148,21 +186,19 @@ std::u16string clsLMisc::SpinText(std::u16string_view strText, int16_t BeginStep
 int16_t clsLMisc::NetComp(std::u16string_view Str1, std::u16string_view Str2) {
   // Both texts are split before anything is decided: what the caches hold afterwards, and which
   // text overflows, must not depend on the outcome.
-  const Pieces first = caches_.Split(Str1, TextKey(Str1));
-  const Pieces second = caches_.Split(Str2, TextKey(Str2));
-
-  // Class, leading number, middle and trailing number order every class: the pieces that a class
-  // does not look at are equal within it, and a missing number, -1, sorts below all others. Taken
-  // together without branches, as no two texts of a list go the same way.
-  const uint64_t class1 = ClassOf(first);
-  const uint64_t head1 = Head(class1, first.begin);
-  const uint64_t head2 = Head(ClassOf(second), second.begin);
-  const int32_t head = (head1 > head2) - (head1 < head2);
-  const int32_t end = (first.end > second.end) - (first.end < second.end);
-  const int32_t order = 4 * head + 2 * first.middle->Compare(*second.middle) + end;
-  if (order != 0) return order < 0 ? -1 : 1;
-  // Equal mixed texts without a trailing number: the sorting wants a decision.
-  return class1 == kMixedClass && first.end == -1 ? -1 : 0;
+  const TextKey key1(Str1);
+  const TextKey key2(Str2);
+  if (caches_.aligned()) {
+    const size_t first = caches_.Place(Str1, key1);
+    const size_t second = caches_.Place(Str2, key2);
+    const PackedText plain1 = caches_.PlainText(first);
+    const PackedText plain2 = caches_.PlainText(second);
+    if (plain1.ok() && plain2.ok()) return NetOrder(plain1, plain2);
+    return NetOrder(caches_.PiecesAt(first), caches_.PiecesAt(second));
+  }
+  const Pieces first = caches_.Split(Str1, key1);
+  const Pieces second = caches_.Split(Str2, key2);
+  return NetOrder(first, second);
 }
 
 std::u16string clsLMisc::Trim(std::u16string_view tStr, std::u16string_view TrimChar) {
