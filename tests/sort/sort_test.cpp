@@ -15,7 +15,6 @@
 #include "sort/clsLSort.h"
 #include "sort/clsLSortComp.h"
 #include "sort/clsLSortLayShape.h"
-#include "sort/clsLSortShapeText.h"
 
 namespace ohmwise {
 namespace {
@@ -159,20 +158,33 @@ std::u16string SerialsOf(const CollectionRef& collection) {
 }
 
 TEST_F(SortTest, EqualItemsGoBeforeTheirRunAscendingAndBehindItDescending) {
-  for (const auto& [descending, expected] :
-       {std::pair{false, u"143256"}, std::pair{true, u"652341"}}) {
+  struct Row {
+    bool descending;
+    std::u16string_view added, expected;  ///< serials count from 1 in the order of adding
+  };
+  const Row rows[] = {
+      {false, u"B B", u"21"},
+      {false, u"B C B", u"312"},
+      {false, u"A B B", u"132"},
+      {false, u"B B B", u"321"},
+      {false, u"A C D B B B", u"165423"},
+      {true, u"B B", u"12"},
+      {true, u"B C B", u"213"},
+      {true, u"A B B", u"231"},
+      {true, u"B B B", u"123"},
+      {true, u"A C D B B B", u"324561"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(ToUtf8(row.added) + (row.descending ? " down" : " up"));
     Restart();
     clsLOSort sorter;
     sorter.SetDataSet(collection_);
-    sorter.SetDescending(descending);
-    const auto add = [&](const char16_t* text, int32_t serial) {
-      sorter.Add(MakeRef<Probe>(Value(MakeRef<Thing>(text, serial))));
-    };
-    add(u"A", 1);
-    add(u"C", 5);
-    add(u"D", 6);
-    for (const int32_t serial : {2, 3, 4}) add(u"B", serial);
-    EXPECT_EQ(SerialsOf(collection_), expected) << descending;
+    sorter.SetDescending(row.descending);
+    int32_t serial = 0;
+    for (const std::u16string& text : Words(row.added)) {
+      sorter.Add(MakeRef<Probe>(Value(MakeRef<Thing>(text, ++serial))));
+    }
+    EXPECT_EQ(SerialsOf(collection_), row.expected);
   }
 }
 

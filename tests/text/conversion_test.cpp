@@ -80,6 +80,7 @@ TEST(ConversionTest, TextsAreRecognisedAsTheRuntimeDoes) {
                          Row{u"--1", 0, 13},
                          Row{u"-1-", 0, 13},
                          Row{u"(1", 0, 13},
+                         Row{u"(-1)", 0, 13},
                          Row{u"1e", 0, 13},
                          Row{u".", 0, 13},
                          Row{u"&HG", 0, 13},
@@ -99,10 +100,19 @@ TEST(ConversionTest, TextsAreRecognisedAsTheRuntimeDoes) {
   }
 }
 
+TEST(ConversionTest, RangeIsJudgedByTheValueNotByTheSpelling) {
+  EXPECT_EQ(TextToDouble(u"0." + std::u16string(400, u'0') + u"1"), 0);
+  EXPECT_EQ(TextToDouble(u"0." + std::u16string(400, u'0') + u"1e401"), 1);
+  int32_t error = 0;
+  Try([] { return TextToDouble(u"1" + std::u16string(400, u'0') + u"e-10"); }, error);
+  EXPECT_EQ(error, 6);
+}
+
 TEST(ConversionTest, BitPatternsTakeTheSignOfTheTypeAskedFor) {
   EXPECT_EQ(Value(u"&HFFFF").ToInt16(), -1);
   EXPECT_EQ(Value(u"&HF060").ToInt32(), 61536);
   EXPECT_EQ(TextToInt16(u"&H7FFF"), 32767);
+  EXPECT_EQ(TextToInt16(u"&H8000"), -32768);
   EXPECT_EQ(TextToInt32(u"&HFFFFF060"), -4000);
   int32_t error = 0;
   for (const char16_t* text : {u"65535", u"&H10000"}) {
