@@ -14,7 +14,7 @@ using Kind = FormulaValue::Kind;
 
 /// Values on their way; short formulas stay off the heap.
 class Stack {
-public:
+ public:
   explicit Stack(size_t depth) {
     if (depth <= inline_.size()) {
       values_ = inline_.data();
@@ -23,51 +23,42 @@ public:
       values_ = large_.data();
     }
   }
-  Stack(const Stack &) = delete;
-  Stack &operator=(const Stack &) = delete;
+  Stack(const Stack&) = delete;
+  Stack& operator=(const Stack&) = delete;
 
-  void Push(FormulaValue &&value) { values_[height_++] = std::move(value); }
+  void Push(FormulaValue&& value) { values_[height_++] = std::move(value); }
   void PushNumber(double number, Unit unit, Kind kind = Kind::kNumber) {
-    FormulaValue &slot = values_[height_++];
+    FormulaValue& slot = values_[height_++];
     slot.kind = kind;
     slot.unit = unit;
     slot.number = number;
     slot.text.clear();
   }
-  FormulaValue &Top(size_t below = 0) { return values_[height_ - 1 - below]; }
+  FormulaValue& Top(size_t below = 0) { return values_[height_ - 1 - below]; }
   void Drop(size_t count = 1) { height_ -= count; }
-  std::span<FormulaValue> Last(size_t count) {
-    return {values_ + height_ - count, count};
-  }
+  std::span<FormulaValue> Last(size_t count) { return {values_ + height_ - count, count}; }
 
-private:
+ private:
   std::array<FormulaValue, 8> inline_;
   std::vector<FormulaValue> large_;
-  FormulaValue *values_ = nullptr;
+  FormulaValue* values_ = nullptr;
   size_t height_ = 0;
 };
 
 /// The unit a sum or product is shown in.
 Unit SumUnit(Unit a, Unit b) { return a != Unit::kNumber ? a : b; }
 Unit ProductUnit(Unit a, Unit b) {
-  const auto plain = [](Unit unit) {
-    return unit == Unit::kNumber || unit == Unit::kPercent;
-  };
-  if (plain(a))
-    return plain(b) ? Unit::kNumber : b;
+  const auto plain = [](Unit unit) { return unit == Unit::kNumber || unit == Unit::kPercent; };
+  if (plain(a)) return plain(b) ? Unit::kNumber : b;
   return plain(b) ? a : Unit::kMultiDimensional;
 }
 Unit QuotientUnit(Unit a, Unit b) {
-  const auto plain = [](Unit unit) {
-    return unit == Unit::kNumber || unit == Unit::kPercent;
-  };
-  if (plain(b))
-    return plain(a) ? Unit::kNumber : a;
-  return plain(a) ? Unit::kMultiDimensional
-                  : Unit::kNumber; // a length by a length is a number
+  const auto plain = [](Unit unit) { return unit == Unit::kNumber || unit == Unit::kPercent; };
+  if (plain(b)) return plain(a) ? Unit::kNumber : a;
+  return plain(a) ? Unit::kMultiDimensional : Unit::kNumber;  // a length by a length is a number
 }
 
-bool Compare(OpCode code, const FormulaValue &a, const FormulaValue &b) {
+bool Compare(OpCode code, const FormulaValue& a, const FormulaValue& b) {
   int order = 0;
   if (a.kind == Kind::kText && b.kind == Kind::kText) {
     order = a.text.compare(b.text);
@@ -77,48 +68,45 @@ bool Compare(OpCode code, const FormulaValue &a, const FormulaValue &b) {
     order = x < y ? -1 : x > y ? 1 : 0;
   }
   switch (code) {
-  case OpCode::kEqual:
-    return order == 0;
-  case OpCode::kNotEqual:
-    return order != 0;
-  case OpCode::kLess:
-    return order < 0;
-  case OpCode::kLessEqual:
-    return order <= 0;
-  case OpCode::kGreater:
-    return order > 0;
-  default:
-    return order >= 0;
+    case OpCode::kEqual:
+      return order == 0;
+    case OpCode::kNotEqual:
+      return order != 0;
+    case OpCode::kLess:
+      return order < 0;
+    case OpCode::kLessEqual:
+      return order <= 0;
+    case OpCode::kGreater:
+      return order > 0;
+    default:
+      return order >= 0;
   }
 }
 
 /// Points add and scale part by part.
-bool PointArithmetic(OpCode code, FormulaValue &a, const FormulaValue &b) {
-  if (a.kind != Kind::kPoint && b.kind != Kind::kPoint)
-    return false;
+bool PointArithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
+  if (a.kind != Kind::kPoint && b.kind != Kind::kPoint) return false;
   const auto part = [&](double x, double y) {
     switch (code) {
-    case OpCode::kAdd:
-      return x + y;
-    case OpCode::kSubtract:
-      return x - y;
-    case OpCode::kMultiply:
-      return x * y;
-    default:
-      return x / y;
+      case OpCode::kAdd:
+        return x + y;
+      case OpCode::kSubtract:
+        return x - y;
+      case OpCode::kMultiply:
+        return x * y;
+      default:
+        return x / y;
     }
   };
-  if (code == OpCode::kPower)
-    return false;
+  if (code == OpCode::kPower) return false;
   const double ax = a.number, ay = a.kind == Kind::kPoint ? a.y : a.number;
   const double bx = b.number, by = b.kind == Kind::kPoint ? b.y : b.number;
   a = FormulaValue::Point(part(ax, bx), part(ay, by));
   return true;
 }
 
-void Arithmetic(OpCode code, FormulaValue &a, const FormulaValue &b) {
-  if (PointArithmetic(code, a, b))
-    return;
+void Arithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
+  if (PointArithmetic(code, a, b)) return;
   const double x = a.ToNumber();
   const double y = b.ToNumber();
   double number = 0;
@@ -127,30 +115,30 @@ void Arithmetic(OpCode code, FormulaValue &a, const FormulaValue &b) {
   const Unit left = a.kind == Kind::kNumber ? a.unit : Unit::kNumber;
   const Unit right = b.kind == Kind::kNumber ? b.unit : Unit::kNumber;
   switch (code) {
-  case OpCode::kAdd:
-    number = x + y;
-    unit = SumUnit(left, right);
-    break;
-  case OpCode::kSubtract:
-    number = x - y;
-    unit = SumUnit(left, right);
-    break;
-  case OpCode::kMultiply:
-    number = x * y;
-    unit = ProductUnit(left, right);
-    break;
-  case OpCode::kDivide:
-    if (y == 0) {
-      a = FormulaValue::Error(FormulaErrorKind::kDivideByZero);
-      return;
-    }
-    number = x / y;
-    unit = QuotientUnit(left, right);
-    break;
-  default:
-    number = std::pow(x, y);
-    unit = left == Unit::kNumber ? Unit::kNumber : Unit::kMultiDimensional;
-    break;
+    case OpCode::kAdd:
+      number = x + y;
+      unit = SumUnit(left, right);
+      break;
+    case OpCode::kSubtract:
+      number = x - y;
+      unit = SumUnit(left, right);
+      break;
+    case OpCode::kMultiply:
+      number = x * y;
+      unit = ProductUnit(left, right);
+      break;
+    case OpCode::kDivide:
+      if (y == 0) {
+        a = FormulaValue::Error(FormulaErrorKind::kDivideByZero);
+        return;
+      }
+      number = x / y;
+      unit = QuotientUnit(left, right);
+      break;
+    default:
+      number = std::pow(x, y);
+      unit = left == Unit::kNumber ? Unit::kNumber : Unit::kMultiDimensional;
+      break;
   }
   if (!std::isfinite(number)) {
     a = FormulaValue::Error(FormulaErrorKind::kNumber);
@@ -162,122 +150,111 @@ void Arithmetic(OpCode code, FormulaValue &a, const FormulaValue &b) {
   a.text.clear();
 }
 
-} // namespace
+}  // namespace
 
-Formula::Formula(std::unique_ptr<Program> program)
-    : program_(std::move(program)) {}
+Formula::Formula(std::unique_ptr<Program> program) : program_(std::move(program)) {}
 Formula::~Formula() = default;
 
-const std::vector<Reference> &Formula::references() const noexcept {
-  return program_->references;
-}
+const std::vector<Reference>& Formula::references() const noexcept { return program_->references; }
 bool Formula::evaluable() const noexcept { return program_->evaluable; }
-std::string_view Formula::unknown_function() const noexcept {
-  return program_->unknown_function;
-}
+std::string_view Formula::unknown_function() const noexcept { return program_->unknown_function; }
 bool Formula::guarded() const noexcept { return program_->guarded; }
 int Formula::redirect() const noexcept { return program_->redirect; }
-bool Formula::depends_on_pages() const noexcept {
-  return program_->depends_on_pages;
-}
+bool Formula::depends_on_pages() const noexcept { return program_->depends_on_pages; }
 bool Formula::constant() const noexcept { return program_->constant; }
 
-FormulaValue Formula::Evaluate(EvaluationContext &context) const {
-  const Program &program = *program_;
+FormulaValue Formula::Evaluate(EvaluationContext& context) const {
+  const Program& program = *program_;
   Stack stack(program.depth);
   for (size_t at = 0; at < program.ops.size(); ++at) {
-    const Op &op = program.ops[at];
+    const Op& op = program.ops[at];
     switch (op.code) {
-    case OpCode::kNumber:
-      stack.PushNumber(op.number, op.unit);
-      break;
-    case OpCode::kBoolean:
-      stack.PushNumber(op.number, Unit::kBoolean, Kind::kBoolean);
-      break;
-    case OpCode::kText:
-      stack.Push(FormulaValue::Text(program.texts[op.index]));
-      break;
-    case OpCode::kEmpty:
-      stack.PushNumber(0, Unit::kNumber, Kind::kEmpty);
-      break;
-    case OpCode::kReference:
-      stack.Push(context.CellValue(*this, op.index));
-      break;
-    case OpCode::kNegate:
-    case OpCode::kPlus: {
-      FormulaValue &top = stack.Top();
-      if (top.IsError())
+      case OpCode::kNumber:
+        stack.PushNumber(op.number, op.unit);
         break;
-      if (top.kind == Kind::kPoint) {
-        if (op.code == OpCode::kNegate)
-          top = FormulaValue::Point(-top.number, -top.y);
+      case OpCode::kBoolean:
+        stack.PushNumber(op.number, Unit::kBoolean, Kind::kBoolean);
         break;
-      }
-      const double number = top.ToNumber();
-      const Unit unit = top.kind == Kind::kNumber ? top.unit : Unit::kNumber;
-      stack.Drop();
-      stack.PushNumber(op.code == OpCode::kNegate ? -number : number, unit);
-      break;
-    }
-    case OpCode::kAdd:
-    case OpCode::kSubtract:
-    case OpCode::kMultiply:
-    case OpCode::kDivide:
-    case OpCode::kPower:
-    case OpCode::kConcatenate:
-    case OpCode::kEqual:
-    case OpCode::kNotEqual:
-    case OpCode::kLess:
-    case OpCode::kLessEqual:
-    case OpCode::kGreater:
-    case OpCode::kGreaterEqual: {
-      FormulaValue &right = stack.Top();
-      FormulaValue &left = stack.Top(1);
-      if (!left.IsError()) {
-        if (right.IsError()) {
-          left = std::move(right);
-        } else if (op.code == OpCode::kConcatenate) {
-          left = FormulaValue::Text(left.ToText() + right.ToText());
-        } else if (op.code >= OpCode::kEqual) {
-          left = FormulaValue::Boolean(Compare(op.code, left, right));
-        } else {
-          Arithmetic(op.code, left, right);
+      case OpCode::kText:
+        stack.Push(FormulaValue::Text(program.texts[op.index]));
+        break;
+      case OpCode::kEmpty:
+        stack.PushNumber(0, Unit::kNumber, Kind::kEmpty);
+        break;
+      case OpCode::kReference:
+        stack.Push(context.CellValue(*this, op.index));
+        break;
+      case OpCode::kNegate:
+      case OpCode::kPlus: {
+        FormulaValue& top = stack.Top();
+        if (top.IsError()) break;
+        if (top.kind == Kind::kPoint) {
+          if (op.code == OpCode::kNegate) top = FormulaValue::Point(-top.number, -top.y);
+          break;
         }
-      }
-      stack.Drop();
-      break;
-    }
-    case OpCode::kCall: {
-      const FunctionInfo &function = *program.functions[op.index];
-      FormulaValue result =
-          function.body({function.name, stack.Last(op.count), context});
-      stack.Drop(op.count);
-      stack.Push(std::move(result));
-      break;
-    }
-    case OpCode::kUnknown:
-      stack.Drop(op.count);
-      stack.Push(FormulaValue::Error(FormulaErrorKind::kName));
-      break;
-    case OpCode::kIf:
-      if (stack.Top().IsError()) {
-        at = op.other - 1;
+        const double number = top.ToNumber();
+        const Unit unit = top.kind == Kind::kNumber ? top.unit : Unit::kNumber;
+        stack.Drop();
+        stack.PushNumber(op.code == OpCode::kNegate ? -number : number, unit);
         break;
       }
-      if (stack.Top().ToNumber() == 0)
-        at = op.index - 1;
-      stack.Drop();
-      break;
-    case OpCode::kIfError:
-      if (!stack.Top().IsError()) {
-        at = op.index - 1;
-      } else {
+      case OpCode::kAdd:
+      case OpCode::kSubtract:
+      case OpCode::kMultiply:
+      case OpCode::kDivide:
+      case OpCode::kPower:
+      case OpCode::kConcatenate:
+      case OpCode::kEqual:
+      case OpCode::kNotEqual:
+      case OpCode::kLess:
+      case OpCode::kLessEqual:
+      case OpCode::kGreater:
+      case OpCode::kGreaterEqual: {
+        FormulaValue& right = stack.Top();
+        FormulaValue& left = stack.Top(1);
+        if (!left.IsError()) {
+          if (right.IsError()) {
+            left = std::move(right);
+          } else if (op.code == OpCode::kConcatenate) {
+            left = FormulaValue::Text(left.ToText() + right.ToText());
+          } else if (op.code >= OpCode::kEqual) {
+            left = FormulaValue::Boolean(Compare(op.code, left, right));
+          } else {
+            Arithmetic(op.code, left, right);
+          }
+        }
         stack.Drop();
+        break;
       }
-      break;
-    case OpCode::kJump:
-      at = op.index - 1;
-      break;
+      case OpCode::kCall: {
+        const FunctionInfo& function = *program.functions[op.index];
+        FormulaValue result = function.body({function.name, stack.Last(op.count), context});
+        stack.Drop(op.count);
+        stack.Push(std::move(result));
+        break;
+      }
+      case OpCode::kUnknown:
+        stack.Drop(op.count);
+        stack.Push(FormulaValue::Error(FormulaErrorKind::kName));
+        break;
+      case OpCode::kIf:
+        if (stack.Top().IsError()) {
+          at = op.other - 1;
+          break;
+        }
+        if (stack.Top().ToNumber() == 0) at = op.index - 1;
+        stack.Drop();
+        break;
+      case OpCode::kIfError:
+        if (!stack.Top().IsError()) {
+          at = op.index - 1;
+        } else {
+          stack.Drop();
+        }
+        break;
+      case OpCode::kJump:
+        at = op.index - 1;
+        break;
     }
   }
   return std::move(stack.Top());
@@ -287,21 +264,17 @@ std::string QuoteName(std::string_view name) {
   // The name of a shape may itself look like a sheet number or a keyword; in
   // quotes it is a name.
   bool plain =
-      !name.empty() &&
-      (static_cast<unsigned char>(name[0]) >= 0x80 ||
-       std::isalpha(static_cast<unsigned char>(name[0])) || name[0] == '_');
+      !name.empty() && (static_cast<unsigned char>(name[0]) >= 0x80 ||
+                        std::isalpha(static_cast<unsigned char>(name[0])) || name[0] == '_');
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
-    plain =
-        plain && (byte >= 0x80 || std::isalnum(byte) || c == '_' || c == '.');
+    plain = plain && (byte >= 0x80 || std::isalnum(byte) || c == '_' || c == '.');
   }
-  if (plain)
-    return std::string(name);
+  if (plain) return std::string(name);
   std::string quoted = "'";
   for (const char c : name) {
     quoted.push_back(c);
-    if (c == '\'')
-      quoted.push_back('\'');
+    if (c == '\'') quoted.push_back('\'');
   }
   return quoted + "'";
 }
@@ -310,10 +283,9 @@ std::string QuoteText(std::string_view text) {
   std::string quoted = "\"";
   for (const char c : text) {
     quoted.push_back(c);
-    if (c == '"')
-      quoted.push_back('"');
+    if (c == '"') quoted.push_back('"');
   }
   return quoted + "\"";
 }
 
-} // namespace ohmwise::embedded
+}  // namespace ohmwise::embedded

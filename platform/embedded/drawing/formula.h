@@ -15,11 +15,46 @@ namespace ohmwise::embedded {
 
 /// Units that a literal or a cell may carry. `kNumber` is a pure number.
 enum class Unit : uint8_t {
-  kNumber, kPercent, kInches, kInchFraction, kFeet, kFeetInches, kYards, kMiles, kMillimetres,
-  kCentimetres, kMetres, kKilometres, kPoints, kPicas, kDidots, kCiceros, kNauticalMiles,
-  kDrawingUnits, kPageUnits, kTypographic, kDegrees, kRadians, kMinutesOfArc, kSecondsOfArc,
-  kAngle, kDate, kDays, kHours, kMinutes, kSeconds, kWeeks, kCurrency, kBoolean, kText, kColor,
-  kPoint, kGuid, kMultiDimensional, kNurbs, kPolyline,
+  kNumber,
+  kPercent,
+  kInches,
+  kInchFraction,
+  kFeet,
+  kFeetInches,
+  kYards,
+  kMiles,
+  kMillimetres,
+  kCentimetres,
+  kMetres,
+  kKilometres,
+  kPoints,
+  kPicas,
+  kDidots,
+  kCiceros,
+  kNauticalMiles,
+  kDrawingUnits,
+  kPageUnits,
+  kTypographic,
+  kDegrees,
+  kRadians,
+  kMinutesOfArc,
+  kSecondsOfArc,
+  kAngle,
+  kDate,
+  kDays,
+  kHours,
+  kMinutes,
+  kSeconds,
+  kWeeks,
+  kCurrency,
+  kBoolean,
+  kText,
+  kColor,
+  kPoint,
+  kGuid,
+  kMultiDimensional,
+  kNurbs,
+  kPolyline,
 };
 
 /// Unit of the code used by the file format's U attribute ("MM", "DL", "STR" …); `kNumber` when the
@@ -31,7 +66,14 @@ std::string_view UnitCode(Unit unit) noexcept;
 class Formula;
 
 /// Why a result is an error value; shown as "#REF!" and so on.
-enum class FormulaErrorKind : uint8_t { kDivideByZero, kValue, kReference, kName, kNumber, kNotAvailable };
+enum class FormulaErrorKind : uint8_t {
+  kDivideByZero,
+  kValue,
+  kReference,
+  kName,
+  kNumber,
+  kNotAvailable
+};
 std::string_view ErrorText(FormulaErrorKind kind) noexcept;
 
 /// Result of a formula or content of a cell. Lengths are inches, angles radians, times days.
@@ -60,18 +102,18 @@ struct FormulaValue {
 /// A cell reference as it stands in a formula. Names are unquoted here.
 struct Reference {
   enum class Scope : uint8_t {
-    kSelf,      ///< Width
-    kSheet,     ///< Sheet.5!Width            sheet_id
-    kShape,     ///< Relay!Width, 'Relay 2.12'!Width   shape
-    kThePage,   ///< ThePage!PageWidth
-    kTheDoc,    ///< TheDoc!User.X
-    kPage,      ///< Pages[P]!ThePage!X (the page's sheet)          page
-    kPageSheet, ///< Pages[P]!Sheet.5!X       page, sheet_id
-    kPageShape, ///< Pages[P]!Relay!X         page, shape
-    kMaster,    ///< Masters[M]!ThePage!X     page (the master's name)
+    kSelf,       ///< Width
+    kSheet,      ///< Sheet.5!Width            sheet_id
+    kShape,      ///< Relay!Width, 'Relay 2.12'!Width   shape
+    kThePage,    ///< ThePage!PageWidth
+    kTheDoc,     ///< TheDoc!User.X
+    kPage,       ///< Pages[P]!ThePage!X (the page's sheet)          page
+    kPageSheet,  ///< Pages[P]!Sheet.5!X       page, sheet_id
+    kPageShape,  ///< Pages[P]!Relay!X         page, shape
+    kMaster,     ///< Masters[M]!ThePage!X     page (the master's name)
     kMasterSheet,
     kMasterShape,
-    kStyle,     ///< Styles[S]!X              page (the style's name)
+    kStyle,  ///< Styles[S]!X              page (the style's name)
   };
   Scope scope = Scope::kSelf;
   uint32_t sheet_id = 0;
@@ -88,8 +130,8 @@ class EvaluationContext {
   /// Value of the cell referred to; an error value (#REF!) when it cannot be found.
   virtual FormulaValue CellValue(const Formula& formula, size_t index) = 0;
   virtual std::string PageName() = 0;
-  virtual int PageNumber() = 0;   ///< 1-based among foreground pages; background pages follow theirs
-  virtual int PageCount() = 0;    ///< foreground pages
+  virtual int PageNumber() = 0;  ///< 1-based among foreground pages; background pages follow theirs
+  virtual int PageCount() = 0;   ///< foreground pages
   /// Values for functions on the sheet itself: name of the shape, of its master, its ID, its text …
   /// nullopt when the drawing cannot tell; the formula then keeps its stored value.
   virtual std::optional<FormulaValue> Property(std::string_view function,
@@ -99,7 +141,8 @@ class EvaluationContext {
 /// Place and reason of a refused formula. `position` counts UTF-16 code units from 0.
 struct FormulaSyntaxError {
   size_t position = 0;
-  std::string message;  ///< one clause without full stop: "expected \")\" after the arguments of IF"
+  std::string
+      message;  ///< one clause without full stop: "expected \")\" after the arguments of IF"
 };
 
 /// A compiled formula; immutable, shared by all cells with the same text.

@@ -22,14 +22,13 @@ double JoinDate(int year, int month, int day) {
   const int era = (y >= 0 ? y : y - 399) / 400;
   const int of_era = y - era * 400;
   const int of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5;
-  return static_cast<double>(era) * 146097.0 + of_era * 365 + of_era / 4 -
-         of_era / 100 + of_year + day - 1 - 719468 + 25569;
+  return static_cast<double>(era) * 146097.0 + of_era * 365 + of_era / 4 - of_era / 100 + of_year +
+         day - 1 - 719468 + 25569;
 }
 
 DateParts SplitDate(double days) {
   DateParts parts;
-  if (!(std::fabs(days) < 1e8))
-    return parts;
+  if (!(std::fabs(days) < 1e8)) return parts;
   double whole = std::floor(days);
   auto seconds = static_cast<int>(std::lround((days - whole) * 86400));
   if (seconds == 86400) {
@@ -44,15 +43,12 @@ DateParts SplitDate(double days) {
   const int64_t z = serial - 25569 + 719468;
   const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
   const int64_t of_era = z - era * 146097;
-  const int64_t year_of_era =
-      (of_era - of_era / 1460 + of_era / 36524 - of_era / 146096) / 365;
-  const int64_t day_of_year =
-      of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+  const int64_t year_of_era = (of_era - of_era / 1460 + of_era / 36524 - of_era / 146096) / 365;
+  const int64_t day_of_year = of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
   const int64_t mp = (5 * day_of_year + 2) / 153;
   parts.day = static_cast<int>(day_of_year - (153 * mp + 2) / 5 + 1);
   parts.month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-  parts.year =
-      static_cast<int>(year_of_era + era * 400 + (parts.month <= 2 ? 1 : 0));
+  parts.year = static_cast<int>(year_of_era + era * 400 + (parts.month <= 2 ? 1 : 0));
   return parts;
 }
 
@@ -60,44 +56,42 @@ namespace {
 
 using Value = FormulaValue;
 using Kind = FormulaValue::Kind;
-using Args = const CallArguments &;
+using Args = const CallArguments&;
 
 Value Error(FormulaErrorKind kind) { return Value::Error(kind); }
 
 /// The first argument that is an error ends most functions.
-template <FunctionBody body> Value Strict(Args a) {
-  for (const Value &value : a.values) {
-    if (value.IsError())
-      return value;
+template <FunctionBody body>
+Value Strict(Args a) {
+  for (const Value& value : a.values) {
+    if (value.IsError()) return value;
   }
   return body(a);
 }
 
-Unit UnitOf(const Value &value) {
-  return value.kind == Kind::kNumber ? value.unit : Unit::kNumber;
-}
+Unit UnitOf(const Value& value) { return value.kind == Kind::kNumber ? value.unit : Unit::kNumber; }
 
-template <double (*function)(double)> Value Plain(Args a) {
+template <double (*function)(double)>
+Value Plain(Args a) {
   const double number = function(a.Number(0));
-  if (!std::isfinite(number))
-    return Error(FormulaErrorKind::kNumber);
+  if (!std::isfinite(number)) return Error(FormulaErrorKind::kNumber);
   return Value::Number(number);
 }
-template <double (*function)(double)> Value Angle(Args a) {
+template <double (*function)(double)>
+Value Angle(Args a) {
   const double number = function(a.Number(0));
-  if (!std::isfinite(number))
-    return Error(FormulaErrorKind::kNumber);
+  if (!std::isfinite(number)) return Error(FormulaErrorKind::kNumber);
   return Value::Number(number, Unit::kAngle);
 }
 
 /// A number rounded in the unit it is shown in, so that ROUND(12.3mm, 0) is 12
 /// mm.
-template <class Round> Value Rounded(const Value &value, Round round) {
+template <class Round>
+Value Rounded(const Value& value, Round round) {
   const Unit unit = UnitOf(value);
   const double factor = unit == Unit::kPercent ? 1 : UnitFactor(unit);
   const double number = round(value.ToNumber() / factor) * factor;
-  if (!std::isfinite(number))
-    return Error(FormulaErrorKind::kNumber);
+  if (!std::isfinite(number)) return Error(FormulaErrorKind::kNumber);
   return Value::Number(number, unit);
 }
 
@@ -120,14 +114,12 @@ double Quotient(double a, double b) {
 // Logic
 // ------------------------------------------------------------------------------------------
 Value And(Args a) {
-  return Value::Boolean(
-      std::all_of(a.values.begin(), a.values.end(),
-                  [](const Value &v) { return v.ToNumber() != 0; }));
+  return Value::Boolean(std::all_of(a.values.begin(), a.values.end(),
+                                    [](const Value& v) { return v.ToNumber() != 0; }));
 }
 Value Or(Args a) {
-  return Value::Boolean(
-      std::any_of(a.values.begin(), a.values.end(),
-                  [](const Value &v) { return v.ToNumber() != 0; }));
+  return Value::Boolean(std::any_of(a.values.begin(), a.values.end(),
+                                    [](const Value& v) { return v.ToNumber() != 0; }));
 }
 Value Not(Args a) { return Value::Boolean(a.Number(0) == 0); }
 Value IsErrorValue(Args a) { return Value::Boolean(a.values[0].IsError()); }
@@ -140,8 +132,7 @@ Value IsErrNa(Args a) {
                         a.values[0].error == FormulaErrorKind::kNotAvailable);
 }
 Value IsErrValue(Args a) {
-  return Value::Boolean(a.values[0].IsError() &&
-                        a.values[0].error == FormulaErrorKind::kValue);
+  return Value::Boolean(a.values[0].IsError() && a.values[0].error == FormulaErrorKind::kValue);
 }
 Value Same(Args a) { return a.values[0]; }
 Value Nothing(Args) { return Value::Number(0); }
@@ -150,52 +141,52 @@ Value NoReference(Args) { return Error(FormulaErrorKind::kReference); }
 
 // Numbers
 // ----------------------------------------------------------------------------------------
-Value Abs(Args a) {
-  return Value::Number(std::fabs(a.Number(0)), UnitOf(a.values[0]));
-}
-Value Int(Args a) {
-  return Rounded(a.values[0], [](double n) { return std::floor(n); });
-}
-Value IntUp(Args a) {
-  return Rounded(a.values[0], [](double n) { return std::ceil(n); });
-}
+Value Abs(Args a) { return Value::Number(std::fabs(a.Number(0)), UnitOf(a.values[0])); }
+/// Whole numbers count something; the unit they were measured in is gone.
+Value Int(Args a) { return Value::Number(std::floor(a.Number(0))); }
+Value IntUp(Args a) { return Value::Number(std::ceil(a.Number(0))); }
 Value Round(Args a) {
   const double scale = PowerOfTen(a.Number(1));
-  return Rounded(a.values[0],
-                 [scale](double n) { return HalfAway(n * scale) / scale; });
+  return Rounded(a.values[0], [scale](double n) { return HalfAway(n * scale) / scale; });
 }
 Value Trunc(Args a) {
   const double scale = PowerOfTen(a.size() > 1 ? a.Number(1) : 0);
-  return Rounded(a.values[0],
-                 [scale](double n) { return std::trunc(n * scale) / scale; });
+  return Rounded(a.values[0], [scale](double n) { return std::trunc(n * scale) / scale; });
 }
+/// The step of CEILING, FLOOR and MODULUS: a bare number is one in the unit of the value.
+double Step(Args a) {
+  if (a.size() < 2) return UnitFactor(UnitOf(a.values[0]));
+  const double step = a.Number(1);
+  return UnitOf(a.values[1]) == Unit::kNumber ? step * UnitFactor(UnitOf(a.values[0])) : step;
+}
+/// The sign is that of the divisor.
 Value Modulus(Args a) {
-  const double divisor = a.Number(1);
-  if (divisor == 0)
-    return Error(FormulaErrorKind::kDivideByZero);
+  const double divisor = Step(a);
+  if (divisor == 0) return Error(FormulaErrorKind::kDivideByZero);
   const double number = a.Number(0);
-  return Value::Number(number - divisor * std::floor(Quotient(number, divisor)),
-                       UnitOf(a.values[0]));
+  const double quotient = Quotient(number, divisor);
+  double rest = 0;
+  if (quotient != std::floor(quotient)) {
+    rest = std::fmod(number, divisor);
+    if (rest != 0 && (rest < 0) != (divisor < 0)) rest += divisor;
+  }
+  return Value::Number(rest, UnitOf(a.values[0]));
 }
 /// Away from zero to a multiple.
 Value Ceiling(Args a) {
-  const double multiple = a.size() > 1 ? std::fabs(a.Number(1)) : 1;
-  if (multiple == 0)
-    return Value::Number(0, UnitOf(a.values[0]));
+  const double step = std::fabs(Step(a));
   const double number = a.Number(0);
-  const double steps = std::ceil(Quotient(std::fabs(number), multiple));
-  return Value::Number(std::copysign(steps * multiple, number),
-                       UnitOf(a.values[0]));
+  if (step == 0) return Value::Number(0, UnitOf(a.values[0]));
+  const double steps = std::ceil(Quotient(std::fabs(number), step));
+  return Value::Number(std::copysign(steps * step, number), UnitOf(a.values[0]));
 }
 /// Towards zero to a multiple.
 Value Floor(Args a) {
-  const double multiple = a.size() > 1 ? std::fabs(a.Number(1)) : 1;
-  if (multiple == 0)
-    return Value::Number(0, UnitOf(a.values[0]));
+  const double step = std::fabs(Step(a));
   const double number = a.Number(0);
-  const double steps = std::floor(Quotient(std::fabs(number), multiple));
-  return Value::Number(std::copysign(steps * multiple, number),
-                       UnitOf(a.values[0]));
+  if (step == 0) return Value::Number(0, UnitOf(a.values[0]));
+  const double steps = std::floor(Quotient(std::fabs(number), step));
+  return Value::Number(std::copysign(steps * step, number), UnitOf(a.values[0]));
 }
 Value Sign(Args a) {
   const double fuzz = a.size() > 1 ? std::fabs(a.Number(1)) : 0;
@@ -203,24 +194,21 @@ Value Sign(Args a) {
   return Value::Number(std::fabs(number) <= fuzz ? 0 : number < 0 ? -1 : 1);
 }
 Value Min(Args a) {
-  return *std::min_element(a.values.begin(), a.values.end(),
-                           [](const Value &x, const Value &y) {
-                             return x.ToNumber() < y.ToNumber();
-                           });
+  return *std::min_element(a.values.begin(), a.values.end(), [](const Value& x, const Value& y) {
+    return x.ToNumber() < y.ToNumber();
+  });
 }
 Value Max(Args a) {
-  return *std::max_element(a.values.begin(), a.values.end(),
-                           [](const Value &x, const Value &y) {
-                             return x.ToNumber() < y.ToNumber();
-                           });
+  return *std::max_element(a.values.begin(), a.values.end(), [](const Value& x, const Value& y) {
+    return x.ToNumber() < y.ToNumber();
+  });
 }
 Value Sum(Args a) {
   double sum = 0;
   Unit unit = Unit::kNumber;
-  for (const Value &value : a.values) {
+  for (const Value& value : a.values) {
     sum += value.ToNumber();
-    if (unit == Unit::kNumber)
-      unit = UnitOf(value);
+    if (unit == Unit::kNumber) unit = UnitOf(value);
   }
   return Value::Number(sum, unit);
 }
@@ -230,72 +218,60 @@ Value Average(Args a) {
   return sum;
 }
 Value Sqrt(Args a) {
-  if (a.Number(0) < 0)
-    return Error(FormulaErrorKind::kNumber);
+  if (a.Number(0) < 0) return Error(FormulaErrorKind::kNumber);
   // The root of a product of two lengths is a length again.
-  const Unit unit = UnitOf(a.values[0]) == Unit::kMultiDimensional
-                        ? Unit::kDrawingUnits
-                        : Unit::kNumber;
+  const Unit unit =
+      UnitOf(a.values[0]) == Unit::kMultiDimensional ? Unit::kDrawingUnits : Unit::kNumber;
   return Value::Number(std::sqrt(a.Number(0)), unit);
 }
 Value Power(Args a) {
   const double number = std::pow(a.Number(0), a.Number(1));
-  return std::isfinite(number) ? Value::Number(number)
-                               : Error(FormulaErrorKind::kNumber);
+  return std::isfinite(number) ? Value::Number(number) : Error(FormulaErrorKind::kNumber);
 }
-Value Atan2(Args a) {
-  return Value::Number(std::atan2(a.Number(0), a.Number(1)), Unit::kAngle);
-}
+Value Atan2(Args a) { return Value::Number(std::atan2(a.Number(0), a.Number(1)), Unit::kAngle); }
 Value Pi(Args) { return Value::Number(std::numbers::pi); }
-Value Degrees(Args a) {
-  return Value::Number(a.Number(0) * 180 / std::numbers::pi);
-}
+Value Degrees(Args a) { return Value::Number(a.Number(0) * 180 / std::numbers::pi); }
 Value Radians(Args a) { return Value::Number(a.Number(0)); }
 Value Angle360(Args a) {
   const double turn = 2 * std::numbers::pi;
   const double angle = a.Number(0);
-  return Value::Number(angle - turn * std::floor(Quotient(angle, turn)),
-                       Unit::kAngle);
+  return Value::Number(angle - turn * std::floor(Quotient(angle, turn)), Unit::kAngle);
 }
 Value Magnitude(Args a) {
-  return Value::Number(
-      std::hypot(a.Number(0) * a.Number(1), a.Number(2) * a.Number(3)),
-      UnitOf(a.values[1]));
+  return Value::Number(std::hypot(a.Number(0) * a.Number(1), a.Number(2) * a.Number(3)),
+                       UnitOf(a.values[1]));
 }
 Value BitAnd(Args a) {
-  return Value::Number(static_cast<double>(static_cast<int64_t>(a.Number(0)) &
-                                           static_cast<int64_t>(a.Number(1))));
+  return Value::Number(
+      static_cast<double>(static_cast<int64_t>(a.Number(0)) & static_cast<int64_t>(a.Number(1))));
 }
 Value BitOr(Args a) {
-  return Value::Number(static_cast<double>(static_cast<int64_t>(a.Number(0)) |
-                                           static_cast<int64_t>(a.Number(1))));
+  return Value::Number(
+      static_cast<double>(static_cast<int64_t>(a.Number(0)) | static_cast<int64_t>(a.Number(1))));
 }
 Value BitXor(Args a) {
-  return Value::Number(static_cast<double>(static_cast<int64_t>(a.Number(0)) ^
-                                           static_cast<int64_t>(a.Number(1))));
+  return Value::Number(
+      static_cast<double>(static_cast<int64_t>(a.Number(0)) ^ static_cast<int64_t>(a.Number(1))));
 }
 /// Bitwise functions take what fits 32 bits.
-template <FunctionBody body> Value Bits(Args a) {
-  for (const Value &value : a.values) {
-    if (!(std::fabs(value.ToNumber()) < 4294967296.0))
-      return Error(FormulaErrorKind::kNumber);
+template <FunctionBody body>
+Value Bits(Args a) {
+  for (const Value& value : a.values) {
+    if (!(std::fabs(value.ToNumber()) < 4294967296.0)) return Error(FormulaErrorKind::kNumber);
   }
   return body(a);
 }
 Value BitNot(Args a) {
-  return Value::Number(
-      static_cast<double>(65535 & ~static_cast<int64_t>(a.Number(0))));
+  return Value::Number(static_cast<double>(65535 & ~static_cast<int64_t>(a.Number(0))));
 }
 /// Holds a value within the first range that is not switched off (type 0: ends
 /// included).
 Value Bound(Args a) {
   const double number = a.Number(0);
-  if (a.Number(1) != 0)
-    return a.Number(1) == 2 ? a.values[0] : Error(FormulaErrorKind::kValue);
+  if (a.Number(1) != 0) return a.Number(1) == 2 ? a.values[0] : Error(FormulaErrorKind::kValue);
   double best = number, distance = -1;
   for (size_t i = 2; i + 2 < a.size(); i += 3) {
-    if (a.Number(i) != 0)
-      continue;
+    if (a.Number(i) != 0) continue;
     const double low = std::min(a.Number(i + 1), a.Number(i + 2));
     const double high = std::max(a.Number(i + 1), a.Number(i + 2));
     const double held = std::clamp(number, low, high);
@@ -308,14 +284,12 @@ Value Bound(Args a) {
 }
 Value Point(Args a) { return Value::Point(a.Number(0), a.Number(1)); }
 Value PointX(Args a) {
-  return a.values[0].kind == Kind::kPoint
-             ? Value::Number(a.values[0].number, Unit::kDrawingUnits)
-             : Error(FormulaErrorKind::kValue);
+  return a.values[0].kind == Kind::kPoint ? Value::Number(a.values[0].number, Unit::kDrawingUnits)
+                                          : Error(FormulaErrorKind::kValue);
 }
 Value PointY(Args a) {
-  return a.values[0].kind == Kind::kPoint
-             ? Value::Number(a.values[0].y, Unit::kDrawingUnits)
-             : Error(FormulaErrorKind::kValue);
+  return a.values[0].kind == Kind::kPoint ? Value::Number(a.values[0].y, Unit::kDrawingUnits)
+                                          : Error(FormulaErrorKind::kValue);
 }
 
 // Texts: positions and lengths count UTF-16 code units
@@ -325,25 +299,20 @@ size_t Length(double number) {
 }
 
 Value Left(Args a) {
-  return Value::Text(ToUtf8(
-      FromUtf8(a.Text(0)).substr(0, a.size() > 1 ? Length(a.Number(1)) : 1)));
+  return Value::Text(ToUtf8(FromUtf8(a.Text(0)).substr(0, a.size() > 1 ? Length(a.Number(1)) : 1)));
 }
 Value Right(Args a) {
   const std::u16string text = FromUtf8(a.Text(0));
-  const size_t length =
-      std::min(a.size() > 1 ? Length(a.Number(1)) : 1, text.size());
+  const size_t length = std::min(a.size() > 1 ? Length(a.Number(1)) : 1, text.size());
   return Value::Text(ToUtf8(text.substr(text.size() - length)));
 }
 Value Mid(Args a) {
-  if (a.Number(1) < 1 || a.Number(2) < 0)
-    return Error(FormulaErrorKind::kValue);
+  if (a.Number(1) < 1 || a.Number(2) < 0) return Error(FormulaErrorKind::kValue);
   const std::u16string text = FromUtf8(a.Text(0));
   const size_t begin = std::min(Length(a.Number(1)) - 1, text.size());
   return Value::Text(ToUtf8(text.substr(begin, Length(a.Number(2)))));
 }
-Value Len(Args a) {
-  return Value::Number(static_cast<double>(FromUtf8(a.Text(0)).size()));
-}
+Value Len(Args a) { return Value::Number(static_cast<double>(FromUtf8(a.Text(0)).size())); }
 Value Find(Args a) {
   const bool ignore_case = a.size() > 3 && a.Number(3) != 0;
   const auto prepared = [&](size_t i) {
@@ -351,34 +320,28 @@ Value Find(Args a) {
     return ignore_case ? FoldCase(text) : text;
   };
   const double start = a.Has(2) ? a.Number(2) : 1;
-  if (start < 1)
-    return Error(FormulaErrorKind::kValue);
+  if (start < 1) return Error(FormulaErrorKind::kValue);
   const size_t found = prepared(1).find(prepared(0), Length(start) - 1);
-  if (found == std::u16string::npos)
-    return Error(FormulaErrorKind::kValue);
+  if (found == std::u16string::npos) return Error(FormulaErrorKind::kValue);
   return Value::Number(static_cast<double>(found) + 1);
 }
 Value Replace(Args a) {
   std::u16string text = FromUtf8(a.Text(0));
-  if (a.Number(1) < 1 || a.Number(2) < 0)
-    return Error(FormulaErrorKind::kValue);
+  if (a.Number(1) < 1 || a.Number(2) < 0) return Error(FormulaErrorKind::kValue);
   const size_t begin = std::min(Length(a.Number(1)) - 1, text.size());
-  text.replace(begin, std::min(Length(a.Number(2)), text.size() - begin),
-               FromUtf8(a.Text(3)));
+  text.replace(begin, std::min(Length(a.Number(2)), text.size() - begin), FromUtf8(a.Text(3)));
   return Value::Text(ToUtf8(text));
 }
 Value Substitute(Args a) {
   const std::string text = a.Text(0), from = a.Text(1), to = a.Text(2);
   const double which = a.Has(3) ? a.Number(3) : 0;
-  if (from.empty())
-    return Value::Text(text);
+  if (from.empty()) return Value::Text(text);
   std::string result;
   size_t begin = 0;
   double count = 0;
   for (;;) {
     const size_t found = text.find(from, begin);
-    if (found == std::string::npos)
-      return Value::Text(result + text.substr(begin));
+    if (found == std::string::npos) return Value::Text(result + text.substr(begin));
     result += text.substr(begin, found - begin);
     ++count;
     result += which == 0 || which == count ? to : from;
@@ -388,68 +351,56 @@ Value Substitute(Args a) {
 Value Repeat(Args a) {
   const std::string text = a.Text(0);
   const size_t count = Length(a.Number(1));
-  if (text.size() * count > (1u << 20))
-    return Error(FormulaErrorKind::kValue);
+  if (text.size() * count > (1u << 20)) return Error(FormulaErrorKind::kValue);
   std::string result;
-  for (size_t i = 0; i < count; ++i)
-    result += text;
+  for (size_t i = 0; i < count; ++i) result += text;
   return Value::Text(result);
 }
 /// One blank stays between words.
 Value TrimBlanks(Args a) {
   std::string result;
   for (const char c : a.Text(0)) {
-    if (c == ' ' && (result.empty() || result.back() == ' '))
-      continue;
+    if (c == ' ' && (result.empty() || result.back() == ' ')) continue;
     result.push_back(c);
   }
-  if (!result.empty() && result.back() == ' ')
-    result.pop_back();
+  if (!result.empty() && result.back() == ' ') result.pop_back();
   return Value::Text(result);
 }
 /// Simple case mapping; letters without a partner stay.
-Value Lower(Args a) {
-  return Value::Text(ToUtf8(FoldCase(FromUtf8(a.Text(0)))));
-}
+Value Lower(Args a) { return Value::Text(ToUtf8(FoldCase(FromUtf8(a.Text(0))))); }
 Value Upper(Args a) {
   static const auto kUpper = [] {
     std::unordered_map<char16_t, char16_t> table;
     for (uint32_t unit = 0xFFFF; unit > 0; --unit) {
       const char16_t folded = FoldCase(static_cast<char16_t>(unit));
-      // The lowest partner is the plain capital letter.
-      if (folded != unit)
-        table[folded] = static_cast<char16_t>(unit);
+      // The lowest partner is the plain capital letter; the capital sharp s is in no common use.
+      if (folded != unit && unit != 0x1E9E) table[folded] = static_cast<char16_t>(unit);
     }
     return table;
   }();
   std::u16string text = FromUtf8(a.Text(0));
-  for (char16_t &unit : text) {
-    if (const auto found = kUpper.find(unit); found != kUpper.end())
-      unit = found->second;
+  for (char16_t& unit : text) {
+    if (const auto found = kUpper.find(unit); found != kUpper.end()) unit = found->second;
   }
   return Value::Text(ToUtf8(text));
 }
 /// Characters of code page 1252 beyond ISO 8859-1.
 constexpr std::array<char16_t, 32> kCp1252 = {
-    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x8D,   0x017D, 0x8F,
-    0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
+    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
 Value Char(Args a) {
   const double code = std::trunc(a.Number(0));
-  if (!(code >= 1 && code <= 255))
-    return Error(FormulaErrorKind::kValue);
+  if (!(code >= 1 && code <= 255)) return Error(FormulaErrorKind::kValue);
   auto unit = static_cast<char32_t>(code);
-  if (unit >= 0x80 && unit < 0xA0)
-    unit = kCp1252[unit - 0x80];
+  if (unit >= 0x80 && unit < 0xA0) unit = kCp1252[unit - 0x80];
   std::string text;
   AppendUtf8(text, unit);
   return Value::Text(text);
 }
 Value UniChar(Args a) {
   const double code = std::trunc(a.Number(0));
-  if (!(code >= 1 && code <= 65535))
-    return Error(FormulaErrorKind::kValue);
+  if (!(code >= 1 && code <= 65535)) return Error(FormulaErrorKind::kValue);
   std::string text;
   AppendUtf8(text, static_cast<char32_t>(code));
   return Value::Text(text);
@@ -457,20 +408,15 @@ Value UniChar(Args a) {
 Value StrSame(Args a) {
   const std::string x = a.Text(0), y = a.Text(1);
   const bool ignore_case = a.size() > 2 && a.Number(2) != 0;
-  return Value::Boolean(ignore_case ? EqualNoCase(FromUtf8(x), FromUtf8(y))
-                                    : x == y);
+  return Value::Boolean(ignore_case ? EqualNoCase(FromUtf8(x), FromUtf8(y)) : x == y);
 }
-std::vector<std::string> Items(const std::string &list,
-                               const std::string &delimiter) {
+std::vector<std::string> Items(const std::string& list, const std::string& delimiter) {
   std::vector<std::string> items;
-  if (delimiter.empty())
-    return {list};
+  if (delimiter.empty()) return {list};
   for (size_t begin = 0;;) {
     const size_t end = list.find(delimiter, begin);
-    items.push_back(
-        list.substr(begin, end == std::string::npos ? end : end - begin));
-    if (end == std::string::npos)
-      return items;
+    items.push_back(list.substr(begin, end == std::string::npos ? end : end - begin));
+    if (end == std::string::npos) return items;
     begin = end + delimiter.size();
   }
 }
@@ -490,14 +436,11 @@ Value Lookup(Args a) {
   const std::u16string key = FromUtf8(a.Text(0));
   const std::vector<std::string> items = Items(a.Text(1), Delimiter(a, 2));
   for (size_t i = 0; i < items.size(); ++i) {
-    if (EqualNoCase(FromUtf8(items[i]), key))
-      return Value::Number(static_cast<double>(i));
+    if (EqualNoCase(FromUtf8(items[i]), key)) return Value::Number(static_cast<double>(i));
   }
   return Value::Number(-1);
 }
-Value Format(Args a) {
-  return Value::Text(FormatWithPicture(a.values[0], a.Text(1)));
-}
+Value Format(Args a) { return Value::Text(FormatWithPicture(a.values[0], a.Text(1))); }
 /// A field format as the file keeps it: a picture by its number.
 Value FieldPicture(Args a) {
   return Value::Text("{<" + NumberText(std::trunc(a.Number(0))) + ">}");
@@ -512,11 +455,10 @@ Value Date(Args a) {
   return Value::Number(JoinDate(part(0), part(1), part(2)), Unit::kDate);
 }
 Value Time(Args a) {
-  return Value::Number((a.Number(0) * 3600 + a.Number(1) * 60 + a.Number(2)) /
-                           86400,
-                       Unit::kDate);
+  return Value::Number((a.Number(0) * 3600 + a.Number(1) * 60 + a.Number(2)) / 86400, Unit::kDate);
 }
-template <int DateParts::*part, int shift = 0> Value DatePart(Args a) {
+template <int DateParts::*part, int shift = 0>
+Value DatePart(Args a) {
   return Value::Number(SplitDate(a.Number(0)).*part + shift);
 }
 Value DayOfYear(Args a) {
@@ -639,23 +581,19 @@ constexpr FunctionInfo kFunctions[] = {
     {"YEAR", 1, 2, Strict<DatePart<&DateParts::year>>},
 };
 
-} // namespace
+}  // namespace
 
-const FunctionInfo *FindFunction(std::string_view name) noexcept {
+const FunctionInfo* FindFunction(std::string_view name) noexcept {
   std::array<char, 16> upper;
-  if (name.size() > upper.size())
-    return nullptr;
+  if (name.size() > upper.size()) return nullptr;
   std::transform(name.begin(), name.end(), upper.begin(), [](char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
   });
   const std::string_view wanted(upper.data(), name.size());
-  const auto *found =
-      std::lower_bound(std::begin(kFunctions), std::end(kFunctions), wanted,
-                       [](const FunctionInfo &function, std::string_view key) {
-                         return function.name < key;
-                       });
-  return found != std::end(kFunctions) && found->name == wanted ? found
-                                                                : nullptr;
+  const auto* found = std::lower_bound(
+      std::begin(kFunctions), std::end(kFunctions), wanted,
+      [](const FunctionInfo& function, std::string_view key) { return function.name < key; });
+  return found != std::end(kFunctions) && found->name == wanted ? found : nullptr;
 }
 
-} // namespace ohmwise::embedded
+}  // namespace ohmwise::embedded

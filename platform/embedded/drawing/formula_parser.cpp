@@ -31,29 +31,24 @@ struct BinaryOperator {
 };
 // Longer signs first.
 constexpr BinaryOperator kBinary[] = {
-    {"<=", OpCode::kLessEqual, 1},  {">=", OpCode::kGreaterEqual, 1},
-    {"<>", OpCode::kNotEqual, 1},   {"=", OpCode::kEqual, 1},
-    {"<", OpCode::kLess, 1},        {">", OpCode::kGreater, 1},
-    {"&", OpCode::kConcatenate, 2}, {"+", OpCode::kAdd, 3},
-    {"-", OpCode::kSubtract, 3},    {"*", OpCode::kMultiply, 4},
-    {"/", OpCode::kDivide, 4},      {"^", OpCode::kPower, 5},
+    {"<=", OpCode::kLessEqual, 1},  {">=", OpCode::kGreaterEqual, 1}, {"<>", OpCode::kNotEqual, 1},
+    {"=", OpCode::kEqual, 1},       {"<", OpCode::kLess, 1},          {">", OpCode::kGreater, 1},
+    {"&", OpCode::kConcatenate, 2}, {"+", OpCode::kAdd, 3},           {"-", OpCode::kSubtract, 3},
+    {"*", OpCode::kMultiply, 4},    {"/", OpCode::kDivide, 4},        {"^", OpCode::kPower, 5},
 };
 constexpr int kUnaryPrecedence = 6;
 
 class Parser {
-public:
-  Parser(std::string_view text, Formula::Program &program)
-      : text_(text), program_(program) {}
+ public:
+  Parser(std::string_view text, Formula::Program& program) : text_(text), program_(program) {}
 
   void Run() {
     SkipBlanks();
-    if (Peek() == '=')
-      ++at_;
+    if (Peek() == '=') ++at_;
     Expression(0);
     SkipBlanks();
-    if (at_ != text_.size())
-      Refuse("unexpected \"" + Excerpt() + "\"");
-    const auto &ops = program_.ops;
+    if (at_ != text_.size()) Refuse("unexpected \"" + Excerpt() + "\"");
+    const auto& ops = program_.ops;
     program_.constant = program_.constant && program_.references.empty();
     if (outermost_ && outermost_end_ == ops.size()) {
       program_.guarded = EqualAscii(outermost_->name, "GUARD");
@@ -64,10 +59,8 @@ public:
     }
   }
 
-private:
-  [[noreturn]] void Refuse(std::string message) const {
-    throw Refusal{at_, std::move(message)};
-  }
+ private:
+  [[noreturn]] void Refuse(std::string message) const { throw Refusal{at_, std::move(message)}; }
   [[noreturn]] static void RefuseAt(size_t at, std::string message) {
     throw Refusal{at, std::move(message)};
   }
@@ -76,46 +69,39 @@ private:
     return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0';
   }
   void SkipBlanks() {
-    while (at_ < text_.size() && IsBlank(text_[at_]))
-      ++at_;
+    while (at_ < text_.size() && IsBlank(text_[at_])) ++at_;
   }
   /// The next few characters, for a message.
   std::string Excerpt() const {
     size_t end = std::min(text_.size(), at_ + 12);
-    while (end < text_.size() &&
-           (static_cast<unsigned char>(text_[end]) & 0xC0u) == 0x80u)
-      ++end;
+    while (end < text_.size() && (static_cast<unsigned char>(text_[end]) & 0xC0u) == 0x80u) ++end;
     return std::string(text_.substr(at_, end - at_));
   }
   std::string Found() const {
-    return at_ >= text_.size() ? "the formula ends here"
-                               : "found \"" + Excerpt() + "\"";
+    return at_ >= text_.size() ? "the formula ends here" : "found \"" + Excerpt() + "\"";
   }
 
   void Emit(Op op, int effect) {
     program_.ops.push_back(op);
     height_ += effect;
-    program_.depth =
-        std::max(program_.depth, static_cast<size_t>(std::max(height_, 0)));
+    program_.depth = std::max(program_.depth, static_cast<size_t>(std::max(height_, 0)));
   }
 
   class Nested {
-  public:
-    explicit Nested(Parser &parser) : parser_(parser) {
-      if (++parser_.nesting_ > kDeepest)
-        parser_.Refuse("more than 256 levels of nesting");
+   public:
+    explicit Nested(Parser& parser) : parser_(parser) {
+      if (++parser_.nesting_ > kDeepest) parser_.Refuse("more than 256 levels of nesting");
     }
     ~Nested() { --parser_.nesting_; }
 
-  private:
-    Parser &parser_;
+   private:
+    Parser& parser_;
   };
 
-  const BinaryOperator *NextOperator() {
+  const BinaryOperator* NextOperator() {
     SkipBlanks();
-    for (const BinaryOperator &candidate : kBinary) {
-      if (text_.substr(at_, candidate.sign.size()) == candidate.sign)
-        return &candidate;
+    for (const BinaryOperator& candidate : kBinary) {
+      if (text_.substr(at_, candidate.sign.size()) == candidate.sign) return &candidate;
     }
     return nullptr;
   }
@@ -124,9 +110,8 @@ private:
   void Expression(int above) {
     const Nested nested(*this);
     Operand();
-    while (const BinaryOperator *binary = NextOperator()) {
-      if (binary->precedence <= above)
-        return;
+    while (const BinaryOperator* binary = NextOperator()) {
+      if (binary->precedence <= above) return;
       at_ += binary->sign.size();
       Expression(binary->precedence);
       Emit({.code = binary->code}, -1);
@@ -163,8 +148,7 @@ private:
   void Expect(char sign, std::string_view why) {
     SkipBlanks();
     if (Peek() != sign) {
-      Refuse(std::string("expected \"") + sign + "\" " + std::string(why) +
-             ", but " + Found());
+      Refuse(std::string("expected \"") + sign + "\" " + std::string(why) + ", but " + Found());
     }
     ++at_;
   }
@@ -180,14 +164,12 @@ private:
     std::string text;
     for (;;) {
       if (at_ >= text_.size()) {
-        RefuseAt(begin, quote == '"'
-                            ? "the text that begins here is not closed"
-                            : "the name that begins here is not closed");
+        RefuseAt(begin, quote == '"' ? "the text that begins here is not closed"
+                                     : "the name that begins here is not closed");
       }
       const char c = text_[at_++];
       if (c == quote) {
-        if (Peek() != quote)
-          return text;
+        if (Peek() != quote) return text;
         ++at_;
       }
       text.push_back(c);
@@ -202,21 +184,17 @@ private:
   /// {GUID} or another braced constant, kept as text.
   void Braced() {
     const size_t end = text_.find('}', at_);
-    if (end == std::string_view::npos)
-      Refuse("the brace that begins here is not closed");
-    const uint32_t index =
-        KeepText(std::string(text_.substr(at_, end + 1 - at_)));
+    if (end == std::string_view::npos) Refuse("the brace that begins here is not closed");
+    const uint32_t index = KeepText(std::string(text_.substr(at_, end + 1 - at_)));
     at_ = end + 1;
     Emit({.code = OpCode::kText, .unit = Unit::kGuid, .index = index}, 1);
   }
 
   void ErrorConstant() {
     for (const auto kind :
-         {FormulaErrorKind::kDivideByZero, FormulaErrorKind::kValue,
-          FormulaErrorKind::kReference, FormulaErrorKind::kName,
-          FormulaErrorKind::kNumber, FormulaErrorKind::kNotAvailable}) {
-      if (!text_.substr(at_).starts_with(ErrorText(kind)))
-        continue;
+         {FormulaErrorKind::kDivideByZero, FormulaErrorKind::kValue, FormulaErrorKind::kReference,
+          FormulaErrorKind::kName, FormulaErrorKind::kNumber, FormulaErrorKind::kNotAvailable}) {
+      if (!text_.substr(at_).starts_with(ErrorText(kind))) continue;
       at_ += ErrorText(kind).size();
       // An error constant behaves as a reference to nothing: its cell keeps
       // what it has.
@@ -227,33 +205,27 @@ private:
   }
 
   void NumberConstant() {
-    const char *begin = text_.data() + at_;
-    const char *end = text_.data() + text_.size();
-    std::string digits; // from_chars wants a digit before the point
-    if (*begin == '.')
-      digits = "0";
-    const char *stop = begin;
-    while (stop != end && IsDigit(*stop))
-      ++stop;
+    const char* begin = text_.data() + at_;
+    const char* end = text_.data() + text_.size();
+    std::string digits;  // from_chars wants a digit before the point
+    if (*begin == '.') digits = "0";
+    const char* stop = begin;
+    while (stop != end && IsDigit(*stop)) ++stop;
     if (stop != end && *stop == '.') {
       ++stop;
-      while (stop != end && IsDigit(*stop))
-        ++stop;
+      while (stop != end && IsDigit(*stop)) ++stop;
     }
     if (stop != end && (*stop == 'e' || *stop == 'E')) {
-      const char *exponent = stop + 1;
-      if (exponent != end && (*exponent == '+' || *exponent == '-'))
-        ++exponent;
+      const char* exponent = stop + 1;
+      if (exponent != end && (*exponent == '+' || *exponent == '-')) ++exponent;
       if (exponent != end && IsDigit(*exponent)) {
         stop = exponent;
-        while (stop != end && IsDigit(*stop))
-          ++stop;
+        while (stop != end && IsDigit(*stop)) ++stop;
       }
     }
     digits.append(begin, stop);
     double number = 0;
-    if (std::from_chars(digits.data(), digits.data() + digits.size(), number)
-            .ec != std::errc()) {
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), number).ec != std::errc()) {
       Refuse("the number is out of range");
     }
     at_ = static_cast<size_t>(stop - text_.data());
@@ -264,7 +236,7 @@ private:
 
   /// "%" or a unit right behind the number or after blanks; feet may be
   /// followed by inches.
-  void ReadUnit(Op &op) {
+  void ReadUnit(Op& op) {
     if (Peek() == '%') {
       ++at_;
       op.number /= 100;
@@ -274,8 +246,7 @@ private:
     const size_t back = at_;
     SkipBlanks();
     const size_t begin = at_;
-    while (IsNameStart(Peek()))
-      ++at_;
+    while (IsNameStart(Peek())) ++at_;
     const std::string_view suffix = text_.substr(begin, at_ - begin);
     if (suffix.empty()) {
       at_ = back;
@@ -286,8 +257,7 @@ private:
       RefuseAt(begin, "\"" + std::string(suffix) + "\" is no unit");
     }
     op.number *= factor;
-    if (Peek() == '.')
-      ++at_; // "in.", "ft."
+    if (Peek() == '.') ++at_;  // "in.", "ft."
   }
 
   /// Function call, TRUE and FALSE, or a reference.
@@ -297,8 +267,7 @@ private:
       Reference reference;
       reference.scope = Reference::Scope::kShape;
       reference.shape = Quoted('\'');
-      if (Peek() != '!')
-        Refuse("expected \"!\" after the quoted name, but " + Found());
+      if (Peek() != '!') Refuse("expected \"!\" after the quoted name, but " + Found());
       ++at_;
       Cell(reference);
       return;
@@ -309,16 +278,13 @@ private:
       Reference reference;
       SheetOf(name, reference);
       Cell(reference);
-    } else if (Peek() == '[' &&
-               (EqualAscii(name, "Pages") || EqualAscii(name, "Masters") ||
-                EqualAscii(name, "Styles"))) {
+    } else if (Peek() == '[' && (EqualAscii(name, "Pages") || EqualAscii(name, "Masters") ||
+                                 EqualAscii(name, "Styles"))) {
       Container(name);
     } else if (SkipBlanksTo('(')) {
       Call(name, begin);
     } else if (EqualAscii(name, "TRUE") || EqualAscii(name, "FALSE")) {
-      Emit({.code = OpCode::kBoolean,
-            .number = EqualAscii(name, "TRUE") ? 1.0 : 0.0},
-           1);
+      Emit({.code = OpCode::kBoolean, .number = EqualAscii(name, "TRUE") ? 1.0 : 0.0}, 1);
     } else {
       Reference reference;
       reference.cell = std::string(name) + Subscript();
@@ -329,34 +295,29 @@ private:
   bool SkipBlanksTo(char sign) {
     const size_t back = at_;
     SkipBlanks();
-    if (Peek() == sign)
-      return true;
+    if (Peek() == sign) return true;
     at_ = back;
     return false;
   }
 
   std::string_view Word() {
     const size_t begin = at_;
-    while (IsNamePart(Peek()))
-      ++at_;
+    while (IsNamePart(Peek())) ++at_;
     return text_.substr(begin, at_ - begin);
   }
 
   /// "[2]" behind the cell name of a repeated row.
   std::string Subscript() {
-    if (Peek() != '[')
-      return {};
+    if (Peek() != '[') return {};
     const size_t begin = at_++;
-    while (IsDigit(Peek()))
-      ++at_;
-    if (Peek() != ']')
-      Refuse("expected \"]\" after the row number, but " + Found());
+    while (IsDigit(Peek())) ++at_;
+    if (Peek() != ']') Refuse("expected \"]\" after the row number, but " + Found());
     ++at_;
     return std::string(text_.substr(begin, at_ - begin));
   }
 
   /// "ThePage", "TheDoc", "Sheet.5" or the name of a shape.
-  static void SheetOf(std::string_view name, Reference &reference) {
+  static void SheetOf(std::string_view name, Reference& reference) {
     if (EqualAscii(name, "ThePage")) {
       reference.scope = Reference::Scope::kThePage;
       return;
@@ -366,9 +327,8 @@ private:
       return;
     }
     if (name.size() > 6 && EqualAscii(name.substr(0, 6), "Sheet.")) {
-      const char *end = name.data() + name.size();
-      const auto result =
-          std::from_chars(name.data() + 6, end, reference.sheet_id);
+      const char* end = name.data() + name.size();
+      const auto result = std::from_chars(name.data() + 6, end, reference.sheet_id);
       if (result.ec == std::errc() && result.ptr == end) {
         reference.scope = Reference::Scope::kSheet;
         return;
@@ -391,11 +351,9 @@ private:
       reference.page = std::string(text_.substr(at_, end - at_));
       at_ = end;
     }
-    if (Peek() != ']')
-      Refuse("expected \"]\" after the name, but " + Found());
+    if (Peek() != ']') Refuse("expected \"]\" after the name, but " + Found());
     ++at_;
-    if (Peek() != '!')
-      Refuse("expected \"!\" after \"]\", but " + Found());
+    if (Peek() != '!') Refuse("expected \"!\" after \"]\", but " + Found());
     ++at_;
     using Scope = Reference::Scope;
     if (EqualAscii(kind, "Styles")) {
@@ -413,14 +371,13 @@ private:
     } else {
       const std::string_view word = Word();
       if (Peek() != '!') {
-        at_ = back; // no sheet named: a cell of the page
+        at_ = back;  // no sheet named: a cell of the page
         Cell(reference);
         return;
       }
       SheetOf(word, inner);
     }
-    if (Peek() != '!')
-      Refuse("expected \"!\" after the name, but " + Found());
+    if (Peek() != '!') Refuse("expected \"!\" after the name, but " + Found());
     ++at_;
     if (inner.scope == Scope::kSheet) {
       reference.scope = master ? Scope::kMasterSheet : Scope::kPageSheet;
@@ -433,9 +390,8 @@ private:
   }
 
   /// The cell, or a function called on the sheet named before it.
-  void Cell(Reference &reference) {
-    if (!IsNameStart(Peek()))
-      Refuse("expected a cell name, but " + Found());
+  void Cell(Reference& reference) {
+    if (!IsNameStart(Peek())) Refuse("expected a cell name, but " + Found());
     const std::string_view name = Word();
     if (SkipBlanksTo('(')) {
       // PAGENAME() and the like seen from another sheet are left to the drawing
@@ -459,7 +415,7 @@ private:
   /// Arguments up to the closing parenthesis, blank ones as empty values; how
   /// many there were.
   int Arguments(std::string_view function) {
-    ++at_; // "("
+    ++at_;  // "("
     SkipBlanks();
     if (Peek() == ')') {
       ++at_;
@@ -473,8 +429,8 @@ private:
         return count;
       }
       if (Peek() != ',') {
-        Refuse("expected \",\" or \")\" in the arguments of " +
-               std::string(function) + ", but " + Found());
+        Refuse("expected \",\" or \")\" in the arguments of " + std::string(function) + ", but " +
+               Found());
       }
       ++at_;
     }
@@ -490,21 +446,17 @@ private:
   }
 
   void Unknown(std::string name, int arguments) {
-    if (program_.evaluable)
-      program_.unknown_function = std::move(name);
+    if (program_.evaluable) program_.unknown_function = std::move(name);
     program_.evaluable = program_.constant = false;
-    Emit({.code = OpCode::kUnknown, .count = static_cast<uint16_t>(arguments)},
-         1 - arguments);
+    Emit({.code = OpCode::kUnknown, .count = static_cast<uint16_t>(arguments)}, 1 - arguments);
   }
 
   /// A call that gives a sheet, followed by one of its cells:
   /// LISTSHEETREF()!User.X.
   void AfterCall() {
-    if (Peek() != '!')
-      return;
+    if (Peek() != '!') return;
     ++at_;
-    if (!IsNameStart(Peek()))
-      Refuse("expected a cell name, but " + Found());
+    if (!IsNameStart(Peek())) Refuse("expected a cell name, but " + Found());
     Word();
     Subscript();
     if (SkipBlanksTo('(')) {
@@ -525,7 +477,7 @@ private:
     } else {
       const size_t first = program_.references.size();
       const int arguments = Arguments(name);
-      const FunctionInfo *function = FindFunction(name);
+      const FunctionInfo* function = FindFunction(name);
       if (function == nullptr || function->body == nullptr) {
         Unknown(std::string(name), arguments);
       } else {
@@ -540,7 +492,7 @@ private:
               .index = static_cast<uint32_t>(program_.functions.size() - 1)},
              1 - arguments);
         program_.depends_on_pages |= function->name.starts_with("PAGE");
-        if (nesting_ == 2) { // this call and the whole expression
+        if (nesting_ == 2) {  // this call and the whole expression
           outermost_ = function;
           outermost_end_ = program_.ops.size();
           if (program_.references.size() == first)
@@ -566,7 +518,7 @@ private:
       ++at_;
       Argument();
     } else {
-      Emit({.code = OpCode::kBoolean}, 1); // IF(x, y) is FALSE otherwise
+      Emit({.code = OpCode::kBoolean}, 1);  // IF(x, y) is FALSE otherwise
     }
     Expect(')', "after the arguments of IF");
     program_.ops[jump].index = program_.ops[condition].other =
@@ -585,11 +537,11 @@ private:
   }
 
   std::string_view text_;
-  Formula::Program &program_;
+  Formula::Program& program_;
   size_t at_ = 0;
   int nesting_ = 0;
   int height_ = 0;
-  const FunctionInfo *outermost_ = nullptr;
+  const FunctionInfo* outermost_ = nullptr;
   size_t outermost_end_ = 0;
 };
 
@@ -598,20 +550,18 @@ size_t UnitsBefore(std::string_view text, size_t bytes) {
   size_t units = 0;
   for (size_t i = 0; i < std::min(bytes, text.size()); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
-    if ((byte & 0xC0u) != 0x80u)
-      units += byte >= 0xF0 ? 2 : 1;
+    if ((byte & 0xC0u) != 0x80u) units += byte >= 0xF0 ? 2 : 1;
   }
   return units;
 }
 
-} // namespace
+}  // namespace
 
-std::unique_ptr<const Formula> Formula::Parse(std::string_view text,
-                                              FormulaSyntaxError &error) {
+std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSyntaxError& error) {
   auto program = std::make_unique<Program>();
   try {
     Parser(text, *program).Run();
-  } catch (Refusal &refusal) {
+  } catch (Refusal& refusal) {
     error.position = UnitsBefore(text, refusal.at);
     error.message = std::move(refusal.message);
     return nullptr;
@@ -619,4 +569,4 @@ std::unique_ptr<const Formula> Formula::Parse(std::string_view text,
   return std::unique_ptr<const Formula>(new Formula(std::move(program)));
 }
 
-} // namespace ohmwise::embedded
+}  // namespace ohmwise::embedded

@@ -11,20 +11,20 @@
 namespace ohmwise::embedded {
 
 struct CallArguments;
-using FunctionBody = FormulaValue (*)(const CallArguments &);
+using FunctionBody = FormulaValue (*)(const CallArguments&);
 
 /// One function of the language. Names compare without case.
 struct FunctionInfo {
   std::string_view name;
-  uint8_t least = 0, most = 255; ///< number of arguments
-  FunctionBody body = nullptr;   ///< null: known, but not evaluated here
+  uint8_t least = 0, most = 255;  ///< number of arguments
+  FunctionBody body = nullptr;    ///< null: known, but not evaluated here
 };
 
 /// What a function body is given.
 struct CallArguments {
   std::string_view name;
   std::span<FormulaValue> values;
-  EvaluationContext &context;
+  EvaluationContext& context;
 
   size_t size() const noexcept { return values.size(); }
   bool Has(size_t i) const noexcept {
@@ -35,7 +35,7 @@ struct CallArguments {
 };
 
 /// Null when the language has no function of that name that we evaluate.
-const FunctionInfo *FindFunction(std::string_view name) noexcept;
+const FunctionInfo* FindFunction(std::string_view name) noexcept;
 
 enum class OpCode : uint8_t {
   kNumber,
@@ -57,13 +57,13 @@ enum class OpCode : uint8_t {
   kLessEqual,
   kGreater,
   kGreaterEqual,
-  kCall,    ///< `index` function, `count` arguments
-  kUnknown, ///< a call we do not evaluate: drops `count` values
-  kIf,      ///< takes the condition; false jumps to `index`, an error stays and
-            ///< jumps to `other`
-  kIfError, ///< a value that is no error stays and jumps to `index`; an error
-            ///< is dropped
-  kJump,    ///< to `index`
+  kCall,     ///< `index` function, `count` arguments
+  kUnknown,  ///< a call we do not evaluate: drops `count` values
+  kIf,       ///< takes the condition; false jumps to `index`, an error stays and
+             ///< jumps to `other`
+  kIfError,  ///< a value that is no error stays and jumps to `index`; an error
+             ///< is dropped
+  kJump,     ///< to `index`
 };
 
 struct Op {
@@ -78,10 +78,10 @@ struct Op {
 struct Formula::Program {
   std::vector<Op> ops;
   std::vector<std::string> texts;
-  std::vector<const FunctionInfo *> functions;
+  std::vector<const FunctionInfo*> functions;
   std::vector<Reference> references;
   std::string unknown_function;
-  size_t depth = 0; ///< values on the stack at most
+  size_t depth = 0;  ///< values on the stack at most
   int redirect = -1;
   bool evaluable = true;
   bool guarded = false;
@@ -94,8 +94,7 @@ struct Formula::Program {
 double UnitFactor(Unit unit) noexcept;
 /// Unit of a literal's suffix ("mm", "DEG", "in." …); false when there is none
 /// of that name.
-bool UnitFromSuffix(std::string_view suffix, Unit &unit,
-                    double &factor) noexcept;
+bool UnitFromSuffix(std::string_view suffix, Unit& unit, double& factor) noexcept;
 bool IsLengthUnit(Unit unit) noexcept;
 bool IsAngleUnit(Unit unit) noexcept;
 bool IsTimeUnit(Unit unit) noexcept;
@@ -105,6 +104,6 @@ bool EqualAscii(std::string_view a, std::string_view b) noexcept;
 std::string NumberText(double number);
 /// A text that starts with a number, a unit may follow; false when it is no
 /// number.
-bool TextNumber(std::string_view text, double &number) noexcept;
+bool TextNumber(std::string_view text, double& number) noexcept;
 
-} // namespace ohmwise::embedded
+}  // namespace ohmwise::embedded

@@ -12,10 +12,10 @@ namespace {
 
 struct UnitInfo {
   Unit unit;
-  std::string_view code;   ///< U attribute of the file format
-  double factor;           ///< internal units in one
-  std::string_view shown;  ///< behind a number
-  std::string_view others; ///< further spellings in formulas, blank-separated
+  std::string_view code;    ///< U attribute of the file format
+  double factor;            ///< internal units in one
+  std::string_view shown;   ///< behind a number
+  std::string_view others;  ///< further spellings in formulas, blank-separated
 };
 constexpr double kDegree = std::numbers::pi / 180;
 // MS-VSDX, "Unit of measure"; spellings of formulas from the drawing program's
@@ -29,13 +29,10 @@ constexpr UnitInfo kUnits[] = {
     {Unit::kFeetInches, "F_I", 12, "ft", ""},
     {Unit::kYards, "YD", 36, "yd", "yard yards"},
     {Unit::kMiles, "MI", 63360, "mi", "mile miles"},
-    {Unit::kMillimetres, "MM", 1 / 25.4, "mm",
-     "millimeter millimeters millimetre millimetres"},
-    {Unit::kCentimetres, "CM", 1 / 2.54, "cm",
-     "centimeter centimeters centimetre centimetres"},
+    {Unit::kMillimetres, "MM", 1 / 25.4, "mm", "millimeter millimeters millimetre millimetres"},
+    {Unit::kCentimetres, "CM", 1 / 2.54, "cm", "centimeter centimeters centimetre centimetres"},
     {Unit::kMetres, "M", 1000 / 25.4, "m", "meter meters metre metres"},
-    {Unit::kKilometres, "KM", 1000000 / 25.4, "km",
-     "kilometer kilometers kilometre kilometres"},
+    {Unit::kKilometres, "KM", 1000000 / 25.4, "km", "kilometer kilometers kilometre kilometres"},
     {Unit::kPoints, "PT", 1.0 / 72, "pt", "point points"},
     {Unit::kPicas, "P", 1.0 / 6, "p", "pica picas"},
     {Unit::kDidots, "D", 0.01483, "d", "didot didots"},
@@ -66,48 +63,39 @@ constexpr UnitInfo kUnits[] = {
     {Unit::kPolyline, "POLYLINE", 1, "", ""},
 };
 
-const UnitInfo &InfoOf(Unit unit) noexcept {
-  for (const UnitInfo &info : kUnits) {
-    if (info.unit == unit)
-      return info;
+const UnitInfo& InfoOf(Unit unit) noexcept {
+  for (const UnitInfo& info : kUnits) {
+    if (info.unit == unit) return info;
   }
   return kUnits[0];
 }
 
 constexpr std::pair<FormulaErrorKind, std::string_view> kErrors[] = {
-    {FormulaErrorKind::kDivideByZero, "#DIV/0!"},
-    {FormulaErrorKind::kValue, "#VALUE!"},
-    {FormulaErrorKind::kReference, "#REF!"},
-    {FormulaErrorKind::kName, "#NAME?"},
-    {FormulaErrorKind::kNumber, "#NUM!"},
-    {FormulaErrorKind::kNotAvailable, "#N/A"},
+    {FormulaErrorKind::kDivideByZero, "#DIV/0!"}, {FormulaErrorKind::kValue, "#VALUE!"},
+    {FormulaErrorKind::kReference, "#REF!"},      {FormulaErrorKind::kName, "#NAME?"},
+    {FormulaErrorKind::kNumber, "#NUM!"},         {FormulaErrorKind::kNotAvailable, "#N/A"},
 };
 
 /// A number with its unit: four decimals at most, as the drawing program shows
 /// measures.
 std::string Measure(double number, std::string_view unit) {
   std::array<char, 400> buffer;
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(),
-                                 number, std::chars_format::fixed, 4)
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
+                                 std::chars_format::fixed, 4)
                        .ptr;
   std::string text(buffer.data(), end);
   text.erase(text.find_last_not_of('0') + 1);
-  if (text.back() == '.')
-    text.pop_back();
-  if (text == "-0")
-    text = "0";
-  if (unit == "%")
-    return text + "%";
-  if (!unit.empty())
-    text.append(" ").append(unit);
+  if (text.back() == '.') text.pop_back();
+  if (text == "-0") text = "0";
+  if (unit == "%") return text + "%";
+  if (!unit.empty()) text.append(" ").append(unit);
   return text;
 }
 
-} // namespace
+}  // namespace
 
 bool EqualAscii(std::string_view a, std::string_view b) noexcept {
-  if (a.size() != b.size())
-    return false;
+  if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i) {
     if (std::toupper(static_cast<unsigned char>(a[i])) !=
         std::toupper(static_cast<unsigned char>(b[i]))) {
@@ -118,9 +106,8 @@ bool EqualAscii(std::string_view a, std::string_view b) noexcept {
 }
 
 Unit UnitFromCode(std::string_view code) noexcept {
-  for (const UnitInfo &info : kUnits) {
-    if (EqualAscii(info.code, code))
-      return info.unit;
+  for (const UnitInfo& info : kUnits) {
+    if (EqualAscii(info.code, code)) return info.unit;
   }
   return Unit::kNumber;
 }
@@ -131,19 +118,16 @@ std::string_view UnitCode(Unit unit) noexcept {
 
 double UnitFactor(Unit unit) noexcept { return InfoOf(unit).factor; }
 
-bool UnitFromSuffix(std::string_view suffix, Unit &unit,
-                    double &factor) noexcept {
-  for (const UnitInfo &info : kUnits) {
-    if (info.unit == Unit::kNumber || info.unit == Unit::kPercent)
-      continue;
+bool UnitFromSuffix(std::string_view suffix, Unit& unit, double& factor) noexcept {
+  for (const UnitInfo& info : kUnits) {
+    if (info.unit == Unit::kNumber || info.unit == Unit::kPercent) continue;
     bool same = EqualAscii(info.code, suffix);
     for (std::string_view others = info.others; !same && !others.empty();) {
       const size_t blank = std::min(others.find(' '), others.size());
       same = EqualAscii(others.substr(0, blank), suffix);
       others.remove_prefix(std::min(blank + 1, others.size()));
     }
-    if (!same)
-      continue;
+    if (!same) continue;
     unit = info.unit;
     factor = info.factor;
     return true;
@@ -154,75 +138,59 @@ bool UnitFromSuffix(std::string_view suffix, Unit &unit,
 bool IsLengthUnit(Unit unit) noexcept {
   return unit >= Unit::kInches && unit <= Unit::kTypographic;
 }
-bool IsAngleUnit(Unit unit) noexcept {
-  return unit >= Unit::kDegrees && unit <= Unit::kAngle;
-}
-bool IsTimeUnit(Unit unit) noexcept {
-  return unit >= Unit::kDays && unit <= Unit::kWeeks;
-}
+bool IsAngleUnit(Unit unit) noexcept { return unit >= Unit::kDegrees && unit <= Unit::kAngle; }
+bool IsTimeUnit(Unit unit) noexcept { return unit >= Unit::kDays && unit <= Unit::kWeeks; }
 
 std::string_view ErrorText(FormulaErrorKind kind) noexcept {
-  for (const auto &[error, text] : kErrors) {
-    if (error == kind)
-      return text;
+  for (const auto& [error, text] : kErrors) {
+    if (error == kind) return text;
   }
   return "#VALUE!";
 }
 
 std::string NumberText(double number) {
-  if (number == 0)
-    return "0";
+  if (number == 0) return "0";
   std::array<char, 400> buffer;
   const double magnitude = std::fabs(number);
   const bool plain = magnitude < 1e15 && magnitude >= 1e-9;
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(),
-                                 number, std::chars_format::scientific, 14)
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
+                                 std::chars_format::scientific, 14)
                        .ptr;
   double rounded = 0;
   std::from_chars(buffer.data(), end, rounded);
-  const auto last =
-      std::to_chars(buffer.data(), buffer.data() + buffer.size(), rounded,
-                    plain ? std::chars_format::fixed
-                          : std::chars_format::scientific)
-          .ptr;
+  const auto last = std::to_chars(buffer.data(), buffer.data() + buffer.size(), rounded,
+                                  plain ? std::chars_format::fixed : std::chars_format::scientific)
+                        .ptr;
   std::string text(buffer.data(), last);
-  for (char &c : text) {
-    if (c == 'e')
-      c = 'E';
+  for (char& c : text) {
+    if (c == 'e') c = 'E';
   }
   return text;
 }
 
-bool TextNumber(std::string_view text, double &number) noexcept {
-  while (!text.empty() && text.front() == ' ')
-    text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ')
-    text.remove_suffix(1);
+bool TextNumber(std::string_view text, double& number) noexcept {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
   const bool negative = !text.empty() && text.front() == '-';
-  if (!text.empty() && (text.front() == '-' || text.front() == '+'))
-    text.remove_prefix(1);
-  if (text.empty() || !(std::isdigit(static_cast<unsigned char>(text[0])) ||
-                        (text[0] == '.' && text.size() > 1 &&
-                         std::isdigit(static_cast<unsigned char>(text[1]))))) {
+  if (!text.empty() && (text.front() == '-' || text.front() == '+')) text.remove_prefix(1);
+  if (text.empty() ||
+      !(std::isdigit(static_cast<unsigned char>(text[0])) ||
+        (text[0] == '.' && text.size() > 1 && std::isdigit(static_cast<unsigned char>(text[1]))))) {
     return false;
   }
   double value = 0;
-  const char *end = text.data() + text.size();
+  const char* end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, value);
-  if (result.ec != std::errc())
-    return false;
+  if (result.ec != std::errc()) return false;
   std::string_view suffix(result.ptr, static_cast<size_t>(end - result.ptr));
-  while (!suffix.empty() && suffix.front() == ' ')
-    suffix.remove_prefix(1);
-  if (!suffix.empty() && suffix.back() == '.')
-    suffix.remove_suffix(1);
+  while (!suffix.empty() && suffix.front() == ' ') suffix.remove_prefix(1);
+  if (!suffix.empty() && suffix.back() == '.') suffix.remove_suffix(1);
   if (suffix == "%") {
     value /= 100;
   } else if (!suffix.empty()) {
     Unit unit = Unit::kNumber;
     double factor = 1;
-    if (!UnitFromSuffix(suffix, unit, factor))
-      return false;
+    if (!UnitFromSuffix(suffix, unit, factor)) return false;
     value *= factor;
   }
   number = negative ? -value : value;
@@ -271,53 +239,52 @@ FormulaValue FormulaValue::Error(FormulaErrorKind kind) {
 
 double FormulaValue::ToNumber() const noexcept {
   switch (kind) {
-  case Kind::kNumber:
-  case Kind::kBoolean:
-  case Kind::kPoint:
-    return number;
-  case Kind::kText: {
-    double parsed = 0;
-    return TextNumber(text, parsed) ? parsed : 0;
-  }
-  default:
-    return 0;
+    case Kind::kNumber:
+    case Kind::kBoolean:
+    case Kind::kPoint:
+      return number;
+    case Kind::kText: {
+      double parsed = 0;
+      return TextNumber(text, parsed) ? parsed : 0;
+    }
+    default:
+      return 0;
   }
 }
 
 std::string FormulaValue::ToText() const {
   switch (kind) {
-  case Kind::kEmpty:
-    return {};
-  case Kind::kBoolean:
-    return number != 0 ? "TRUE" : "FALSE";
-  case Kind::kText:
-    return text;
-  case Kind::kPoint:
-    return "PNT(" + NumberText(number) + "," + NumberText(y) + ")";
-  case Kind::kError:
-    return std::string(ErrorText(error));
-  case Kind::kNumber:
-    break;
+    case Kind::kEmpty:
+      return {};
+    case Kind::kBoolean:
+      return number != 0 ? "TRUE" : "FALSE";
+    case Kind::kText:
+      return text;
+    case Kind::kPoint:
+      return "PNT(" + NumberText(number) + "," + NumberText(y) + ")";
+    case Kind::kError:
+      return std::string(ErrorText(error));
+    case Kind::kNumber:
+      break;
   }
   switch (unit) {
-  case Unit::kNumber:
-  case Unit::kMultiDimensional:
-    return NumberText(number);
-  case Unit::kBoolean:
-    return number != 0 ? "TRUE" : "FALSE";
-  case Unit::kAngle:
-    return Measure(number / kDegree, "deg");
-  case Unit::kTypographic:
-    return Measure(number * 72, "pt");
-  case Unit::kDate:
-    return FormatWithPicture(*this, "yyyy-MM-ddTHH:mm:ss");
-  default: {
-    const UnitInfo &info = InfoOf(unit);
-    if (info.shown.empty())
+    case Unit::kNumber:
+    case Unit::kMultiDimensional:
       return NumberText(number);
-    return Measure(number / info.factor, info.shown);
-  }
+    case Unit::kBoolean:
+      return number != 0 ? "TRUE" : "FALSE";
+    case Unit::kAngle:
+      return Measure(number / kDegree, "deg");
+    case Unit::kTypographic:
+      return Measure(number * 72, "pt");
+    case Unit::kDate:
+      return FormatWithPicture(*this, "yyyy-MM-ddTHH:mm:ss");
+    default: {
+      const UnitInfo& info = InfoOf(unit);
+      if (info.shown.empty()) return NumberText(number);
+      return Measure(number / info.factor, info.shown);
+    }
   }
 }
 
-} // namespace ohmwise::embedded
+}  // namespace ohmwise::embedded
