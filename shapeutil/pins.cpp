@@ -23,6 +23,8 @@ namespace {
 
 using shapeutil::Required;
 
+constexpr std::u16string_view kColor = u"Char.Color";
+constexpr int16_t kLastRow = -2;
 constexpr double kBlack = 0;  // names of the selected set
 constexpr double kRed = 2;    // the selected set does not exist
 
@@ -97,7 +99,11 @@ void clsLMisc::SetPins(const ShapeRef& shpActive) {
       std::u16string list = shapeutil::PinList(shape, row);
       pin.SetText(GetPin(list, set));
     }
-    pin.Cells(u"Char.Color")->SetResultNumber(valid ? kBlack : kRed);
+    // A sub-shape that never was formatted may lack the row.
+    if (!shapeutil::HasCell(pin, kColor)) {
+      pin.AddRow(section::kCharacter, kLastRow, row_tag::kDefault);
+    }
+    pin.Cells(kColor)->SetResultNumber(valid ? kBlack : kRed);
   });
 }
 
