@@ -140,7 +140,7 @@ TEST_F(CellNameTest, ConstantsKeepTheirKind) {
     const char* unit;
   } kRows[] = {
       {u"12.5", "12.5", 12.5, "12.5", ""},   {u"=\"a \"\"b\"\"\"", "a \"b\"", 0, "a \"b\"", "STR"},
-      {u"25.4 mm", "25.4 mm", 1, "1", "MM"}, {u"TRUE", "TRUE", 1, "1", "BOOL"},
+      {u"2 in", "2 in", 2, "2", "IN"}, {u"TRUE", "TRUE", 1, "1", "BOOL"},
       {u"\"\"", "", 0, "", "STR"},           {u"", "", 0, "", ""},
   };
   const CellRef cell = At(u"Page-1", u"Relay", u"User.Ref");

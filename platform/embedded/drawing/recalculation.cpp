@@ -76,7 +76,10 @@ class Evaluator final : public EvaluationContext {
   FormulaValue CellValue(const Formula&, size_t index) override {
     const uint32_t reference = node_.references[index];
     if (reference == kNoNode) return FormulaValue::Error(FormulaErrorKind::kReference);
-    return document_.Value(reference);
+    const FormulaValue& value = document_.Value(reference);
+    // What a theme supplies is known to the drawing program alone.
+    if (value.kind == FormulaValue::Kind::kText && value.text == "Themed") unknown_ = true;
+    return value;
   }
   std::string PageName() override {
     const PageModel* page = Page();
@@ -90,7 +93,7 @@ class Evaluator final : public EvaluationContext {
       ++number;
       if (other == page) return number;
     }
-    return 0;
+    return 1;  // masters count as pages of their own
   }
   int PageCount() override {
     int count = 0;
@@ -119,7 +122,7 @@ class Evaluator final : public EvaluationContext {
     if (SameName(function, "ID")) return FormulaValue::Number(sheet.id);
     if (SameName(function, "MASTERNAME")) {
       const MasterModel* master = document_.MasterOf(*node_.sheet->root);
-      if (master == nullptr) return FormulaValue::Text("");
+      if (master == nullptr) return FormulaValue::Text("<no master>");
       return FormulaValue::Text(std::string(master->name.empty() ? master->name_u : master->name));
     }
     if (SameName(function, "SHAPETEXT")) {
