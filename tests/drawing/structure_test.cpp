@@ -60,6 +60,8 @@ TEST_F(StructureTest, PagesComeAndGo) {
   two->Delete();
   EXPECT_EQ(Text(At(u"One", u"", u"User.No")), "1/2");
   EXPECT_EQ(Text(At(u"One", u"Looking", u"User.X")), "#REF!");
+  EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.X")), "REF()");
+  EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.Words")), "\"Pages[Two]!\"&REF()");
   EXPECT_NE(Refusal([&] { two->Name(); }), "");
   EXPECT_NE(Refusal([&] { away->Text(); }), "");
   EXPECT_NE(Refusal([&] { cell->ResultText(); }), "");
@@ -70,7 +72,8 @@ TEST_F(StructureTest, ShapesGoWithTheirGroup) {
   auto& contents = build.model.pages[1]->contents;
   auto& group = build.Shape(contents, 20, "Group");
   build.User(build.Shape(contents, 21, "Inner", &group), "X", "1");
-  build.User(*contents.shapes[0], "Inner", "1", "Sheet.21!User.X");
+  build.User(*contents.shapes[0], "Inner", "1",
+             "IF(Sheet.21!User.X>0,Inner!User.X,Looking!User.X)");
   Open();
   const ShapeRef inner = Find(u"One", u"Inner");
   EXPECT_EQ(ToUtf8(inner->ParentShape()->Name()), "Group");
@@ -78,6 +81,7 @@ TEST_F(StructureTest, ShapesGoWithTheirGroup) {
   Find(u"One", u"Group")->Delete();
   EXPECT_NE(Refusal([&] { inner->Name(); }), "");
   EXPECT_EQ(Text(At(u"One", u"Looking", u"User.Inner")), "#REF!");
+  EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.Inner")), "IF(REF()>0,REF(),Looking!User.X)");
   EXPECT_EQ(drawing_->document()->Pages()->Item(u"One")->Shapes()->Count(), 1);
   EXPECT_TRUE(group.erased);
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -171,6 +172,8 @@ class LiveDocument {
   void IndexSheet(Sheet& sheet);
   /// Forgets formula and value of a node; they are looked up again.
   void Refresh(uint32_t index);
+  /// Takes up a formula text that was changed in place; the value is kept until recalculated.
+  void Reformulate(uint32_t index);
   /// Recalculates what depends on cells whose values changed; `evaluate` are computed themselves.
   void Propagate(const std::vector<uint32_t>& changed, const std::vector<uint32_t>& evaluate = {});
   std::vector<uint32_t> PageDependents();
@@ -245,6 +248,9 @@ class LiveDocument {
   void FinishEdit(uint32_t index, const FormulaValue& before, std::string_view formula);
   void RowsChangedIn(Sheet& sheet, uint16_t section);
   void EraseTree(Sheet& sheet, std::vector<uint32_t>& gone);
+  /// Puts REF() in place of references to sheets about to go; returns the cells that had some.
+  std::vector<uint32_t> CutReferences(const std::vector<Sheet*>& going);
+  std::string WithoutReferences(const Node& node, const std::unordered_set<const Sheet*>& going);
   std::unique_ptr<Sheet> CopyInstance(const Sheet& model, Contents& contents, Sheet* parent,
                                       MasterModel& master, bool top, uint32_t& next_id);
   StoredSection& EnsureSection(Sheet& sheet, uint16_t section);

@@ -409,6 +409,12 @@ void LiveDocument::Refresh(uint32_t index) {
   Prepare(index);
 }
 
+void LiveDocument::Reformulate(uint32_t index) {
+  Value(index);
+  Unprepare(index);
+  Prepare(index);
+}
+
 void LiveDocument::Expand(uint32_t index) {
   Node& node = nodes_[index];
   if (node.expanded || node.gone) return;

@@ -24,6 +24,41 @@ std::string NewGuid() {
   return guid;
 }
 
+bool IsNameByte(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+         c == '.' || (static_cast<unsigned char>(c) & 0x80) != 0;
+}
+
+/// End of a text constant or quoted name that begins at `at`.
+size_t QuoteEnd(std::string_view text, size_t at) {
+  const char quote = text[at];
+  for (++at; at < text.size(); ++at) {
+    if (text[at] != quote) continue;
+    if (at + 1 >= text.size() || text[at + 1] != quote) return at + 1;
+    ++at;
+  }
+  return text.size();
+}
+
+/// End of a word that may be a reference: names, quoted names, "[…]" and "!" in a row.
+size_t WordEnd(std::string_view text, size_t at) {
+  while (at < text.size()) {
+    if (IsNameByte(text[at]) || text[at] == '!') {
+      ++at;
+    } else if (text[at] == '\'') {
+      at = QuoteEnd(text, at);
+    } else if (text[at] == '[') {
+      while (at < text.size() && text[at] != ']') {
+        at = text[at] == '\'' ? QuoteEnd(text, at) : at + 1;
+      }
+      at = std::min(at + 1, text.size());
+    } else {
+      break;
+    }
+  }
+  return at;
+}
+
 /// Replaces the page name inside every "Pages[name]" outside text constants; false when none.
 bool RenameInFormula(std::string_view formula, std::string_view from, std::string_view to,
                      std::string& out) {
@@ -96,6 +131,63 @@ std::string LiveDocument::UniqueIdOf(Sheet& sheet) {
   return std::string(sheet.unique_id);
 }
 
+std::string LiveDocument::WithoutReferences(const Node& node,
+                                            const std::unordered_set<const Sheet*>& going) {
+  const std::string_view text = Resolve(*node.sheet, node.address).formula->formula;
+  std::string out;
+  for (size_t i = 0; i < text.size();) {
+    size_t end = i + 1;
+    if (text[i] == '"') {
+      end = QuoteEnd(text, i);
+    } else if (IsNameByte(text[i]) || text[i] == '\'') {
+      end = std::max(WordEnd(text, i), i + 1);
+      const std::string_view word = text.substr(i, end - i);
+      const CompiledFormula* compiled =
+          word.find('!') == std::string_view::npos ? nullptr : &Compile(word);
+      if (compiled != nullptr && compiled->formula && compiled->cells.size() == 1) {
+        const Reference& reference = compiled->formula->references()[0];
+        if (going.contains(Target(*node.sheet, *node.formula_sheet, reference))) {
+          out += "REF()";
+          i = end;
+          continue;
+        }
+      }
+    }
+    out += text.substr(i, end - i);
+    i = end;
+  }
+  return out;
+}
+
+std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& going) {
+  const std::unordered_set<const Sheet*> set(going.begin(), going.end());
+  std::unordered_set<uint32_t> cells;
+  for (Sheet* sheet : going) {
+    if (sheet->live == nullptr) continue;
+    for (const uint32_t index : static_cast<LiveSheet*>(sheet->live)->nodes) {
+      for (const uint32_t dependent : nodes_[index].dependents) {
+        const Node& node = nodes_[dependent];
+        // A master's formula stays as it is: other instances use it.
+        if (!set.contains(node.sheet->sheet) && node.formula_sheet == node.sheet->sheet) {
+          cells.insert(dependent);
+        }
+      }
+    }
+  }
+  std::vector<uint32_t> result;
+  for (const uint32_t index : cells) {
+    Node& node = nodes_[index];
+    const std::string text = WithoutReferences(node, set);
+    StoredCell& cell = EnsureLocal(*node.sheet, node.address);
+    if (text == cell.formula) continue;
+    cell.formula = model_.arena.Keep(text);
+    cell.changed = true;
+    Mark(*node.sheet->sheet);
+    result.push_back(index);
+  }
+  return result;
+}
+
 void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
   sheet.erased = true;
   if (sheet.live != nullptr) {
@@ -143,16 +235,33 @@ void LiveDocument::DeleteShape(Sheet& sheet) {
       }
     }
   }
+  std::vector<Sheet*> going;
+  const std::function<void(Sheet&)> collect = [&](Sheet& at) {
+    going.push_back(&at);
+    for (const auto& child : at.children) collect(*child);
+  };
+  collect(sheet);
+  const std::vector<uint32_t> cut = CutReferences(going);
+  LiveSheet& root = Live(*Live(sheet).root);
   std::vector<uint32_t> gone;
   EraseTree(sheet, gone);
   contents.changed = true;
   ForgetLists(&contents);
-  Live(*Live(sheet).root).counterparts_ready = false;
-  Propagate(gone);
+  root.counterparts.clear();
+  root.counterparts_ready = false;
+  for (const uint32_t index : cut) Reformulate(index);
+  Propagate(gone, cut);
 }
 
 void LiveDocument::DeletePage(PageModel& page) {
   BuildIndex();
+  std::vector<Sheet*> going = {&page.sheet};
+  const std::function<void(Sheet&)> collect = [&](Sheet& at) {
+    going.push_back(&at);
+    for (const auto& child : at.children) collect(*child);
+  };
+  for (const auto& shape : page.contents.shapes) collect(*shape);
+  const std::vector<uint32_t> cut = CutReferences(going);
   page.erased = true;
   std::vector<uint32_t> gone;
   EraseTree(page.sheet, gone);
@@ -164,7 +273,10 @@ void LiveDocument::DeletePage(PageModel& page) {
     }
   }
   ForgetLists(&page.contents);
-  Propagate(gone, PageDependents());
+  for (const uint32_t index : cut) Reformulate(index);
+  std::vector<uint32_t> evaluate = PageDependents();
+  evaluate.insert(evaluate.end(), cut.begin(), cut.end());
+  Propagate(gone, evaluate);
 }
 
 void LiveDocument::RenamePage(PageModel& page, std::string_view name) {
