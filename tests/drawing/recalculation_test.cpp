@@ -146,7 +146,12 @@ TEST_F(RecalculationTest, MovesAreRedirectedOrRefused) {
   build.User(shape, "Held", "1");
   build.Set(shape, "PinX", "1", "SETATREF(User.Held)");
   build.Set(shape, "PinY", "1", "GUARD(1)");
+  // A length is kept in whole steps, whoever sets it.
+  build.User(shape, "Step", "2");
+  build.Set(shape, "Width", "2", "SETATREF(User.Step,SETATREFEVAL(INT(SETATREFEXPR(0)+0.5)))");
   Open();
+  At(u"P 1", u"S1", u"Width")->SetFormula(u"4.75");
+  EXPECT_EQ(FormulaOf(At(u"P 1", u"S1", u"User.Step")), "5");
   EXPECT_NE(Refusal([&] { drawing_->Move(Find(u"P 1", u"S1"), 7, 7); }).find("GUARD"),
             std::string::npos);
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.Held")), "7");

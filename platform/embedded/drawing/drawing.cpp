@@ -71,7 +71,7 @@ void Drawing::Move(const ShapeRef& shape, double x, double y) {
   Sheet& sheet = Stored(shape);
   LiveSheet& live = live_->Live(sheet);
   for (const bool vertical : {false, true}) {
-    live_->Drag(live, *live_->Address(live, vertical ? "PinY" : "PinX"), vertical ? y : x);
+    live_->SetNumber(live, *live_->Address(live, vertical ? "PinY" : "PinX"), vertical ? y : x);
   }
 }
 

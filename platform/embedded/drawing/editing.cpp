@@ -50,6 +50,55 @@ std::string ConstantText(const FormulaValue& value) {
   }
 }
 
+/// Cells that a drag can change: SETATREF works in these.
+bool Redirects(const CellAddress& address) {
+  if (address.section == section::kProp) return true;
+  if (address.section == section::kControls) return address.column < 2;
+  const ObjectCellInfo* info = address.IsObject() ? FindObjectCell(address.column) : nullptr;
+  return info != nullptr && (info->row == 1 || info->row == 4 || info->row == 12);
+}
+
+/// The second argument of an outermost SETATREF with the value set in place of SETATREFEXPR; ""
+/// when there is none.
+std::string SetExpression(std::string_view formula, std::string_view value) {
+  const auto skip = [&](size_t at, std::string_view stops) {
+    for (int depth = 0; at < formula.size(); ++at) {
+      const char c = formula[at];
+      if (c == '"' || c == '\'') {
+        at = formula.find(c, at + 1);
+        if (at == std::string_view::npos) return formula.size();
+      } else if (depth == 0 && stops.find(c) != std::string_view::npos) {
+        return at;
+      } else if (c == '(' || c == '[') {
+        ++depth;
+      } else if (c == ')' || c == ']') {
+        --depth;
+      }
+    }
+    return formula.size();
+  };
+  const size_t comma = skip(formula.find('(') + 1, ",)");
+  if (comma >= formula.size() || formula[comma] != ',') return {};
+  const size_t end = skip(comma + 1, ",)");
+  const std::string_view expression = Trimmed(formula.substr(comma + 1, end - comma - 1));
+  std::string out;
+  for (size_t i = 0; i < expression.size();) {
+    constexpr std::string_view kGiven = "SETATREFEXPR(";
+    constexpr std::string_view kComputed = "SETATREFEVAL(";
+    if (SameName(expression.substr(i, kGiven.size()), kGiven)) {
+      out += "(" + std::string(value) + ")";
+      const size_t close = expression.find(')', i);
+      i = close == std::string_view::npos ? expression.size() : close + 1;
+    } else if (SameName(expression.substr(i, kComputed.size()), kComputed)) {
+      out += '(';
+      i += kComputed.size();
+    } else {
+      out += expression[i++];
+    }
+  }
+  return out;
+}
+
 /// Row type of the file for a row tag; "" where sections have one type only.
 std::string_view TypeOfTag(int16_t section, int16_t tag) {
   if (section != section::kConnectionPoints) return {};
@@ -241,9 +290,13 @@ void LiveDocument::FinishEdit(uint32_t index, const FormulaValue& before,
   if (!changed.empty()) Propagate(changed);
 }
 
-void LiveDocument::SetFormula(LiveSheet& live, const CellAddress& address, std::string_view text) {
-  text = Trimmed(text);
-  if (text.starts_with('=')) text = Trimmed(text.substr(1));
+void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::string_view given) {
+  given = Trimmed(given);
+  if (given.starts_with('=')) given = Trimmed(given.substr(1));
+  std::string sent(given);
+  const auto [target, address] = Redirected(source, asked, sent);
+  LiveSheet& live = *target;
+  const std::string_view text = sent;
   CheckUnguarded(live, address);
   const CompiledFormula* compiled = nullptr;
   if (!text.empty()) {
@@ -321,21 +374,27 @@ void LiveDocument::SetNumber(LiveSheet& live, const CellAddress& address, double
   SetFormula(live, address, ToUtf8(DecimalText(number)));
 }
 
-void LiveDocument::Drag(LiveSheet& live, CellAddress address, double number) {
+std::pair<LiveSheet*, CellAddress> LiveDocument::Redirected(LiveSheet& live, CellAddress address,
+                                                            std::string& text) {
   LiveSheet* at = &live;
-  // A reference may redirect again; a circle of them ends at its last link.
-  for (int guard = 0; guard < 64; ++guard) {
+  // The drawing program follows ten links at most.
+  for (int link = 0; link < 10 && Redirects(address); ++link) {
     const uint32_t index = NodeOf(*at, address);
     Prepare(index);
     const Node& node = nodes_[index];
     const int redirect = node.formula == nullptr ? -1 : node.formula->formula->redirect();
-    if (redirect < 0) break;
-    const uint32_t target = node.references[static_cast<size_t>(redirect)];
+    const uint32_t target = redirect < 0 ? kNoNode : node.references[static_cast<size_t>(redirect)];
     if (target == kNoNode) break;
+    const std::string expression = SetExpression(Resolve(*at, address).formula->formula, text);
+    if (!expression.empty()) {
+      const auto value = EvaluateText(*at, *node.formula_sheet, expression);
+      if (!value) Refuse(*at, address, u"the expression of SETATREF cannot be computed here.");
+      text = ConstantText(*value);
+    }
     at = nodes_[target].sheet;
     address = nodes_[target].address;
   }
-  SetNumber(*at, address, number);
+  return {at, address};
 }
 
 std::string LiveDocument::FormulaText(LiveSheet& live, const CellAddress& address) {

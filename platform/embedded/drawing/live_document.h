@@ -167,6 +167,9 @@ class LiveDocument {
   const FormulaValue& Value(uint32_t index);
   /// Evaluates a formula as if it stood in the cell; nullopt when it must keep its stored value.
   std::optional<FormulaValue> Evaluate(uint32_t index);
+  /// The same for a formula that stands in no cell.
+  std::optional<FormulaValue> EvaluateText(LiveSheet& live, Sheet& formula_sheet,
+                                           std::string_view text);
   void BuildIndex();
   /// Adds the formulas of a sheet that look elsewhere.
   void IndexSheet(Sheet& sheet);
@@ -185,8 +188,10 @@ class LiveDocument {
   // Editing (editing.cpp) ---------------------------------------------------------------------
   void SetFormula(LiveSheet& live, const CellAddress& address, std::string_view text);
   void SetNumber(LiveSheet& live, const CellAddress& address, double number);
-  /// Sets a constant as a drag does: SETATREF sends it on to the cell it names.
-  void Drag(LiveSheet& live, CellAddress address, double number);
+  /// Follows SETATREF to the cell that takes what is set here; `text` becomes what that cell is
+  /// given.
+  std::pair<LiveSheet*, CellAddress> Redirected(LiveSheet& live, CellAddress address,
+                                                std::string& text);
   std::string FormulaText(LiveSheet& live, const CellAddress& address);
   std::string ResultText(LiveSheet& live, const CellAddress& address);
   double ResultNumber(LiveSheet& live, const CellAddress& address);
@@ -234,6 +239,7 @@ class LiveDocument {
   SelfGraph& Graph(Sheet& sheet);
   void AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
                   std::string_view text);
+  void ResolveReferences(Node& node);
   void Prepare(uint32_t index);
   void Unprepare(uint32_t index);
   void Expand(uint32_t index);

@@ -343,23 +343,14 @@ Sheet* LiveDocument::Target(LiveSheet& live, Sheet& formula_sheet, const Referen
   return nullptr;
 }
 
-void LiveDocument::Prepare(uint32_t index) {
-  Node& node = nodes_[index];
-  if (node.formula_ready) return;
-  node.formula_ready = true;
-  if (node.gone) return;
+void LiveDocument::ResolveReferences(Node& node) {
   LiveSheet& live = *node.sheet;
-  const ResolvedCell cell = Resolve(live, node.address);
-  if (cell.formula == nullptr) return;
-  const CompiledFormula& compiled = Compile(cell.formula->formula);
-  if (!compiled.formula) return;
-  node.formula = &compiled;
-  node.formula_sheet = cell.formula_sheet;
+  const CompiledFormula& compiled = *node.formula;
   const auto& references = compiled.formula->references();
   node.references.assign(references.size(), kNoNode);
   Sheet* other = nullptr;
   for (size_t i = 0; i < references.size(); ++i) {
-    Sheet* target = compiled.cells[i] ? Target(live, *cell.formula_sheet, references[i]) : nullptr;
+    Sheet* target = compiled.cells[i] ? Target(live, *node.formula_sheet, references[i]) : nullptr;
     if (target == nullptr) continue;
     LiveSheet& target_live = Live(*target);
     const auto address = Address(target_live, *compiled.cells[i]);
@@ -375,6 +366,21 @@ void LiveDocument::Prepare(uint32_t index) {
       }
     }
   }
+}
+
+void LiveDocument::Prepare(uint32_t index) {
+  Node& node = nodes_[index];
+  if (node.formula_ready) return;
+  node.formula_ready = true;
+  if (node.gone) return;
+  LiveSheet& live = *node.sheet;
+  const ResolvedCell cell = Resolve(live, node.address);
+  if (cell.formula == nullptr) return;
+  const CompiledFormula& compiled = Compile(cell.formula->formula);
+  if (!compiled.formula) return;
+  node.formula = &compiled;
+  node.formula_sheet = cell.formula_sheet;
+  ResolveReferences(node);
   for (size_t i = 0; i < node.references.size(); ++i) {
     const uint32_t reference = node.references[i];
     const auto begin = node.references.begin();
@@ -483,6 +489,20 @@ void LiveDocument::InstanceFormulaChanged(Sheet& base, const CellAddress& addres
     changed.push_back(index);
     InstanceFormulaChanged(*instance, address, changed);
   }
+}
+
+std::optional<FormulaValue> LiveDocument::EvaluateText(LiveSheet& live, Sheet& formula_sheet,
+                                                       std::string_view text) {
+  Node scratch;
+  scratch.sheet = &live;
+  scratch.formula = &Compile(text);
+  scratch.formula_sheet = &formula_sheet;
+  if (!scratch.formula->evaluable()) return std::nullopt;
+  ResolveReferences(scratch);
+  Evaluator evaluator(*this, scratch);
+  FormulaValue value = scratch.formula->formula->Evaluate(evaluator);
+  if (evaluator.unknown()) return std::nullopt;
+  return value;
 }
 
 std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
