@@ -3,8 +3,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 #include "platform/embedded/drawing/live_document.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/error.h"
+#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {
@@ -126,6 +129,86 @@ TEST(DrawingCorpusTest, FormulasGiveTheStoredValues) {
   EXPECT_GT(files, 40u);
   EXPECT_GT(evaluated, cells / 2);
   EXPECT_GE(static_cast<double>(agreeing), 0.97 * static_cast<double>(evaluated));
+}
+
+/// Edits of every kind in every real drawing: what was set, and what followed, is there again after
+/// saving and opening.
+TEST(DrawingCorpusTest, EditsSurviveSaving) {
+  const fs::path folder = fs::path(OHMWISE_SOURCE_DIR) / "../shared/corpus/vsdx";
+  if (!fs::exists(folder)) {
+    GTEST_SKIP() << "the folder ../shared/corpus with real drawings is absent";
+  }
+  class Followed : public ChangeObserver {
+   public:
+    void FormulaSet(const CellPlace&, std::u16string_view) override {}
+    void ResultChanged(const CellPlace& place, std::u16string_view text) override {
+      results[{place.page, place.shape, place.cell}] = text;
+    }
+    std::map<std::tuple<std::u16string, std::u16string, std::u16string>, std::u16string> results;
+  };
+  size_t compared = 0;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    std::unique_ptr<DrawingFile> file;
+    try {
+      file = DrawingFile::Open(entry.path().string());
+      for (auto& page : file->model().pages) file->model().Ensure(page->contents);
+    } catch (const AutomationError&) {
+      continue;
+    }
+    SCOPED_TRACE(entry.path().filename().string());
+    const fs::path saved = fs::temp_directory_path() / "ohmwise-edits-survive.vsdx";
+    Followed observer;
+    std::u16string unique_id;
+    std::map<std::u16string, int> names;
+    std::u16string first_page;
+    {
+      Drawing drawing(file->model());
+      const PagesRef pages = drawing.document()->Pages();
+      if (pages->Count() == 0 || pages->Item(1)->Shapes()->Count() < 2) continue;
+      pages->Item(1)->SetName(u"Renamed / 1");
+      first_page = pages->Item(1)->Name();
+      const ShapesRef shapes = pages->Item(1)->Shapes();
+      const std::function<void(const ShapesRef&)> count = [&](const ShapesRef& list) {
+        for (int32_t i = 1; i <= list->Count(); ++i) {
+          ++names[list->Item(i)->Name()];
+          count(list->Item(i)->Shapes());
+        }
+      };
+      count(shapes);
+      shapes->Item(shapes->Count())->Delete();
+      drawing.SetObserver(&observer);
+      for (int32_t i = 1; i <= std::min(shapes->Count(), 8); ++i) {
+        const ShapeRef shape = shapes->Item(i);
+        if (!shape->CellExists(u"User.OhmwiseTest", false)) {
+          shape->AddNamedRow(section::kUser, u"OhmwiseTest", 0);
+        }
+        shape->Cells(u"User.OhmwiseTest")->SetFormula(u"Width*2");
+        for (const char16_t* cell : {u"Width", u"Height", u"PinX"}) {
+          try {
+            shape->Cells(cell)->SetResultNumber(shape->Cells(cell)->ResultNumber() + 0.125);
+          } catch (const AutomationError& error) {
+            ASSERT_NE(std::string(error.what()).find("GUARD"), std::string::npos) << error.what();
+          }
+        }
+      }
+      unique_id = shapes->Item(1)->UniqueID();
+    }
+    file->Save(saved.string());
+    const auto again = DrawingFile::Open(saved.string());
+    Drawing reopened(again->model());
+    EXPECT_TRUE(reopened.FindShape(first_page, unique_id));
+    for (const auto& [place, text] : observer.results) {
+      const auto& [page, shape, cell] = place;
+      // Other programs give many shapes one name.
+      if (page != first_page || names[shape] != 1) continue;
+      ++compared;
+      const ShapeRef found = reopened.FindShape(page, shape);
+      ASSERT_TRUE(found->CellExists(cell, false));
+      EXPECT_EQ(found->Cells(cell)->ResultText(), text) << ToUtf8(shape) << " " << ToUtf8(cell);
+    }
+    fs::remove(saved);
+  }
+  EXPECT_GT(compared, 1000u);
 }
 
 }  // namespace

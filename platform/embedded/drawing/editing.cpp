@@ -224,8 +224,7 @@ void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
       cell.value = {node.slot, text.size()};
       if (value.kind == FormulaValue::Kind::kBoolean) {
         cell.unit = "BOOL";
-      } else if (value.unit != Unit::kNumber || cell.unit == "STR" || cell.unit == "BOOL" ||
-                 cell.unit == "PNT") {
+      } else {
         cell.unit = UnitCode(value.unit);
       }
     }

@@ -609,6 +609,7 @@ void LiveDocument::NoteName(LiveContents& lists, Sheet& sheet) {
 Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool deep,
                                 Sheet* group) {
   const auto fits = [&](const Sheet& sheet) { return deep || sheet.parent == group; };
+  model_.Ensure(contents);
   if (name.size() == 38 && name[0] == '{') {
     Sheet* found = nullptr;
     Walk(contents.shapes, [&](Sheet& sheet) {

@@ -523,10 +523,16 @@ std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
 
 bool LiveDocument::Recompute(uint32_t index) {
   if (nodes_[index].formula == nullptr) return false;
-  const auto value = Evaluate(index);
+  auto value = Evaluate(index);
   if (!value) {
     model_.recalculate_on_open = true;
     return false;
+  }
+  // A result without a unit of its own goes on being shown in the unit of the cell.
+  const FormulaValue& before = Value(index);
+  if (value->kind == FormulaValue::Kind::kNumber && value->unit == Unit::kNumber &&
+      before.kind == FormulaValue::Kind::kNumber) {
+    value->unit = before.unit;
   }
   if (SameValue(*value, Value(index))) return false;
   StoreResult(index, *value);
