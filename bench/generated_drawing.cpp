@@ -75,14 +75,19 @@ class Builder {
     shape->type = "Shape";
     shape->contents = &master->contents;
     shape->line_style = shape->fill_style = shape->text_style = 0;
-    shape->cells = {Cell("PinX", "1"), Cell("PinY", "1"), Cell("Width", "0.5"),
-                    Cell("Height", "0.5"), Cell("LocPinX", "0.25", "", "Width*0.5"),
-                    Cell("LocPinY", "0.25", "", "Height*0.5"), Cell("Angle", "0"),
+    shape->cells = {Cell("PinX", "1"),
+                    Cell("PinY", "1"),
+                    Cell("Width", "0.5"),
+                    Cell("Height", "0.5"),
+                    Cell("LocPinX", "0.25", "", "Width*0.5"),
+                    Cell("LocPinY", "0.25", "", "Height*0.5"),
+                    Cell("Angle", "0"),
                     Cell("TxtPinX", "0.25", "", "Width*0.5"),
-                    Cell("TxtPinY", "-0.1", "", "-TxtHeight*0.5"), Cell("TxtHeight", "0.2")};
-    shape->sections.push_back(Section("User", {Named("Type", type_number, ""),
-                                               Named("Ref", "?", "STR"), Named("Group", "1", ""),
-                                               Named("Comp", "", "STR"), Named("Cat", "0", "")}));
+                    Cell("TxtPinY", "-0.1", "", "-TxtHeight*0.5"),
+                    Cell("TxtHeight", "0.2")};
+    shape->sections.push_back(Section(
+        "User", {Named("Type", type_number, ""), Named("Ref", "?", "STR"), Named("Group", "1", ""),
+                 Named("Comp", "", "STR"), Named("Cat", "0", "")}));
     shape->sections.push_back(
         Section("Property", {Named("Name", "", "STR"), Named("Qty", "1", "STR")}));
     shape->sections.push_back(
@@ -92,12 +97,12 @@ class Builder {
                 {Indexed(0, "Connection", {Cell("X", "0.25", "", "Width*0.5"), Cell("Y", "0")}),
                  Indexed(1, "Connection",
                          {Cell("X", "0.25", "", "Width*0.5"), Cell("Y", "0.5", "", "Height*1")})}));
-    StoredSection geometry = Section(
-        "Geometry", {Indexed(1, "RelMoveTo", {Cell("X", "0"), Cell("Y", "0")}),
-                     Indexed(2, "RelLineTo", {Cell("X", "1"), Cell("Y", "0")}),
-                     Indexed(3, "RelLineTo", {Cell("X", "1"), Cell("Y", "1")}),
-                     Indexed(4, "RelLineTo", {Cell("X", "0"), Cell("Y", "1")}),
-                     Indexed(5, "RelLineTo", {Cell("X", "0"), Cell("Y", "0")})});
+    StoredSection geometry =
+        Section("Geometry", {Indexed(1, "RelMoveTo", {Cell("X", "0"), Cell("Y", "0")}),
+                             Indexed(2, "RelLineTo", {Cell("X", "1"), Cell("Y", "0")}),
+                             Indexed(3, "RelLineTo", {Cell("X", "1"), Cell("Y", "1")}),
+                             Indexed(4, "RelLineTo", {Cell("X", "0"), Cell("Y", "1")}),
+                             Indexed(5, "RelLineTo", {Cell("X", "0"), Cell("Y", "0")})});
     geometry.index = 0;
     shape->sections.push_back(std::move(geometry));
     shape->cells_changed = true;
@@ -116,8 +121,7 @@ class Builder {
     shape->cells = {Cell("PinX", std::to_string(x)), Cell("PinY", std::to_string(y))};
     const bool wire = master.name == "Wire";
     if (wire) {
-      shape->sections.push_back(
-          Section("Scratch", {Indexed(0, "", {Cell("B", text, "STR")})}));
+      shape->sections.push_back(Section("Scratch", {Indexed(0, "", {Cell("B", text, "STR")})}));
     } else {
       shape->sections.push_back(Section("User", {Named("Ref", text, "STR")}));
     }
