@@ -69,7 +69,8 @@ class Cell : public Object {
   virtual void SetFormula(std::u16string_view formula) = 0;
   /// Result as text, in the units of the cell as the drawing program shows them.
   virtual std::u16string ResultText() = 0;
-  /// Result in internal units: inches, radians, days; no conversion. 0 for a text that is no number.
+  /// Result in internal units: inches, radians, days; no conversion. 0 for a text that is no
+  /// number.
   virtual double ResultNumber() = 0;
   /// Sets a constant in internal units, written as plain decimal text.
   virtual void SetResultNumber(double number) = 0;

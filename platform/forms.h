@@ -6,7 +6,12 @@
 
 namespace ohmwise {
 
-enum class MessageIcon : int32_t { kNone = 0, kCritical = 16, kExclamation = 48, kInformation = 64 };
+enum class MessageIcon : int32_t {
+  kNone = 0,
+  kCritical = 16,
+  kExclamation = 48,
+  kInformation = 64
+};
 
 /// A modeless fixed-dialog window with one label; measures in twips (1/1440 inch).
 struct MessageFormLayout {

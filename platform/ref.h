@@ -31,13 +31,13 @@ class Ref {
   }
   Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ref(const Ref<U>& other) noexcept : object_(other.get()) {  // NOLINT(google-explicit-constructor)
+  requires std::is_convertible_v<U*, T*> Ref(const Ref<U>& other)
+  noexcept : object_(other.get()) {  // NOLINT(google-explicit-constructor)
     if (object_) object_->AddRef();
   }
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ref(Ref<U>&& other) noexcept : object_(other.Detach()) {}  // NOLINT(google-explicit-constructor)
+  requires std::is_convertible_v<U*, T*> Ref(Ref<U>&& other)
+  noexcept : object_(other.Detach()) {}  // NOLINT(google-explicit-constructor)
   ~Ref() {
     if (object_) object_->Release();
   }

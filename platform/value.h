@@ -55,25 +55,23 @@ class Value {
   static Value Null() noexcept { return Value(Data(NullTag{})); }
   static Value Nothing() noexcept { return Value(Data(ObjectRef())); }
   // Implicit from what an automation client may pass.
-  Value(bool v) noexcept : data_(v) {}                                // NOLINT
-  Value(int16_t v) noexcept : data_(v) {}                             // NOLINT
-  Value(int32_t v) noexcept : data_(v) {}                             // NOLINT
-  Value(double v) noexcept : data_(v) {}                              // NOLINT
-  Value(std::u16string v) noexcept : data_(std::move(v)) {}           // NOLINT
-  Value(std::u16string_view v) : data_(std::u16string(v)) {}          // NOLINT
-  Value(const char16_t* v) : data_(std::u16string(v)) {}              // NOLINT
-  Value(ObjectRef v) noexcept : data_(std::move(v)) {}                // NOLINT
+  Value(bool v) noexcept : data_(v) {}                        // NOLINT
+  Value(int16_t v) noexcept : data_(v) {}                     // NOLINT
+  Value(int32_t v) noexcept : data_(v) {}                     // NOLINT
+  Value(double v) noexcept : data_(v) {}                      // NOLINT
+  Value(std::u16string v) noexcept : data_(std::move(v)) {}   // NOLINT
+  Value(std::u16string_view v) : data_(std::u16string(v)) {}  // NOLINT
+  Value(const char16_t* v) : data_(std::u16string(v)) {}      // NOLINT
+  Value(ObjectRef v) noexcept : data_(std::move(v)) {}        // NOLINT
   template <class T>
-    requires std::is_convertible_v<T*, Object*>
-  Value(Ref<T> v) noexcept : data_(ObjectRef(std::move(v))) {}        // NOLINT
+  requires std::is_convertible_v<T*, Object*> Value(Ref<T> v)
+  noexcept : data_(ObjectRef(std::move(v))) {}  // NOLINT
 
   Kind kind() const noexcept { return static_cast<Kind>(data_.index()); }
   bool IsObject() const noexcept { return kind() == Kind::kObject; }
   bool IsText() const noexcept { return kind() == Kind::kText; }
   /// True for an object value that refers to nothing.
-  bool IsNothing() const noexcept {
-    return IsObject() && !std::get<ObjectRef>(data_);
-  }
+  bool IsNothing() const noexcept { return IsObject() && !std::get<ObjectRef>(data_); }
 
   /// The object; raises 424 when the value is no object, 91 when it is Nothing.
   const ObjectRef& AsObject() const;

@@ -139,9 +139,9 @@ TEST_F(CellNameTest, ConstantsKeepTheirKind) {
     const char* value;
     const char* unit;
   } kRows[] = {
-      {u"12.5", "12.5", 12.5, "12.5", ""},   {u"=\"a \"\"b\"\"\"", "a \"b\"", 0, "a \"b\"", "STR"},
-      {u"2 in", "2 in", 2, "2", "IN"}, {u"TRUE", "TRUE", 1, "1", "BOOL"},
-      {u"\"\"", "", 0, "", "STR"},           {u"", "", 0, "", ""},
+      {u"12.5", "12.5", 12.5, "12.5", ""}, {u"=\"a \"\"b\"\"\"", "a \"b\"", 0, "a \"b\"", "STR"},
+      {u"2 in", "2 in", 2, "2", "IN"},     {u"TRUE", "TRUE", 1, "1", "BOOL"},
+      {u"\"\"", "", 0, "", "STR"},         {u"", "", 0, "", ""},
   };
   const CellRef cell = At(u"Page-1", u"Relay", u"User.Ref");
   auto& stored = build.Row(*build.model.pages[0]->contents.shapes[0], "User", "Ref").cells[0];
