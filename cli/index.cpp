@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -208,16 +209,31 @@ std::string AsJson(const AddIn& add_in, const Index& index,
 
 // ---- Tables ----
 
-/// "K1, K2, K3", shortened where a page has very many.
-std::string Joined(const Index& index, const std::vector<Uid>& uids) {
-  constexpr size_t kShown = 12;
-  std::string result;
-  for (size_t i = 0; i < uids.size() && i < kShown; ++i) {
-    if (i > 0) result += ", ";
-    result += Shown(index.Shape(uids[i]).text);
+/// "K1, K2, K3" in lines of a width that tables can hold; "-" for none.
+std::vector<std::string> Listed(const Index& index, const std::vector<Uid>& uids) {
+  constexpr size_t kWidth = 60;
+  std::vector<std::string> lines(1);
+  for (size_t i = 0; i < uids.size(); ++i) {
+    const std::string text = Shown(index.Shape(uids[i]).text) + (i + 1 < uids.size() ? "," : "");
+    std::string& line = lines.back();
+    if (!line.empty() && DisplayWidth(line) + 1 + DisplayWidth(text) > kWidth) {
+      lines.push_back(text);
+    } else {
+      line += (line.empty() ? "" : " ") + text;
+    }
   }
-  if (uids.size() > kShown) result += ", … " + std::to_string(uids.size() - kShown) + " more";
-  return result.empty() ? "-" : result;
+  if (uids.empty()) lines.back() = "-";
+  return lines;
+}
+
+/// One row for a page; a long list goes on below its beginning.
+void AddPageRows(std::vector<std::vector<std::string>>& rows, std::vector<std::string> first,
+                 const std::vector<std::string>& list) {
+  for (const std::string& line : list) {
+    first.push_back(line);
+    rows.push_back(first);
+    first.assign(first.size() - 1, "");
+  }
 }
 
 void PrintReferences(const Printer& printer, const Index& index) {
@@ -239,8 +255,9 @@ void PrintReferences(const Printer& printer, const Index& index) {
 void PrintPages(const Printer& printer, const Index& index) {
   std::vector<std::vector<std::string>> rows;
   for (const IndexedPage& page : index.pages) {
-    rows.push_back({std::to_string(page.number), Shown(page.name),
-                    std::to_string(page.zones.size()), Joined(index, page.nets)});
+    AddPageRows(rows,
+                {std::to_string(page.number), Shown(page.name), std::to_string(page.zones.size())},
+                Listed(index, page.nets));
   }
   printer.Heading("Nets by page");
   printer.Table({"No.", "Page", "Ladder zones", "Nets"}, rows);
@@ -248,7 +265,8 @@ void PrintPages(const Printer& printer, const Index& index) {
   rows.clear();
   for (const IndexedPage& page : index.pages) {
     if (page.terminals.empty()) continue;
-    rows.push_back({std::to_string(page.number), Shown(page.name), Joined(index, page.terminals)});
+    AddPageRows(rows, {std::to_string(page.number), Shown(page.name)},
+                Listed(index, page.terminals));
   }
   if (rows.empty()) return;
   printer.Heading("Terminals by page");
@@ -283,8 +301,14 @@ void PrintWarnings(const Printer& printer, const std::vector<embedded::ShownMess
   if (messages.empty()) return;
   printer.Heading("Warnings");
   for (const embedded::ShownMessage& message : messages) {
-    printer.Line("  " + printer.Styled(Style::kWarning, Shown(message.title) + ":") + " " +
-                 Shown(message.text));
+    std::string lead = printer.Styled(Style::kWarning, Shown(message.title) + ":") + " ";
+    std::u16string_view rest = message.text;
+    while (!rest.empty()) {
+      const size_t end = std::min(rest.find(u"\r\n"), rest.size());
+      printer.Line("  " + lead + Shown(rest.substr(0, end)));
+      rest.remove_prefix(std::min(end + 2, rest.size()));
+      lead = "  ";
+    }
   }
 }
 

@@ -1,10 +1,12 @@
 // Builds the sample drawing from its text sources.
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -75,6 +77,7 @@ class SampleBuilder {
       if (!page->Background()) index.ScanPage(page, u"");
     }
     for (const ShapeRef& label : labels_) index.SetAutoLoc(label, label->Text());
+    for (const auto& model : drawing_.model().pages) ShowFields(model->contents.shapes);
     for (const auto& [shape, cell, formula] : later_) {
       if (cell == "Text") {
         shape->SetText(FromUtf8(formula));
@@ -89,6 +92,21 @@ class SampleBuilder {
     ShapeRef shape;
     std::string cell, formula;
   };
+
+  /// Programs that don't compute fields show what the text holds.
+  void ShowFields(const std::vector<std::unique_ptr<embedded::Sheet>>& shapes) {
+    for (const auto& shape : shapes) {
+      ShowFields(shape->children);
+      for (const embedded::StoredSection& section : shape->sections) {
+        if (section.name != "Field" || section.rows.empty()) continue;
+        for (const embedded::StoredCell& cell : section.rows.front().cells) {
+          if (cell.name != "Value") continue;
+          shape->text = {{embedded::TextPiece::Kind::kField, 0, cell.value}};
+          shape->text_changed = true;
+        }
+      }
+    }
+  }
 
   uint32_t PageId(const std::string& name) {
     for (const auto& model : drawing_.model().pages) {
@@ -232,8 +250,9 @@ class SampleBuilder {
     const std::string& number = line.Word(1);
     wire->SetText(FromUtf8(number));
     Set(wire, "Scratch.B1", Quoted(number));
-    const bool level =
-        wire->Cells(u"BeginY")->ResultNumber() == wire->Cells(u"EndY")->ResultNumber();
+    const double rise =
+        wire->Cells(u"EndY")->ResultNumber() - wire->Cells(u"BeginY")->ResultNumber();
+    const bool level = std::abs(rise) < 0.01;
     Set(wire, "TxtPinY", level ? "2 mm" : "-3.6 mm");
     if (line.words.size() > 6 && line.words[4] == "later") {
       later_.push_back({wire, line.words[5], line.words[6]});

@@ -54,6 +54,7 @@ class MasterReader {
       PutText(target_->cells, "LineColor", line.Word(3), "COLOR");
     } else if (what == "fill") {
       PutText(target_->cells, "FillForegnd", line.Word(1), "COLOR");
+      Put(target_->cells, "FillPattern", 1, "");
     } else if (what == "text") {
       TextBox(*top_, line, 1);
     } else if (what == "label" || what == "field") {
