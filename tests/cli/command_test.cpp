@@ -1,0 +1,293 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "tests/cli/program.h"
+
+namespace ohmwise::testing {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Names = std::vector<std::string>;
+
+const std::string kControl = "Control 24 V / ladder";
+
+Names Keys(const Json& object) {
+  Names names;
+  for (const auto& [name, value] : object.items()) names.push_back(name);
+  return names;
+}
+
+/// Runs with --json; the parsed output.
+Json RunJson(Names arguments) {
+  arguments.push_back("--json");
+  const ProgramResult result = Ohmwise(arguments);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  return Json::parse(result.out, nullptr, false);
+}
+
+Names Texts(const Json& index, const Json& uids) {
+  Names texts;
+  for (const auto& uid : uids) texts.push_back(index["shapes"][uid.get<std::string>()]["text"]);
+  return texts;
+}
+
+/// The entry of a list whose member `key` is `value`; null when there is none.
+Json Entry(const Json& list, const std::string& key, const std::string& value) {
+  const auto found = std::find_if(list.begin(), list.end(),
+                                  [&](const Json& entry) { return entry[key] == value; });
+  return found == list.end() ? Json() : *found;
+}
+
+std::set<std::string> Changes(const Json& list, const std::string& text) {
+  std::set<std::string> rows;
+  for (const Json& change : list) {
+    rows.insert(change["page"].get<std::string>() + " | " + change["shape"].get<std::string>() +
+                " | " + change["cell"].get<std::string>() + " | " +
+                change[text].get<std::string>());
+  }
+  return rows;
+}
+
+TEST(IndexCommandTest, JsonHasExactlyItsMembers) {
+  const SampleFolder folder;
+  const Json index = RunJson({"index", folder.drawing()});
+  ASSERT_TRUE(index.is_object());
+  EXPECT_EQ(Keys(index), (Names{"drawing", "pages", "references", "kinds", "netNames", "labels",
+                                "titleBlocks", "shapes", "changes", "messages"}));
+  EXPECT_EQ(index["drawing"], folder.drawing());
+  EXPECT_EQ(Keys(index["pages"][0]),
+            (Names{"id", "name", "pageNumber", "nets", "terminals", "ladderZones"}));
+  EXPECT_EQ(Keys(index["references"][0]), (Names{"reference", "shapes"}));
+  EXPECT_EQ(Keys(index["kinds"][0]), (Names{"kind", "shapes"}));
+  EXPECT_EQ(Keys(index["netNames"][0]), (Names{"name", "shapes"}));
+  EXPECT_EQ(Keys(index["labels"][0]), (Names{"reference", "shapes"}));
+  EXPECT_EQ(Keys(index["titleBlocks"][0]), (Names{"key", "shape"}));
+  EXPECT_EQ(Keys(index["changes"][0]), (Names{"page", "shape", "cell", "formula"}));
+  EXPECT_EQ(Keys(index["messages"][0]), (Names{"title", "text", "icon"}));
+  for (const auto& [uid, shape] : index["shapes"].items()) {
+    EXPECT_EQ(Keys(shape), (Names{"page", "pageId", "name", "nameU", "type", "text", "reference"}));
+  }
+  // Whatever a list names is among the shapes.
+  std::set<std::string> named;
+  for (const char* list : {"references", "kinds", "netNames", "labels"}) {
+    for (const Json& entry : index[list])
+      named.insert(entry["shapes"].begin(), entry["shapes"].end());
+  }
+  for (const Json& page : index["pages"]) {
+    for (const char* list : {"nets", "terminals", "ladderZones"}) {
+      named.insert(page[list].begin(), page[list].end());
+    }
+  }
+  for (const Json& block : index["titleBlocks"]) named.insert(block["shape"].get<std::string>());
+  const Names keys = Keys(index["shapes"]);
+  EXPECT_EQ(named, std::set<std::string>(keys.begin(), keys.end()));
+}
+
+TEST(IndexCommandTest, IndexOfTheSample) {
+  const SampleFolder folder;
+  const Json index = RunJson({"index", folder.drawing()});
+  Names pages;
+  for (const Json& page : index["pages"]) pages.push_back(page["name"]);
+  EXPECT_EQ(pages, (Names{"Power circuit", kControl, "Signals", "Inputs and terminals"}));
+  const Json& control = index["pages"][1];
+  EXPECT_EQ(control["pageNumber"], 2);
+  EXPECT_EQ(control["ladderZones"].size(), 3u);
+  EXPECT_EQ(Texts(index, control["nets"]),
+            (Names{"27", "25", "24", "23", "22", "21", "20", "24V", "0V"}));
+  EXPECT_EQ(Texts(index, control["terminals"]), (Names{"X2:3", "X2:4"}));
+  EXPECT_EQ(Entry(index["references"], "reference", "K1")["shapes"].size(), 6u);
+  // The contact whose cell says K9 is filed under its text.
+  EXPECT_EQ(Entry(index["references"], "reference", "K2")["shapes"].size(), 6u);
+  EXPECT_TRUE(Entry(index["references"], "reference", "K9").is_null());
+  EXPECT_EQ(Texts(index, Entry(index["kinds"], "kind", "Coil")["shapes"]),
+            (Names{"K3", "K2", "K1"}));
+  Names keys;
+  for (const Json& block : index["titleBlocks"]) keys.push_back(block["key"]);
+  EXPECT_EQ(keys, (Names{"Signals-G1", "Signals-G2", "Power circuit-G1", "Control circuit-G1"}));
+  EXPECT_EQ(Changes(index["changes"], "formula"),
+            (std::set<std::string>{kControl + " | Wire.83 | Scratch.B1 | \"25\"",
+                                   "Signals | Make contact.15 | User.Ref | \"K2\"",
+                                   "Signals | Lamp.36 | Text | Reference Error",
+                                   "Signals | Lamp.36 | User.Ref | \"Reference Error\"",
+                                   "Inputs and terminals | Title block | User.Group | 2"}));
+  ASSERT_EQ(index["messages"].size(), 1u);
+  EXPECT_EQ(index["messages"][0]["icon"], "exclamation");
+  EXPECT_NE(index["messages"][0]["text"].get<std::string>().find("\r\nReference: Lamp.36\r\n"),
+            std::string::npos);
+}
+
+TEST(IndexCommandTest, WritesOnlyWhereItIsTold) {
+  const SampleFolder folder;
+  const std::string before = FileBytes(folder.drawing());
+  EXPECT_EQ(Ohmwise({"index", folder.drawing()}).exit_code, 0);
+  EXPECT_EQ(FileBytes(folder.drawing()), before);
+  const std::string other = folder.Path("other.vsdx");
+  EXPECT_EQ(Ohmwise({"index", folder.drawing(), "--output", other}).exit_code, 0);
+  EXPECT_EQ(FileBytes(folder.drawing()), before);
+  EXPECT_EQ(Ohmwise({"index", folder.drawing(), "--save"}).exit_code, 0);
+  EXPECT_EQ(FileBytes(folder.drawing()), FileBytes(other));
+  // Brought into step once, there is nothing left to say or to write.
+  const std::string saved = FileBytes(other);
+  const Json again = RunJson({"index", other, "--save"});
+  EXPECT_TRUE(again["changes"].empty()) << again["changes"];
+  EXPECT_TRUE(again["messages"].empty());
+  EXPECT_EQ(FileBytes(other), saved);
+}
+
+TEST(CellCommandTest, ReadsCells) {
+  const SampleFolder folder;
+  const struct {
+    const char *page, *shape, *cell, *formula, *text;
+    double number;
+    bool exists, local;
+  } rows[] = {
+      {"Power circuit", "Motor", "User.Ref", "\"M1\"", "M1", 0, true, true},
+      {"Power circuit", "Motor", "User.Type", "132", "132", 132, true, false},
+      {"Power circuit", "Motor", "LocPinX", "Width*0.5", "15 mm", 15 / 25.4, true, false},
+      {"Power circuit", "Motor", "User.None", "", "", 0, false, false},
+      {"Control 24 V / ladder", "Locations", "Scratch.A1",
+       "FORMAT(Pages[Power circuit]!ThePage!User.PageNumber, \"0\")", "1", 1, true, true},
+      {"Signals", "", "User.PageNumber", "PageNumber()", "3", 3, true, true},
+      {"", "", "User.LocationA", "56 mm", "56 mm", 56 / 25.4, true, true},
+  };
+  for (const auto& row : rows) {
+    const std::string place = std::string(row.page) + "/" + row.shape + "/" + row.cell;
+    const Json cell = RunJson({"cell", folder.drawing(), row.page, row.shape, row.cell});
+    EXPECT_EQ(cell["formula"], row.formula) << place;
+    EXPECT_EQ(cell["text"], row.text) << place;
+    EXPECT_NEAR(cell["number"].get<double>(), row.number, 1e-9) << place;
+    EXPECT_EQ(cell["exists"], row.exists) << place;
+    EXPECT_EQ(cell["local"], row.local) << place;
+    EXPECT_FALSE(cell.contains("changed")) << place;
+  }
+}
+
+TEST(CellCommandTest, TellsEveryResultThatFollows) {
+  const SampleFolder folder;
+  // One row further down on the page: the label on another page says so.
+  const Json cell = RunJson(
+      {"cell", folder.drawing(), "Signals", "Make contact", "PinY", "--set", "120 mm", "--save"});
+  const auto changed = Changes(cell["changed"], "text");
+  EXPECT_TRUE(changed.count("Signals | Make contact | PinY | 120 mm")) << cell["changed"];
+  EXPECT_TRUE(changed.count(kControl + " | Locations | Scratch.B5 | C")) << cell["changed"];
+  EXPECT_TRUE(changed.count(kControl + " | L4 | Fields.Value | /3.C2")) << cell["changed"];
+  EXPECT_EQ(RunJson({"text", folder.drawing(), kControl, "L4"})["text"], "/3.C2");
+}
+
+TEST(MoveCommandTest, MovesInInchesAndUnits) {
+  const SampleFolder folder;
+  const Json moved = RunJson({"move", folder.drawing(), "Signals", "Lamp", "-1.5", "50.8 mm",
+                              "--output", folder.Path("moved.vsdx")});
+  EXPECT_NEAR(moved["x"].get<double>(), -1.5, 1e-9);
+  EXPECT_NEAR(moved["y"].get<double>(), 2, 1e-9);
+  // The wire that is glued to the lamp follows.
+  const Json wire = RunJson({"cell", folder.Path("moved.vsdx"), "Signals", "Lamp", "PinX"});
+  EXPECT_NEAR(wire["number"].get<double>(), -1.5, 1e-9);
+  EXPECT_GT(moved["changed"].size(), 4u);
+}
+
+TEST(TextCommandTest, NamesOutsideAsciiWork) {
+  const SampleFolder folder("Anlage Süd – 水泵.vsdx");
+  const std::string path = folder.drawing();
+  EXPECT_EQ(Ohmwise({"text", path, "Signals", "Lamp", "Störung Ω 水", "--save"}).exit_code, 0);
+  EXPECT_EQ(RunJson({"text", path, "signals", "Sheet.27"})["text"], "Störung Ω 水");
+  const Json index = RunJson({"index", path});
+  EXPECT_EQ(index["drawing"], path);
+  EXPECT_FALSE(Entry(index["references"], "reference", "Störung Ω 水").is_null());
+  // A text that looks like an option, or like a sub-command.
+  EXPECT_EQ(Ohmwise({"text", path, "Signals", "Lamp", "--save", "--", "-K1"}).exit_code, 0);
+  EXPECT_EQ(RunJson({"text", path, "Signals", "Lamp"})["text"], "-K1");
+  EXPECT_EQ(Ohmwise({"text", path, "Signals", "Lamp", "index", "--save"}).exit_code, 0);
+  EXPECT_EQ(RunJson({"text", path, "Signals", "Lamp"})["text"], "index");
+}
+
+TEST(CommandTest, WrongUsageIsTwo) {
+  const SampleFolder folder;
+  const std::string file = folder.drawing();
+  const Names rows[] = {{},
+                        {"file.vsdx"},
+                        {"index"},
+                        {"index", file, "more"},
+                        {"index", file, "--nothing"},
+                        {"index", file, "--save", "--output", folder.Path("x.vsdx")},
+                        {"index", file, "--output"},
+                        {"cell", file, "Signals", "Lamp"},
+                        {"text", file, "Signals"},
+                        {"move", file, "Signals", "Lamp", "1"},
+                        {"move", file, "Signals", "Lamp", "1", "far"},
+                        {"move", file, "Signals", "Lamp", "PinX", "1"}};
+  const std::string before = FileBytes(file);
+  for (const Names& row : rows) {
+    const ProgramResult result = Ohmwise(row);
+    EXPECT_EQ(result.exit_code, 2) << ::testing::PrintToString(row);
+    EXPECT_EQ(result.err.rfind("ohmwise: ", 0), 0u) << result.err;
+    EXPECT_EQ(result.out, "");
+  }
+  EXPECT_EQ(FileBytes(file), before);
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("x.vsdx")));
+}
+
+TEST(CommandTest, FailureIsOneAndOneSentence) {
+  const SampleFolder folder;
+  const std::string file = folder.drawing();
+  const std::string text = folder.Path("text.vsdx");
+  std::filesystem::copy_file(OHMWISE_SOURCE_DIR "/CMakeLists.txt", text);
+  const struct {
+    Names arguments;
+    const char* says;
+  } rows[] = {
+      {{"index", folder.Path("missing.vsdx")}, "missing.vsdx"},
+      {{"index", "-"}, "-"},
+      {{"index", text}, "text.vsdx"},
+      {{"index", file, "--output", folder.Path("none/there.vsdx")}, "there.vsdx"},
+      {{"cell", file, "No page", "Lamp", "PinX"}, "No page"},
+      {{"cell", file, "Signals", "No shape", "PinX"}, "No shape"},
+      {{"cell", file, "Signals", "Lamp", "PinX", "--set", "1+", "--save"}, "PinX"},
+      {{"cell", file, "Signals", "Lamp", "User.None", "--set", "1", "--save"}, "User.None"},
+      {{"text", file, "Signals", "Lamp.999", "x", "--save"}, "Lamp.999"},
+  };
+  const std::string before = FileBytes(file);
+  for (const auto& row : rows) {
+    const ProgramResult result = Ohmwise(row.arguments);
+    EXPECT_EQ(result.exit_code, 1) << ::testing::PrintToString(row.arguments);
+    EXPECT_EQ(result.err.rfind("ohmwise: ", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find(row.says), std::string::npos) << result.err;
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_EQ(result.out, "");
+  }
+  EXPECT_EQ(FileBytes(file), before);
+}
+
+TEST(CommandTest, HelpShowsAnExampleForEach) {
+  EXPECT_EQ(Ohmwise({"--version"}).out, "ohmwise " OHMWISE_TESTED_VERSION "\n");
+  EXPECT_EQ(Ohmwise({"--help"}).exit_code, 0);
+  for (const char* command : {"index", "cell", "text", "move"}) {
+    EXPECT_NE(Ohmwise({"--help"}).out.find(command), std::string::npos);
+    const ProgramResult help = Ohmwise({command, "--help"});
+    EXPECT_EQ(help.exit_code, 0);
+    EXPECT_NE(help.out.find(std::string("  ohmwise ") + command + " motor-starter.vsdx"),
+              std::string::npos)
+        << help.out;
+  }
+}
+
+TEST(CommandTest, ColoursOnATerminalOnly) {
+  const SampleFolder folder;
+  const Names index = {"index", folder.drawing()};
+  const auto coloured = [](const ProgramResult& result) {
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_NE(result.out.find("Make contact"), std::string::npos);
+    return result.out.find('\x1b') != std::string::npos;
+  };
+  EXPECT_FALSE(coloured(Ohmwise(index)));
+  EXPECT_TRUE(coloured(OhmwiseOnTerminal(index, {"TERM=xterm", "NO_COLOR="})));
+  EXPECT_FALSE(coloured(OhmwiseOnTerminal(index, {"TERM=xterm", "NO_COLOR=1"})));
+  EXPECT_FALSE(coloured(OhmwiseOnTerminal(index, {"TERM=dumb", "NO_COLOR="})));
+}
+
+}  // namespace
+}  // namespace ohmwise::testing
