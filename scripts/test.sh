@@ -91,15 +91,11 @@ if build linux-fuzz; then
     work=build/linux-fuzz/found/$name
     mkdir -p "$work"
     inputs=("$work")
-    for seeds in "fuzz/seeds/$name" "fuzz/${name}_seeds" "fuzz/${name%_fuzz}_seeds" \
-      "fuzz/seeds/${name%_fuzz}"; do
-      [ -d "$seeds" ] && inputs+=("$seeds")
-    done
+    seeds=fuzz/seeds/${name%_fuzz} dictionary=fuzz/${name%_fuzz}.dict
+    [ -d "$seeds" ] && inputs+=("$seeds")
     options=(-max_total_time="$fuzz_seconds" -timeout=20 -rss_limit_mb=3000
              -artifact_prefix="$work/")
-    for dictionary in "fuzz/$name.dict" "fuzz/${name%_fuzz}.dict"; do
-      [ -f "$dictionary" ] && options+=(-dict="$dictionary")
-    done
+    [ -f "$dictionary" ] && options+=(-dict="$dictionary")
     if quietly "$name.log" "$target" "${options[@]}" "${inputs[@]}"; then
       echo "$name: $(grep -oE 'Done [0-9]+ runs' "$logs/$name.log" | tail -1), nothing found"
     else
