@@ -3,7 +3,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <memory>
 
 namespace ohmwise {
 namespace {
@@ -18,17 +17,18 @@ constexpr FoldRun kFoldRuns[] = {
 
 /// The runs spread out, so that folding is one load.
 const std::array<char16_t, 0x10000>& FoldTable() {
-  static const auto table = [] {
-    auto filled = std::make_unique<std::array<char16_t, 0x10000>>();
-    for (uint32_t unit = 0; unit < 0x10000; ++unit) (*filled)[unit] = static_cast<char16_t>(unit);
+  static std::array<char16_t, 0x10000> table;  // no heap: comparing must not fail
+  static const bool ready = [] {
+    for (uint32_t unit = 0; unit < 0x10000; ++unit) table[unit] = static_cast<char16_t>(unit);
     for (const FoldRun& run : kFoldRuns) {
       for (uint32_t unit = run.first; unit <= run.last; unit += run.step) {
-        (*filled)[unit] = static_cast<char16_t>(unit + run.offset);
+        table[unit] = static_cast<char16_t>(unit + run.offset);
       }
     }
-    return filled;
+    return true;
   }();
-  return *table;
+  static_cast<void>(ready);
+  return table;
 }
 
 bool IsHigh(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
