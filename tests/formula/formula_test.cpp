@@ -99,6 +99,7 @@ class TestDrawing : public EvaluationContext {
       {"P{Page-1}!User.PageNumber", FormulaValue::Number(1)},
       {"P{Page-1}!Sheet.5!PinX", Length(-4)},
       {"P{it's}!User.PageNumber", FormulaValue::Number(9)},
+      {"P{[x]}!User.PageNumber", FormulaValue::Number(5)},
       {"P{Motor / Main circuit}!User.PageName", FormulaValue::Text("Motor / Main circuit")},
       {"P{Motor / Main circuit}!Sheet.5!PinX", Length(2)},
       {"P{Motor / Main circuit}!{Relay}!User.Ref", FormulaValue::Text("K9")},

@@ -1,6 +1,8 @@
 #include "platform/embedded/drawing/formula.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -46,7 +48,10 @@ class Stack {
 };
 
 /// The unit a sum or product is shown in.
-Unit SumUnit(Unit a, Unit b) { return a != Unit::kNumber ? a : b; }
+Unit SumUnit(Unit a, Unit b) {
+  if (a == Unit::kDate || b == Unit::kDate) return Unit::kDate;
+  return a != Unit::kNumber ? a : b;
+}
 Unit ProductUnit(Unit a, Unit b) {
   const auto plain = [](Unit unit) { return unit == Unit::kNumber || unit == Unit::kPercent; };
   if (plain(a)) return plain(b) ? Unit::kNumber : b;
@@ -58,25 +63,32 @@ Unit QuotientUnit(Unit a, Unit b) {
   return plain(a) ? Unit::kMultiDimensional : Unit::kNumber;  // a length by a length is a number
 }
 
+/// Texts compare by the numbers they hold (STRSAME is there for texts). The signs take what differs
+/// by rounding alone as equal, the words (EQ, LT …) do not.
 bool Compare(OpCode code, const FormulaValue& a, const FormulaValue& b) {
-  int order = 0;
-  if (a.kind == Kind::kText && b.kind == Kind::kText) {
-    order = a.text.compare(b.text);
-  } else {
-    const double x = a.ToNumber();
-    const double y = b.ToNumber();
-    order = x < y ? -1 : x > y ? 1 : 0;
+  constexpr double kFuzz = 1e-9;
+  const double x = a.ToNumber();
+  const double y = b.ToNumber();
+  int order = x < y ? -1 : x > y ? 1 : 0;
+  if (code < OpCode::kExactEqual &&
+      std::fabs(x - y) <= std::max(kFuzz, 1e-14 * std::max(std::fabs(x), std::fabs(y)))) {
+    order = 0;
   }
   switch (code) {
     case OpCode::kEqual:
+    case OpCode::kExactEqual:
       return order == 0;
     case OpCode::kNotEqual:
+    case OpCode::kExactNotEqual:
       return order != 0;
     case OpCode::kLess:
+    case OpCode::kExactLess:
       return order < 0;
     case OpCode::kLessEqual:
+    case OpCode::kExactLessEqual:
       return order <= 0;
     case OpCode::kGreater:
+    case OpCode::kExactGreater:
       return order > 0;
     default:
       return order >= 0;
@@ -121,7 +133,7 @@ void Arithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
       break;
     case OpCode::kSubtract:
       number = x - y;
-      unit = SumUnit(left, right);
+      unit = left == Unit::kDate && right == Unit::kDate ? Unit::kDays : SumUnit(left, right);
       break;
     case OpCode::kMultiply:
       number = x * y;
@@ -184,6 +196,14 @@ FormulaValue Formula::Evaluate(EvaluationContext& context) const {
       case OpCode::kReference:
         stack.Push(context.CellValue(*this, op.index));
         break;
+      case OpCode::kPercent: {
+        FormulaValue& top = stack.Top();
+        if (top.IsError()) break;
+        const double number = top.ToNumber() / 100;
+        stack.Drop();
+        stack.PushNumber(number, Unit::kPercent);
+        break;
+      }
       case OpCode::kNegate:
       case OpCode::kPlus: {
         FormulaValue& top = stack.Top();
@@ -209,7 +229,13 @@ FormulaValue Formula::Evaluate(EvaluationContext& context) const {
       case OpCode::kLess:
       case OpCode::kLessEqual:
       case OpCode::kGreater:
-      case OpCode::kGreaterEqual: {
+      case OpCode::kGreaterEqual:
+      case OpCode::kExactEqual:
+      case OpCode::kExactNotEqual:
+      case OpCode::kExactLess:
+      case OpCode::kExactLessEqual:
+      case OpCode::kExactGreater:
+      case OpCode::kExactGreaterEqual: {
         FormulaValue& right = stack.Top();
         FormulaValue& left = stack.Top(1);
         if (!left.IsError()) {
@@ -261,11 +287,11 @@ FormulaValue Formula::Evaluate(EvaluationContext& context) const {
 }
 
 std::string QuoteName(std::string_view name) {
-  // The name of a shape may itself look like a sheet number or a keyword; in
-  // quotes it is a name.
+  // A shape may be called as a keyword; in quotes it is a name.
   bool plain =
       !name.empty() && (static_cast<unsigned char>(name[0]) >= 0x80 ||
                         std::isalpha(static_cast<unsigned char>(name[0])) || name[0] == '_');
+  plain = plain && !EqualAscii(name, "ThePage") && !EqualAscii(name, "TheDoc");
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
     plain = plain && (byte >= 0x80 || std::isalnum(byte) || c == '_' || c == '.');

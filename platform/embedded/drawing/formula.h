@@ -55,6 +55,11 @@ enum class Unit : uint8_t {
   kMultiDimensional,
   kNurbs,
   kPolyline,
+  kDegreesMinutesSeconds,
+  kDuration,
+  kCicerosAndDidots,
+  kPicasAndPoints,
+  kMileFraction,
 };
 
 /// Unit of the code used by the file format's U attribute ("MM", "DL", "STR" …); `kNumber` when the
@@ -141,8 +146,7 @@ class EvaluationContext {
 /// Place and reason of a refused formula. `position` counts UTF-16 code units from 0.
 struct FormulaSyntaxError {
   size_t position = 0;
-  std::string
-      message;  ///< one clause without full stop: "expected \")\" after the arguments of IF"
+  std::string message;  ///< one clause without full stop: "expected \")\" after the arguments"
 };
 
 /// A compiled formula; immutable, shared by all cells with the same text.
@@ -186,7 +190,11 @@ std::string QuoteName(std::string_view name);
 /// A text constant with inner quotes doubled.
 std::string QuoteText(std::string_view text);
 
-/// FORMAT and FIELDPICTURE pictures, shared with text fields.
+/// Point in a text such as "PNT(6.25MM,-6.4MM)"; nullopt when it is none.
+std::optional<FormulaValue> PointFromText(std::string_view text) noexcept;
+
+/// FORMAT and FIELDPICTURE pictures, shared with text fields. "esc(8)" and "{<201>}" stand for a
+/// field format by its number.
 std::string FormatWithPicture(const FormulaValue& value, std::string_view picture);
 std::string FormatFieldPicture(const FormulaValue& value, int picture);
 

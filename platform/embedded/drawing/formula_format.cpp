@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+#include <numeric>
+#include <utility>
 
 #include "platform/embedded/drawing/formula_dates.h"
 #include "platform/embedded/drawing/formula_program.h"
@@ -19,39 +22,52 @@ double Shown(const FormulaValue& value) {
   return value.number / UnitFactor(value.unit);
 }
 
-std::string_view Abbreviation(Unit unit) {
-  switch (unit) {
-    case Unit::kMillimetres:
-      return "mm";
-    case Unit::kCentimetres:
-      return "cm";
-    case Unit::kMetres:
-      return "m";
-    case Unit::kKilometres:
-      return "km";
-    case Unit::kFeet:
-    case Unit::kFeetInches:
-      return "ft";
-    case Unit::kYards:
-      return "yd";
-    case Unit::kMiles:
-      return "mi";
-    case Unit::kPoints:
-    case Unit::kTypographic:
-      return "pt";
-    case Unit::kDegrees:
-    case Unit::kAngle:
-      return "deg";
-    case Unit::kRadians:
-      return "rad";
-    case Unit::kInches:
-    case Unit::kInchFraction:
-    case Unit::kDrawingUnits:
-    case Unit::kPageUnits:
-      return "in";
-    default:
-      return "";
+struct UnitLabel {
+  Unit unit;
+  std::string_view brief, full;
+};
+constexpr UnitLabel kLabels[] = {
+    {Unit::kInches, "in.", "inches"},
+    {Unit::kInchFraction, "in.", "inches"},
+    {Unit::kDrawingUnits, "in.", "inches"},
+    {Unit::kPageUnits, "in.", "inches"},
+    {Unit::kFeet, "ft.", "feet"},
+    {Unit::kYards, "yd.", "yards"},
+    {Unit::kMiles, "mi.", "miles"},
+    {Unit::kMileFraction, "mi.", "miles"},
+    {Unit::kMillimetres, "mm", "millimeters"},
+    {Unit::kCentimetres, "cm", "centimeters"},
+    {Unit::kMetres, "m", "meters"},
+    {Unit::kKilometres, "km", "kilometers"},
+    {Unit::kPoints, "pt.", "points"},
+    {Unit::kTypographic, "pt.", "points"},
+    {Unit::kPicas, "p", "picas"},
+    {Unit::kDidots, "d", "didots"},
+    {Unit::kCiceros, "c", "ciceros"},
+    {Unit::kNauticalMiles, "nm.", "nautical miles"},
+    {Unit::kDegrees, "deg.", "degrees"},
+    {Unit::kAngle, "deg.", "degrees"},
+    {Unit::kRadians, "rad", "radians"},
+    {Unit::kWeeks, "ew.", "eweeks"},
+    {Unit::kDays, "ed.", "edays"},
+    {Unit::kDuration, "ed.", "edays"},
+    {Unit::kHours, "eh.", "ehours"},
+    {Unit::kMinutes, "em.", "eminutes"},
+    {Unit::kSeconds, "es.", "eseconds"},
+};
+
+/// Label of a unit for a run of "u" or "U": short, long or universal.
+std::string Label(Unit unit, size_t run, bool capitals) {
+  std::string text;
+  for (const UnitLabel& label : kLabels) {
+    if (label.unit != unit) continue;
+    text = run == 1 ? label.brief : run == 2 ? label.full : UnitCode(unit);
   }
+  for (char& letter : text) {
+    const auto byte = static_cast<unsigned char>(letter);
+    letter = static_cast<char>(capitals ? std::toupper(byte) : std::tolower(byte));
+  }
+  return text;
 }
 
 /// Decimal digits of a magnitude, rounded half away from zero as pictures do.
@@ -96,7 +112,7 @@ bool IsDatePicture(std::string_view picture) {
     if (c == '\\') ++i;
     if (quoted || c == '\\') continue;
     if (c == '0' || c == '#' || c == '@') return false;
-    if (std::string_view("dDMyhHsCc").find(c) != std::string_view::npos) return true;
+    if (std::string_view("dDMyhHsCcw[").find(c) != std::string_view::npos) return true;
   }
   return false;
 }
@@ -127,10 +143,26 @@ std::string FormatDate(double days, std::string_view picture) {
       i = end + 1;
       continue;
     }
+    if (c == '[') {
+      // Elapsed units count on beyond the next larger one.
+      const size_t end = std::min(picture.find(']', i), picture.size());
+      const std::string_view what = picture.substr(i + 1, end - i - 1);
+      const double in_day = what.starts_with('h')   ? 24
+                            : what.starts_with('m') ? 1440
+                            : what.starts_with('s') ? 86400
+                            : what.starts_with('w') ? 1.0 / 7
+                                                    : 1;
+      text += NumberText(std::trunc(days * in_day + (days < 0 ? -1e-9 : 1e-9)));
+      i = std::min(end + 1, picture.size());
+      continue;
+    }
     size_t run = 1;
     while (i + run < picture.size() && picture[i + run] == c) ++run;
     i += run;
     switch (c) {
+      case 'w':
+        text += run == 1 ? std::string(kDays[parts.weekday]).substr(0, 3) : kDays[parts.weekday];
+        break;
       case 'y':
         if (run > 2) {
           text += std::to_string(parts.year);
@@ -147,7 +179,9 @@ std::string FormatDate(double days, std::string_view picture) {
         }
         break;
       case 'd':
-        if (run >= 3) {
+        if (run == 5) {
+          text += FormatDate(days, "M/d/yyyy");
+        } else if (run >= 3) {
           text += run == 3 ? std::string(kDays[parts.weekday]).substr(0, 3) : kDays[parts.weekday];
         } else {
           two(parts.day, run);
@@ -170,7 +204,8 @@ std::string FormatDate(double days, std::string_view picture) {
         break;
       case 'c':
       case 'C':
-        text += FormatDate(days, "M/d/yyyy");
+        text += FormatDate(days, c == 'c' ? "M/d/yyyy" : "dddd, MMMM d, yyyy");
+        if (days != std::floor(days)) text += FormatDate(days, " h:mm:ss tt");
         break;
       default:
         text.append(run, c);
@@ -179,67 +214,117 @@ std::string FormatDate(double days, std::string_view picture) {
   return text;
 }
 
-/// One section of a number picture: digits, point, grouping, percent, unit and
-/// literals in order.
-std::string FormatNumber(const FormulaValue& value, std::string_view picture) {
-  double number = Shown(value);
-  int decimals = 0, least_decimals = 0, least_whole = 0;
-  bool point = false, group = false, percent = false, placeholders = false;
-  for (size_t i = 0; i < picture.size(); ++i) {
-    switch (picture[i]) {
-      case '\\':
-        ++i;
-        break;
-      case '"':
-      case '\'':
-        i = std::min(picture.find(picture[i], i + 1), picture.size());
-        break;
-      case '0':
-        placeholders = true;
-        if (point) {
-          least_decimals = ++decimals;
-        } else {
-          ++least_whole;
-        }
-        break;
-      case '#':
-        placeholders = true;
-        if (point) ++decimals;
-        break;
-      case '.':
-        point = true;
-        break;
-      case ',':
-        group = true;
-        break;
-      case '%':
-        percent = true;
-        break;
-      default:
-        break;
+bool IsPlaceholder(char c) { return c == '0' || c == '#'; }
+
+/// A magnitude by the digits of a slot such as "#,##0.00"; grouping and point included.
+std::string Decimal(double magnitude, std::string_view slot) {
+  int decimals = 0;
+  size_t least_decimals = 0, least_whole = 0;
+  bool point = false, group = false;
+  for (const char c : slot) {
+    if (c == '.') point = true;
+    if (c == ',') group = true;
+    if (!IsPlaceholder(c)) continue;
+    if (point) {
+      ++decimals;
+      if (c == '0') least_decimals = static_cast<size_t>(decimals);
+    } else if (c == '0') {
+      ++least_whole;
     }
   }
-  if (percent) number *= 100;
-  Digits digits = Split(std::fabs(number), decimals);
-  while (static_cast<int>(digits.fraction.size()) < least_decimals) digits.fraction.push_back('0');
-  while (static_cast<int>(digits.fraction.size()) > least_decimals &&
-         digits.fraction.back() == '0') {
+  Digits digits = Split(magnitude, decimals);
+  if (digits.fraction.size() < least_decimals) digits.fraction.resize(least_decimals, '0');
+  while (digits.fraction.size() > least_decimals && digits.fraction.back() == '0') {
     digits.fraction.pop_back();
   }
-  while (static_cast<int>(digits.whole.size()) < least_whole)
-    digits.whole.insert(digits.whole.begin(), '0');
+  if (digits.whole.size() < least_whole) {
+    digits.whole.insert(0, least_whole - digits.whole.size(), '0');
+  }
   if (group) {
     for (int at = static_cast<int>(digits.whole.size()) - 3; at > 0; at -= 3) {
       digits.whole.insert(static_cast<size_t>(at), 1, ',');
     }
   }
-  const bool zero =
-      (digits.whole + digits.fraction).find_first_of("123456789") == std::string::npos;
-  std::string shown = (number < 0 && !zero ? "-" : "") + digits.whole;
-  if (!digits.fraction.empty()) shown += "." + digits.fraction;
+  return digits.fraction.empty() ? digits.whole : digits.whole + "." + digits.fraction;
+}
 
-  std::string text;
-  bool written = false;
+/// "#/4", "#/#8", "#/##": whole part, then the nearest fraction.
+std::string Fraction(double magnitude, std::string_view denominator, bool with_whole) {
+  const size_t placeholders = std::min(denominator.find_first_not_of('#'), denominator.size());
+  double whole = std::floor(magnitude);
+  const double rest = magnitude - whole;
+  int64_t below = 1;
+  int64_t above = 0;
+  if (placeholders < denominator.size()) {
+    std::from_chars(denominator.data() + placeholders, denominator.data() + denominator.size(),
+                    below);
+    below = std::clamp<int64_t>(below, 1, 1000000);
+    above = std::llround(rest * static_cast<double>(below));
+  } else {
+    const int64_t last = placeholders < 2 ? 9 : placeholders < 3 ? 99 : 999;
+    double nearest = 2;
+    for (int64_t candidate = 1; candidate <= last; ++candidate) {
+      const auto count = std::llround(rest * static_cast<double>(candidate));
+      const double off =
+          std::fabs(rest - static_cast<double>(count) / static_cast<double>(candidate));
+      if (off < nearest - 1e-12) {
+        nearest = off;
+        below = candidate;
+        above = count;
+      }
+    }
+  }
+  if (placeholders > 0 && above > 0) {
+    const int64_t common = std::gcd(above, below);
+    above /= common;
+    below /= common;
+  }
+  if (!with_whole) {
+    return NumberText(whole * static_cast<double>(below) + static_cast<double>(above)) + "/" +
+           std::to_string(below);
+  }
+  if (above == below) {
+    whole += 1;
+    above = 0;
+  }
+  if (above == 0) return NumberText(whole);
+  const std::string part = std::to_string(above) + "/" + std::to_string(below);
+  return whole == 0 ? part : NumberText(whole) + " " + part;
+}
+
+/// "###.#e+#": as many digits before the point as there are placeholders.
+std::string Scientific(double magnitude, std::string_view slot, char letter, bool plus,
+                       size_t least_digits) {
+  const size_t point = std::min(slot.find('.'), slot.size());
+  const auto before = static_cast<int>(std::max<size_t>(point, 1));
+  int exponent = 0;
+  if (magnitude > 0) {
+    exponent = static_cast<int>(std::floor(std::log10(magnitude))) - (before - 1);
+    magnitude /= std::pow(10.0, exponent);
+  }
+  std::string text = Decimal(magnitude, slot);
+  text.push_back(letter);
+  if (exponent < 0) text.push_back('-');
+  if (exponent >= 0 && plus) text.push_back('+');
+  std::string digits = std::to_string(std::abs(exponent));
+  if (digits.size() < least_digits) digits.insert(0, least_digits - digits.size(), '0');
+  return text + digits;
+}
+
+/// One section of a number picture: slot of digits, percent sign, unit labels and literals.
+std::string FormatNumber(const FormulaValue& value, std::string_view picture) {
+  double number = Shown(value);
+  bool percent = false;
+  for (size_t i = 0; i < picture.size(); ++i) {
+    if (picture[i] == '\\') ++i;
+    if (picture[i < picture.size() ? i : 0] == '"')
+      i = std::min(picture.find('"', i + 1), picture.size());
+    percent = percent || (i < picture.size() && picture[i] == '%');
+  }
+  if (percent) number *= 100;
+  const double magnitude = std::fabs(number);
+  std::string text, shown;
+  size_t sign_at = std::string::npos;
   for (size_t i = 0; i < picture.size(); ++i) {
     const char c = picture[i];
     if (c == '\\' && i + 1 < picture.size()) {
@@ -248,19 +333,77 @@ std::string FormatNumber(const FormulaValue& value, std::string_view picture) {
       const size_t end = std::min(picture.find(c, i + 1), picture.size());
       text += picture.substr(i + 1, end - i - 1);
       i = end;
-    } else if (c == '0' || c == '#' || c == '.' || c == ',') {
-      if (placeholders && !written) text += shown;
-      if (!placeholders) text.push_back(c);
-      written = true;
-    } else if (c == 'u' || c == 'U') {
-      while (i + 1 < picture.size() && picture[i + 1] == c) ++i;
-      std::string unit(Abbreviation(value.unit));
-      if (c == 'U') {
-        for (char& letter : unit)
-          letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+    } else if ((IsPlaceholder(c) || c == '.') && sign_at == std::string::npos) {
+      size_t end = std::min(picture.find_first_not_of("0#.,", i), picture.size());
+      std::string_view slot = picture.substr(i, end - i);
+      const auto after = [&](size_t at) { return at < picture.size() ? picture[at] : '\0'; };
+      // A second slot before "/" is the numerator of a fraction.
+      const size_t next = std::min(picture.find_first_not_of(' ', end), picture.size());
+      const size_t bar = std::min(picture.find_first_not_of("0#", next), picture.size());
+      const bool mixed = next > end && bar > next && after(bar) == '/';
+      if (slot.find_first_of("0#") == std::string_view::npos) {
+        text += slot;
+        i = end - 1;
+        continue;
       }
-      if (unit.empty() && !text.empty() && text.back() == ' ') text.pop_back();
-      text += unit;
+      sign_at = text.size();
+      if (mixed || after(end) == '/') {
+        const size_t from = (mixed ? bar : end) + 1;
+        end = std::min(picture.find_first_not_of("#0123456789", from), picture.size());
+        shown = Fraction(magnitude, picture.substr(from, end - from), mixed);
+      } else if ((after(end) == 'e' || after(end) == 'E') &&
+                 (after(end + 1) == '+' || after(end + 1) == '-') &&
+                 IsPlaceholder(after(end + 2))) {
+        const size_t last = std::min(picture.find_first_not_of("0#", end + 2), picture.size());
+        const std::string_view places = picture.substr(end + 2, last - end - 2);
+        shown = Scientific(magnitude, slot, after(end), after(end + 1) == '+',
+                           static_cast<size_t>(std::count(places.begin(), places.end(), '0')));
+        end = last;
+      } else if (value.unit == Unit::kFeetInches && value.kind == FormulaValue::Kind::kNumber &&
+                 after(picture.find_first_not_of(' ', end)) == 'u') {
+        // Feet and inches are labelled one by one.
+        const std::string gap(next - end, ' ');
+        const double inches = std::fabs(value.number);
+        const double feet = std::floor(inches / 12 + 1e-9);
+        if (feet > 0 || slot[0] == '0') shown = NumberText(feet) + gap + "ft. ";
+        shown += Decimal(std::max(0.0, inches - feet * 12), slot) + gap + "in.";
+        end = std::min(picture.find_first_not_of('u', next), picture.size());
+      } else {
+        shown = Decimal(magnitude, slot);
+      }
+      text += shown;
+      i = end - 1;
+    } else if (c == 'u' || c == 'U') {
+      const size_t end = std::min(picture.find_first_not_of(c, i), picture.size());
+      const std::string label = Label(value.unit, end - i, c == 'U');
+      if (label.empty() && !text.empty() && text.back() == ' ') text.pop_back();
+      text += label;
+      i = end - 1;
+    } else {
+      text.push_back(c);
+    }
+  }
+  if (number < 0 && shown.find_first_of("123456789") != std::string::npos)
+    text.insert(sign_at, "-");
+  return text;
+}
+
+/// "@" stands for the text, "@+" in capitals and "@-" in small letters.
+std::string FormatText(std::string_view value, std::string_view picture) {
+  std::string text;
+  for (size_t i = 0; i < picture.size(); ++i) {
+    const char c = picture[i];
+    if (c == '\\' && i + 1 < picture.size()) {
+      text.push_back(picture[++i]);
+    } else if (c == '"' || c == '\'') {
+      const size_t end = std::min(picture.find(c, i + 1), picture.size());
+      text += picture.substr(i + 1, end - i - 1);
+      i = end;
+    } else if (c == '@') {
+      const char change = i + 1 < picture.size() ? picture[i + 1] : '\0';
+      const bool cased = change == '+' || change == '-';
+      if (cased) ++i;
+      text += !cased ? std::string(value) : change == '+' ? UpperText(value) : LowerText(value);
     } else {
       text.push_back(c);
     }
@@ -272,21 +415,15 @@ std::string FormatNumber(const FormulaValue& value, std::string_view picture) {
 
 std::string FormatWithPicture(const FormulaValue& value, std::string_view picture) {
   if (value.IsError() || picture.empty()) return value.ToText();
+  if (const auto field = FieldPictureNumber(picture)) return FormatFieldPicture(value, *field);
+  if (picture.starts_with("{{") && picture.ends_with("}}") && picture.size() >= 4) {
+    picture = picture.substr(2, picture.size() - 4);
+    if (value.kind == FormulaValue::Kind::kNumber) return FormatDate(value.number, picture);
+  }
   double number = 0;
   if (value.kind == FormulaValue::Kind::kText && !TextNumber(value.text, number)) {
-    // "@" stands for the text, with "@+" in capitals and "@-" in small letters.
-    const size_t at = picture.find('@');
-    if (at == std::string_view::npos) return value.text;
-    std::string text = value.text;
-    const char change = at + 1 < picture.size() ? picture[at + 1] : '\0';
-    if (change == '+' || change == '-') {
-      for (char& c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        c = static_cast<char>(change == '+' ? std::toupper(byte) : std::tolower(byte));
-      }
-    }
-    return std::string(picture.substr(0, at)) + text +
-           std::string(picture.substr(at + (change == '+' || change == '-' ? 2 : 1)));
+    return picture.find('@') == std::string_view::npos ? value.text
+                                                       : FormatText(value.text, picture);
   }
   if (picture == "@") return value.ToText();
   if (IsDatePicture(picture)) return FormatDate(value.ToNumber(), picture);
@@ -313,41 +450,101 @@ std::string FormatWithPicture(const FormulaValue& value, std::string_view pictur
   return FormatNumber(value, sections[0]);
 }
 
+std::optional<int> FieldPictureNumber(std::string_view picture) noexcept {
+  for (const auto& [open, close] : {std::pair<std::string_view, std::string_view>{"esc(", ")"},
+                                    std::pair<std::string_view, std::string_view>{"{<", ">}"}}) {
+    if (!picture.starts_with(open) || !picture.ends_with(close)) continue;
+    const char* end = picture.data() + picture.size() - close.size();
+    int number = 0;
+    const auto result = std::from_chars(picture.data() + open.size(), end, number);
+    if (result.ec == std::errc() && result.ptr == end) return number;
+  }
+  return std::nullopt;
+}
+
 std::string FormatFieldPicture(const FormulaValue& value, int picture) {
-  // VisFieldFormats: general, then none to three decimals, without and with
-  // unit in turn.
-  static constexpr std::string_view kDecimals[] = {"0", "0.0", "0.00", "0.000"};
-  if (value.kind == FormulaValue::Kind::kText || value.IsError()) {
-    if (picture == 38) return FormatWithPicture(value, "@-");
-    if (picture == 39) return FormatWithPicture(value, "@+");
-    return value.ToText();
+  // The numbers of VisFieldFormats; those that only East Asian languages have show the value as it
+  // is.
+  struct FieldFormat {
+    int number;
+    std::string_view picture;
+  };
+  static constexpr FieldFormat kFormats[] = {
+      {0, "0.####"},
+      {1, "0.#### u"},
+      {2, "0"},
+      {3, "0 u"},
+      {4, "0.0"},
+      {5, "0.0 u"},
+      {6, "0.00"},
+      {7, "0.00 u"},
+      {8, "0.000"},
+      {9, "0.000 u"},
+      {15, "# #/#"},
+      {16, "# #/# u"},
+      {17, "# #/##"},
+      {18, "# #/## u"},
+      {20, "M/d/yyyy"},
+      {21, "dddd, MMMM d, yyyy"},
+      {22, "M/d/yy"},
+      {23, "MM/dd/yy"},
+      {24, "MMM d, yyyy"},
+      {25, "MMMM d, yyyy"},
+      {26, "d/M/yy"},
+      {27, "dd/MM/yy"},
+      {28, "d MMM, yyyy"},
+      {29, "d MMMM, yyyy"},
+      {30, "h:mm:ss tt"},
+      {31, "h:mm"},
+      {32, "hh:mm"},
+      {33, "H:mm"},
+      {34, "HH:mm"},
+      {35, "h:mm tt"},
+      {36, "hh:mm tt"},
+      {200, "M/d/yyyy"},
+      {201, "dddd, MMMM dd, yyyy"},
+      {202, "MMMM d, yyyy"},
+      {203, "M/d/yy"},
+      {204, "yyyy-MM-dd"},
+      {205, "d-MMM-yy"},
+      {206, "M/d/yy"},
+      {207, "MMM. d, yy"},
+      {208, "d MMMM yyyy"},
+      {209, "MMMM yy"},
+      {210, "MMM-yy"},
+      {211, "M/d/yyyy h:mm tt"},
+      {212, "M/d/yyyy h:mm:ss tt"},
+      {213, "h:mm tt"},
+      {214, "h:mm:ss tt"},
+      {215, "H:mm"},
+      {216, "H:mm:ss"},
+  };
+  using Kind = FormulaValue::Kind;
+  if (value.kind == Kind::kText) {
+    if (picture == 38) return LowerText(value.text);
+    if (picture == 39) return UpperText(value.text);
   }
-  if (picture == 0) {
-    return value.kind == FormulaValue::Kind::kNumber && value.unit != Unit::kDate
-               ? FormatWithPicture(value, "0.####")
-               : value.ToText();
-  }
-  if (picture >= 2 && picture <= 9) {
-    std::string format(kDecimals[(picture - 2) / 2]);
-    if (picture % 2 == 1) format += " u";
-    return FormatWithPicture(value, format);
-  }
+  if (value.kind != Kind::kNumber) return value.ToText();
   switch (picture) {
+    case 10:
+    case 13:
+    case 14: {
+      const std::string_view format = picture == 10 ? "0 u" : picture == 13 ? "0.0 u" : "0.00 u";
+      return FormatWithPicture(FormulaValue::Number(value.number, Unit::kFeetInches), format);
+    }
     case 11:
-      return NumberText(value.number) + " rad";
+      return FormatWithPicture(FormulaValue::Number(value.number, Unit::kRadians), "0.#### u");
     case 12:
-      return FormatWithPicture(FormulaValue::Number(value.number, Unit::kDegrees), "0.####") +
-             " deg";
-    case 20:
-      return FormatWithPicture(value, "M/d/yyyy");
-    case 21:
-      return FormatWithPicture(value, "dddd, MMMM d, yyyy");
-    case 30:
-    case 31:
-      return FormatWithPicture(value, "H:mm");
+      return FormatWithPicture(FormulaValue::Number(value.number, Unit::kDegrees), "0.#### u");
     default:
-      return value.ToText();
+      break;
   }
+  // A date in a number format stays a date.
+  if (value.unit == Unit::kDate && picture < 20) return value.ToText();
+  for (const FieldFormat& format : kFormats) {
+    if (format.number == picture) return FormatWithPicture(value, format.picture);
+  }
+  return value.ToText();
 }
 
 }  // namespace ohmwise::embedded

@@ -52,6 +52,25 @@ DateParts SplitDate(double days) {
   return parts;
 }
 
+/// Simple case mapping; letters without a partner stay.
+std::string LowerText(std::string_view text) { return ToUtf8(FoldCase(FromUtf8(text))); }
+std::string UpperText(std::string_view text) {
+  static const auto kUpper = [] {
+    std::unordered_map<char16_t, char16_t> table;
+    for (uint32_t unit = 0xFFFF; unit > 0; --unit) {
+      const char16_t folded = FoldCase(static_cast<char16_t>(unit));
+      // The lowest partner is the plain capital letter; the capital sharp s is in no common use.
+      if (folded != unit && unit != 0x1E9E) table[folded] = static_cast<char16_t>(unit);
+    }
+    return table;
+  }();
+  std::u16string result = FromUtf8(text);
+  for (char16_t& unit : result) {
+    if (const auto found = kUpper.find(unit); found != kUpper.end()) unit = found->second;
+  }
+  return ToUtf8(result);
+}
+
 namespace {
 
 using Value = FormulaValue;
@@ -135,6 +154,10 @@ Value IsErrValue(Args a) {
   return Value::Boolean(a.values[0].IsError() && a.values[0].error == FormulaErrorKind::kValue);
 }
 Value Same(Args a) { return a.values[0]; }
+/// SETATREF shows the cell it redirects to, unless it is told to show nothing.
+Value SetAtRef(Args a) { return a.Has(2) && a.Number(2) != 0 ? Value::Number(0) : a.values[0]; }
+/// What was set last stands in the formula itself.
+Value SetAtRefExpression(Args a) { return a.Has(0) ? a.values[0] : Value::Number(0); }
 Value Nothing(Args) { return Value::Number(0); }
 Value NotAvailable(Args) { return Error(FormulaErrorKind::kNotAvailable); }
 Value NoReference(Args) { return Error(FormulaErrorKind::kReference); }
@@ -155,7 +178,7 @@ Value Trunc(Args a) {
 }
 /// The step of CEILING, FLOOR and MODULUS: a bare number is one in the unit of the value.
 double Step(Args a) {
-  if (a.size() < 2) return UnitFactor(UnitOf(a.values[0]));
+  if (!a.Has(1)) return UnitFactor(UnitOf(a.values[0]));
   const double step = a.Number(1);
   return UnitOf(a.values[1]) == Unit::kNumber ? step * UnitFactor(UnitOf(a.values[0])) : step;
 }
@@ -172,10 +195,13 @@ Value Modulus(Args a) {
   }
   return Value::Number(rest, UnitOf(a.values[0]));
 }
+/// A multiple of the other sign cannot be rounded to.
+bool Opposed(Args a) { return a.Has(1) && a.Number(0) * a.Number(1) < 0; }
 /// Away from zero to a multiple.
 Value Ceiling(Args a) {
   const double step = std::fabs(Step(a));
   const double number = a.Number(0);
+  if (Opposed(a)) return Error(FormulaErrorKind::kNumber);
   if (step == 0) return Value::Number(0, UnitOf(a.values[0]));
   const double steps = std::ceil(Quotient(std::fabs(number), step));
   return Value::Number(std::copysign(steps * step, number), UnitOf(a.values[0]));
@@ -184,12 +210,13 @@ Value Ceiling(Args a) {
 Value Floor(Args a) {
   const double step = std::fabs(Step(a));
   const double number = a.Number(0);
+  if (Opposed(a)) return Error(FormulaErrorKind::kNumber);
   if (step == 0) return Value::Number(0, UnitOf(a.values[0]));
   const double steps = std::floor(Quotient(std::fabs(number), step));
   return Value::Number(std::copysign(steps * step, number), UnitOf(a.values[0]));
 }
 Value Sign(Args a) {
-  const double fuzz = a.size() > 1 ? std::fabs(a.Number(1)) : 0;
+  const double fuzz = a.Has(1) ? std::fabs(a.Number(1)) : 1e-9;
   const double number = a.Number(0);
   return Value::Number(std::fabs(number) <= fuzz ? 0 : number < 0 ? -1 : 1);
 }
@@ -264,16 +291,20 @@ Value Bits(Args a) {
 Value BitNot(Args a) {
   return Value::Number(static_cast<double>(65535 & ~static_cast<int64_t>(a.Number(0))));
 }
-/// Holds a value within the first range that is not switched off (type 0: ends
-/// included).
+/// Holds a value inside the nearest range that is not switched off (type 0) or outside of every
+/// such range (type 1); type 2 leaves it alone.
 Value Bound(Args a) {
   const double number = a.Number(0);
-  if (a.Number(1) != 0) return a.Number(1) == 2 ? a.values[0] : Error(FormulaErrorKind::kValue);
+  const double type = a.Number(1);
   double best = number, distance = -1;
-  for (size_t i = 2; i + 2 < a.size(); i += 3) {
+  for (size_t i = 2; type != 2 && i + 2 < a.size(); i += 3) {
     if (a.Number(i) != 0) continue;
     const double low = std::min(a.Number(i + 1), a.Number(i + 2));
     const double high = std::max(a.Number(i + 1), a.Number(i + 2));
+    if (type == 1) {
+      if (best > low && best < high) best = best - low < high - best ? low : high;
+      continue;
+    }
     const double held = std::clamp(number, low, high);
     if (distance < 0 || std::fabs(held - number) < distance) {
       distance = std::fabs(held - number);
@@ -283,27 +314,31 @@ Value Bound(Args a) {
   return Value::Number(best, UnitOf(a.values[0]));
 }
 Value Point(Args a) { return Value::Point(a.Number(0), a.Number(1)); }
-Value PointX(Args a) {
-  return a.values[0].kind == Kind::kPoint ? Value::Number(a.values[0].number, Unit::kDrawingUnits)
-                                          : Error(FormulaErrorKind::kValue);
-}
-Value PointY(Args a) {
-  return a.values[0].kind == Kind::kPoint ? Value::Number(a.values[0].y, Unit::kDrawingUnits)
-                                          : Error(FormulaErrorKind::kValue);
+/// One part of a point; cells keep points as texts too.
+template <double Value::*part>
+Value PointPart(Args a) {
+  if (a.values[0].kind == Kind::kPoint) {
+    return Value::Number(a.values[0].*part, Unit::kDrawingUnits);
+  }
+  const auto point = PointFromText(a.values[0].text);
+  return point ? Value::Number((*point).*part, Unit::kDrawingUnits)
+               : Error(FormulaErrorKind::kValue);
 }
 
 // Texts: positions and lengths count UTF-16 code units
 // ----------------------------------------------
+constexpr size_t kLongestText = 1u << 20;
+
 size_t Length(double number) {
   return number <= 0 ? 0 : static_cast<size_t>(std::min(number, 1e9));
 }
 
 Value Left(Args a) {
-  return Value::Text(ToUtf8(FromUtf8(a.Text(0)).substr(0, a.size() > 1 ? Length(a.Number(1)) : 1)));
+  return Value::Text(ToUtf8(FromUtf8(a.Text(0)).substr(0, a.Has(1) ? Length(a.Number(1)) : 1)));
 }
 Value Right(Args a) {
   const std::u16string text = FromUtf8(a.Text(0));
-  const size_t length = std::min(a.size() > 1 ? Length(a.Number(1)) : 1, text.size());
+  const size_t length = std::min(a.Has(1) ? Length(a.Number(1)) : 1, text.size());
   return Value::Text(ToUtf8(text.substr(text.size() - length)));
 }
 Value Mid(Args a) {
@@ -314,14 +349,16 @@ Value Mid(Args a) {
 }
 Value Len(Args a) { return Value::Number(static_cast<double>(FromUtf8(a.Text(0)).size())); }
 Value Find(Args a) {
-  const bool ignore_case = a.size() > 3 && a.Number(3) != 0;
+  const bool ignore_case = a.Has(3) && a.Number(3) != 0;
   const auto prepared = [&](size_t i) {
     std::u16string text = FromUtf8(a.Text(i));
     return ignore_case ? FoldCase(text) : text;
   };
   const double start = a.Has(2) ? a.Number(2) : 1;
   if (start < 1) return Error(FormulaErrorKind::kValue);
-  const size_t found = prepared(1).find(prepared(0), Length(start) - 1);
+  const std::u16string within = prepared(1);
+  if (start > static_cast<double>(within.size())) return Error(FormulaErrorKind::kValue);
+  const size_t found = within.find(prepared(0), Length(start) - 1);
   if (found == std::u16string::npos) return Error(FormulaErrorKind::kValue);
   return Value::Number(static_cast<double>(found) + 1);
 }
@@ -333,16 +370,25 @@ Value Replace(Args a) {
   return Value::Text(ToUtf8(text));
 }
 Value Substitute(Args a) {
-  const std::string text = a.Text(0), from = a.Text(1), to = a.Text(2);
-  const double which = a.Has(3) ? a.Number(3) : 0;
-  if (from.empty()) return Value::Text(text);
-  std::string result;
+  const std::u16string text = FromUtf8(a.Text(0)), from = FromUtf8(a.Text(1)),
+                       to = FromUtf8(a.Text(2));
+  const double which = a.Has(3) ? std::trunc(a.Number(3)) : 0;
+  const bool ignore_case = a.Has(4) && a.Number(4) != 0;
+  if (from.empty()) return Value::Text(a.Text(0));
+  // Folding keeps every code unit in its place.
+  const std::u16string searched = ignore_case ? FoldCase(text) : text;
+  const std::u16string wanted = ignore_case ? FoldCase(from) : from;
+  std::u16string result;
   size_t begin = 0;
   double count = 0;
   for (;;) {
-    const size_t found = text.find(from, begin);
-    if (found == std::string::npos) return Value::Text(result + text.substr(begin));
-    result += text.substr(begin, found - begin);
+    const size_t found = searched.find(wanted, begin);
+    if (found == std::u16string::npos) {
+      return Value::Text(ToUtf8(result.append(text, begin)));
+    }
+    result.append(text, begin, found - begin);
+    // A short pattern with a long replacement must not eat the memory.
+    if (result.size() + to.size() > kLongestText) return Error(FormulaErrorKind::kValue);
     ++count;
     result += which == 0 || which == count ? to : from;
     begin = found + from.size();
@@ -351,7 +397,7 @@ Value Substitute(Args a) {
 Value Repeat(Args a) {
   const std::string text = a.Text(0);
   const size_t count = Length(a.Number(1));
-  if (text.size() * count > (1u << 20)) return Error(FormulaErrorKind::kValue);
+  if (text.size() * count > kLongestText) return Error(FormulaErrorKind::kValue);
   std::string result;
   for (size_t i = 0; i < count; ++i) result += text;
   return Value::Text(result);
@@ -366,24 +412,8 @@ Value TrimBlanks(Args a) {
   if (!result.empty() && result.back() == ' ') result.pop_back();
   return Value::Text(result);
 }
-/// Simple case mapping; letters without a partner stay.
-Value Lower(Args a) { return Value::Text(ToUtf8(FoldCase(FromUtf8(a.Text(0))))); }
-Value Upper(Args a) {
-  static const auto kUpper = [] {
-    std::unordered_map<char16_t, char16_t> table;
-    for (uint32_t unit = 0xFFFF; unit > 0; --unit) {
-      const char16_t folded = FoldCase(static_cast<char16_t>(unit));
-      // The lowest partner is the plain capital letter; the capital sharp s is in no common use.
-      if (folded != unit && unit != 0x1E9E) table[folded] = static_cast<char16_t>(unit);
-    }
-    return table;
-  }();
-  std::u16string text = FromUtf8(a.Text(0));
-  for (char16_t& unit : text) {
-    if (const auto found = kUpper.find(unit); found != kUpper.end()) unit = found->second;
-  }
-  return Value::Text(ToUtf8(text));
-}
+Value Lower(Args a) { return Value::Text(LowerText(a.Text(0))); }
+Value Upper(Args a) { return Value::Text(UpperText(a.Text(0))); }
 /// Characters of code page 1252 beyond ISO 8859-1.
 constexpr std::array<char16_t, 32> kCp1252 = {
     0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
@@ -407,7 +437,7 @@ Value UniChar(Args a) {
 }
 Value StrSame(Args a) {
   const std::string x = a.Text(0), y = a.Text(1);
-  const bool ignore_case = a.size() > 2 && a.Number(2) != 0;
+  const bool ignore_case = a.Has(2) && a.Number(2) != 0;
   return Value::Boolean(ignore_case ? EqualNoCase(FromUtf8(x), FromUtf8(y)) : x == y);
 }
 std::vector<std::string> Items(const std::string& list, const std::string& delimiter) {
@@ -440,10 +470,22 @@ Value Lookup(Args a) {
   }
   return Value::Number(-1);
 }
-Value Format(Args a) { return Value::Text(FormatWithPicture(a.values[0], a.Text(1))); }
-/// A field format as the file keeps it: a picture by its number.
+Value Format(Args a) {
+  const std::string picture = a.Text(1);
+  double number = 0;
+  // A picture of digits has no place for a text that is no number.
+  if (a.values[0].kind == Kind::kText && !TextNumber(a.values[0].text, number) &&
+      !a.values[0].text.empty() && picture.find_first_of("0#") != std::string::npos &&
+      picture.find('@') == std::string::npos && !FieldPictureNumber(picture)) {
+    return Error(FormulaErrorKind::kValue);
+  }
+  return Value::Text(FormatWithPicture(a.values[0], picture));
+}
+/// The picture of a field format by its number; formats of the office suite begin at 200.
 Value FieldPicture(Args a) {
-  return Value::Text("{<" + NumberText(std::trunc(a.Number(0))) + ">}");
+  const double number = std::trunc(a.Number(0));
+  return Value::Text(number < 200 ? "esc(" + NumberText(number) + ")"
+                                  : "{<" + NumberText(number) + ">}");
 }
 
 // Dates
@@ -549,8 +591,8 @@ constexpr FunctionInfo kFunctions[] = {
     {"PI", 0, 0, Pi},
     {"PLAYSOUND", 1, 255, Nothing},
     {"PNT", 2, 2, Strict<Point>},
-    {"PNTX", 1, 1, Strict<PointX>},
-    {"PNTY", 1, 1, Strict<PointY>},
+    {"PNTX", 1, 1, Strict<PointPart<&Value::number>>},
+    {"PNTY", 1, 1, Strict<PointPart<&Value::y>>},
     {"POW", 2, 2, Strict<Power>},
     {"RAD", 1, 1, Strict<Radians>},
     {"REF", 0, 0, NoReference},
@@ -561,14 +603,16 @@ constexpr FunctionInfo kFunctions[] = {
     {"RUNADDON", 1, 1, Nothing},
     {"RUNADDONWARGS", 2, 2, Nothing},
     {"SECOND", 1, 2, Strict<DatePart<&DateParts::second>>},
-    {"SETATREF", 1, 3, Same},
+    {"SETATREF", 1, 3, SetAtRef},
+    {"SETATREFEVAL", 1, 1, Same},
+    {"SETATREFEXPR", 0, 1, SetAtRefExpression},
     {"SHAPETEXT", 1, 2, Property},
     {"SIGN", 1, 2, Strict<Sign>},
     {"SIN", 1, 1, Strict<Plain<std::sin>>},
     {"SINH", 1, 1, Strict<Plain<std::sinh>>},
     {"SQRT", 1, 1, Strict<Sqrt>},
     {"STRSAME", 2, 3, Strict<StrSame>},
-    {"SUBSTITUTE", 3, 4, Strict<Substitute>},
+    {"SUBSTITUTE", 3, 5, Strict<Substitute>},
     {"SUM", 1, 255, Strict<Sum>},
     {"TAN", 1, 1, Strict<Plain<std::tan>>},
     {"TANH", 1, 1, Strict<Plain<std::tanh>>},

@@ -10,8 +10,7 @@ namespace {
 constexpr int kDeepest = 256;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-/// Letters of names: ASCII letters, "_" and everything beyond ASCII but the
-/// no-break space.
+/// Letters of names: ASCII letters, "_" and everything beyond ASCII.
 bool IsNameStart(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
          static_cast<unsigned char>(c) >= 0x80;
@@ -31,12 +30,37 @@ struct BinaryOperator {
 };
 // Longer signs first.
 constexpr BinaryOperator kBinary[] = {
-    {"<=", OpCode::kLessEqual, 1},  {">=", OpCode::kGreaterEqual, 1}, {"<>", OpCode::kNotEqual, 1},
-    {"=", OpCode::kEqual, 1},       {"<", OpCode::kLess, 1},          {">", OpCode::kGreater, 1},
-    {"&", OpCode::kConcatenate, 2}, {"+", OpCode::kAdd, 3},           {"-", OpCode::kSubtract, 3},
-    {"*", OpCode::kMultiply, 4},    {"/", OpCode::kDivide, 4},        {"^", OpCode::kPower, 5},
+    {"<=", OpCode::kLessEqual, 2},  {">=", OpCode::kGreaterEqual, 2}, {"<>", OpCode::kNotEqual, 1},
+    {"=", OpCode::kEqual, 1},       {"<", OpCode::kLess, 2},          {">", OpCode::kGreater, 2},
+    {"&", OpCode::kConcatenate, 3}, {"+", OpCode::kAdd, 4},           {"-", OpCode::kSubtract, 4},
+    {"*", OpCode::kMultiply, 5},    {"/", OpCode::kDivide, 5},        {"^", OpCode::kPower, 6},
 };
-constexpr int kUnaryPrecedence = 6;
+constexpr BinaryOperator kWords[] = {
+    {"EQ", OpCode::kExactEqual, 1},   {"NE", OpCode::kExactNotEqual, 1},
+    {"LT", OpCode::kExactLess, 2},    {"LE", OpCode::kExactLessEqual, 2},
+    {"GT", OpCode::kExactGreater, 2}, {"GE", OpCode::kExactGreaterEqual, 2},
+};
+constexpr int kUnaryPrecedence = 7;
+
+const BinaryOperator* WordOperator(std::string_view word) {
+  for (const BinaryOperator& candidate : kWords) {
+    if (EqualAscii(candidate.sign, word)) return &candidate;
+  }
+  return nullptr;
+}
+
+/// Units whose values may stand in one literal: 1 ft 9 in.
+bool SameMeasure(Unit a, Unit b) {
+  return (IsLengthUnit(a) && IsLengthUnit(b)) || (IsAngleUnit(a) && IsAngleUnit(b)) ||
+         (IsTimeUnit(a) && IsTimeUnit(b));
+}
+Unit CompoundUnit(Unit a, Unit b) {
+  if (a == Unit::kFeet && b == Unit::kInches) return Unit::kFeetInches;
+  if (a == Unit::kCiceros && b == Unit::kDidots) return Unit::kCicerosAndDidots;
+  if (a == Unit::kPicas && b == Unit::kPoints) return Unit::kPicasAndPoints;
+  if (a == Unit::kDegrees) return Unit::kDegreesMinutesSeconds;
+  return a;
+}
 
 class Parser {
  public:
@@ -103,6 +127,9 @@ class Parser {
     for (const BinaryOperator& candidate : kBinary) {
       if (text_.substr(at_, candidate.sign.size()) == candidate.sign) return &candidate;
     }
+    if (IsNameStart(Peek()) && IsNameStart(Peek(1)) && !IsNamePart(Peek(2))) {
+      return WordOperator(text_.substr(at_, 2));
+    }
     return nullptr;
   }
 
@@ -110,6 +137,10 @@ class Parser {
   void Expression(int above) {
     const Nested nested(*this);
     Operand();
+    for (SkipBlanks(); Peek() == '%'; SkipBlanks()) {
+      ++at_;
+      Emit({.code = OpCode::kPercent}, 0);
+    }
     while (const BinaryOperator* binary = NextOperator()) {
       if (binary->precedence <= above) return;
       at_ += binary->sign.size();
@@ -205,6 +236,47 @@ class Parser {
   }
 
   void NumberConstant() {
+    Op op = Literal();
+    while (SameMeasure(op.unit, op.unit)) {
+      const size_t back = at_;
+      SkipBlanks();
+      if (!IsDigit(Peek())) {
+        at_ = back;
+        break;
+      }
+      const Op part = Literal();
+      if (!SameMeasure(op.unit, part.unit)) {
+        at_ = back;
+        SkipBlanks();
+        break;
+      }
+      op.number += part.number;
+      op.unit = CompoundUnit(op.unit, part.unit);
+    }
+    Emit(op, 1);
+  }
+
+  /// "1/2" behind a whole number.
+  double Fraction() {
+    const size_t back = at_;
+    SkipBlanks();
+    double parts[2] = {0, 0};
+    for (double& part : parts) {
+      const size_t begin = at_;
+      while (IsDigit(Peek())) ++at_;
+      const char* end = text_.data() + at_;
+      if (at_ == begin || std::from_chars(text_.data() + begin, end, part).ec != std::errc() ||
+          (&part == parts && Peek() != '/')) {
+        at_ = back;
+        return 0;
+      }
+      if (&part == parts) ++at_;
+    }
+    if (parts[1] == 0) at_ = back;
+    return parts[1] == 0 ? 0 : parts[0] / parts[1];
+  }
+
+  Op Literal() {
     const char* begin = text_.data() + at_;
     const char* end = text_.data() + text_.size();
     std::string digits;  // from_chars wants a digit before the point
@@ -229,13 +301,53 @@ class Parser {
       Refuse("the number is out of range");
     }
     at_ = static_cast<size_t>(stop - text_.data());
+    if (digits.find_first_not_of("0123456789") == std::string::npos) number += Fraction();
     Op op{.code = OpCode::kNumber, .number = number};
-    ReadUnit(op);
-    Emit(op, 1);
+    if (Peek() == '[') {
+      ReadImplicitUnit(op);
+    } else {
+      ReadUnit(op);
+    }
+    return op;
   }
 
-  /// "%" or a unit right behind the number or after blanks; feet may be
-  /// followed by inches.
+  /// 5[in,D]: five inches, shown in the drawing's units.
+  void ReadImplicitUnit(Op& op) {
+    ++at_;
+    SkipBlanks();
+    ReadUnit(op);
+    SkipBlanks();
+    Expect(',', "between the unit and its flag");
+    SkipBlanks();
+    switch (Peek()) {
+      case 'a':
+      case 'A':
+        op.unit = Unit::kAngle;
+        break;
+      case 'd':
+      case 'D':
+        op.unit = Unit::kDrawingUnits;
+        break;
+      case 'e':
+      case 'E':
+        op.unit = Unit::kDuration;
+        break;
+      case 'p':
+      case 'P':
+        op.unit = Unit::kPageUnits;
+        break;
+      case 't':
+      case 'T':
+        op.unit = Unit::kTypographic;
+        break;
+      default:
+        Refuse("expected one of the flags A, D, E, P and T, but " + Found());
+    }
+    ++at_;
+    Expect(']', "after the flag of the unit");
+  }
+
+  /// "%" or a unit right behind the number or after blanks.
   void ReadUnit(Op& op) {
     if (Peek() == '%') {
       ++at_;
@@ -243,12 +355,24 @@ class Parser {
       op.unit = Unit::kPercent;
       return;
     }
+    if (Peek() == '\'' || Peek() == '"') {
+      op.unit = Peek() == '"' ? Unit::kSecondsOfArc : Unit::kMinutesOfArc;
+      op.number *= UnitFactor(op.unit);
+      ++at_;
+      return;
+    }
     const size_t back = at_;
     SkipBlanks();
     const size_t begin = at_;
     while (IsNameStart(Peek())) ++at_;
+    for (const std::string_view second : {"/INCH", "/DIDOT"}) {
+      if (at_ > begin && EqualAscii(text_.substr(at_, second.size()), second) &&
+          EqualAscii(text_.substr(begin, at_ - begin), second == "/INCH" ? "FEET" : "CICERO")) {
+        at_ += second.size();
+      }
+    }
     const std::string_view suffix = text_.substr(begin, at_ - begin);
-    if (suffix.empty()) {
+    if (suffix.empty() || WordOperator(suffix) != nullptr) {
       at_ = back;
       return;
     }
@@ -338,6 +462,16 @@ class Parser {
     reference.shape = std::string(name);
   }
 
+  /// The bracket that closes a name; a name may hold pairs of brackets itself.
+  size_t ClosingBracket() const {
+    size_t open = 1;
+    for (size_t i = at_; i < text_.size() && text_[i] != '!'; ++i) {
+      if (text_[i] == '[') ++open;
+      if (text_[i] == ']' && --open == 0) return i;
+    }
+    return text_.find(']', at_);
+  }
+
   /// Pages[…]!…, Masters[…]!…, Styles[…]!….
   void Container(std::string_view kind) {
     const size_t begin = at_++;
@@ -345,11 +479,14 @@ class Parser {
     if (Peek() == '\'' || Peek() == '"') {
       reference.page = Quoted(Peek());
     } else {
-      const size_t end = text_.find(']', at_);
-      if (end == std::string_view::npos)
+      const size_t end = ClosingBracket();
+      if (end == std::string_view::npos) {
         RefuseAt(begin, "the bracket that begins here is not closed");
-      reference.page = std::string(text_.substr(at_, end - at_));
-      at_ = end;
+      }
+      while (at_ < end) {
+        if (Peek() == '\'' && Peek(1) == '\'') ++at_;
+        reference.page.push_back(text_[at_++]);
+      }
     }
     if (Peek() != ']') Refuse("expected \"]\" after the name, but " + Found());
     ++at_;
@@ -448,7 +585,7 @@ class Parser {
   void Unknown(std::string name, int arguments) {
     if (program_.evaluable) program_.unknown_function = std::move(name);
     program_.evaluable = program_.constant = false;
-    Emit({.code = OpCode::kUnknown, .count = static_cast<uint16_t>(arguments)}, 1 - arguments);
+    Emit({.code = OpCode::kUnknown, .count = static_cast<uint32_t>(arguments)}, 1 - arguments);
   }
 
   /// A call that gives a sheet, followed by one of its cells:
@@ -488,7 +625,7 @@ class Parser {
         }
         program_.functions.push_back(function);
         Emit({.code = OpCode::kCall,
-              .count = static_cast<uint16_t>(arguments),
+              .count = static_cast<uint32_t>(arguments),
               .index = static_cast<uint32_t>(program_.functions.size() - 1)},
              1 - arguments);
         program_.depends_on_pages |= function->name.starts_with("PAGE");

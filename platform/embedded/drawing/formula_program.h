@@ -45,6 +45,7 @@ enum class OpCode : uint8_t {
   kReference,
   kNegate,
   kPlus,
+  kPercent,
   kAdd,
   kSubtract,
   kMultiply,
@@ -57,19 +58,23 @@ enum class OpCode : uint8_t {
   kLessEqual,
   kGreater,
   kGreaterEqual,
+  kExactEqual,  ///< EQ, NE and so on: no allowance for rounding
+  kExactNotEqual,
+  kExactLess,
+  kExactLessEqual,
+  kExactGreater,
+  kExactGreaterEqual,
   kCall,     ///< `index` function, `count` arguments
   kUnknown,  ///< a call we do not evaluate: drops `count` values
-  kIf,       ///< takes the condition; false jumps to `index`, an error stays and
-             ///< jumps to `other`
-  kIfError,  ///< a value that is no error stays and jumps to `index`; an error
-             ///< is dropped
+  kIf,       ///< takes the condition; false jumps to `index`, an error stays and jumps to `other`
+  kIfError,  ///< a value that is no error stays and jumps to `index`; an error is dropped
   kJump,     ///< to `index`
 };
 
 struct Op {
   OpCode code = OpCode::kEmpty;
   Unit unit = Unit::kNumber;
-  uint16_t count = 0;
+  uint32_t count = 0;
   uint32_t index = 0;
   uint32_t other = 0;
   double number = 0;
@@ -89,21 +94,22 @@ struct Formula::Program {
   bool constant = true;
 };
 
-/// Number of internal units in one of these (inches, radians, days); 1 for pure
-/// numbers.
+/// Number of internal units in one of these (inches, radians, days); 1 for pure numbers.
 double UnitFactor(Unit unit) noexcept;
-/// Unit of a literal's suffix ("mm", "DEG", "in." …); false when there is none
-/// of that name.
+/// Unit of a literal's suffix ("mm", "DEG", "in." …); false when there is none of that name.
 bool UnitFromSuffix(std::string_view suffix, Unit& unit, double& factor) noexcept;
 bool IsLengthUnit(Unit unit) noexcept;
 bool IsAngleUnit(Unit unit) noexcept;
 bool IsTimeUnit(Unit unit) noexcept;
 /// ASCII comparison without case.
 bool EqualAscii(std::string_view a, std::string_view b) noexcept;
+std::string LowerText(std::string_view text);
+std::string UpperText(std::string_view text);
+/// Number in "esc(8)" or "{<201>}".
+std::optional<int> FieldPictureNumber(std::string_view picture) noexcept;
 /// A number as the language shows it: up to 15 digits, no exponent below 1E15.
 std::string NumberText(double number);
-/// A text that starts with a number, a unit may follow; false when it is no
-/// number.
+/// A text that starts with a number, a unit may follow; false when it is no number.
 bool TextNumber(std::string_view text, double& number) noexcept;
 
 }  // namespace ohmwise::embedded

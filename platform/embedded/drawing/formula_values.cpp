@@ -26,7 +26,7 @@ constexpr UnitInfo kUnits[] = {
     {Unit::kInches, "IN", 1, "in", "inch inches"},
     {Unit::kInchFraction, "IN_F", 1, "in", ""},
     {Unit::kFeet, "FT", 12, "ft", "foot feet"},
-    {Unit::kFeetInches, "F_I", 12, "ft", ""},
+    {Unit::kFeetInches, "F_I", 12, "ft", "FEET/INCH"},
     {Unit::kYards, "YD", 36, "yd", "yard yards"},
     {Unit::kMiles, "MI", 63360, "mi", "mile miles"},
     {Unit::kMillimetres, "MM", 1 / 25.4, "mm", "millimeter millimeters millimetre millimetres"},
@@ -47,11 +47,11 @@ constexpr UnitInfo kUnits[] = {
     {Unit::kSecondsOfArc, "AS", kDegree / 3600, "\"", ""},
     {Unit::kAngle, "DA", 1, "deg", ""},
     {Unit::kDate, "DATE", 1, "", ""},
-    {Unit::kDays, "ED", 1, "ed.", "day days"},
-    {Unit::kHours, "EH", 1.0 / 24, "eh.", "hour hours"},
-    {Unit::kMinutes, "EM", 1.0 / 1440, "em.", "minute minutes"},
-    {Unit::kSeconds, "ES", 1.0 / 86400, "es.", "second seconds"},
-    {Unit::kWeeks, "EW", 7, "ew.", "week weeks"},
+    {Unit::kDays, "ED", 1, "ed.", "eday edays day days"},
+    {Unit::kHours, "EH", 1.0 / 24, "eh.", "ehour ehours hour hours"},
+    {Unit::kMinutes, "EM", 1.0 / 1440, "em.", "eminute eminutes minute minutes"},
+    {Unit::kSeconds, "ES", 1.0 / 86400, "es.", "esecond eseconds second seconds"},
+    {Unit::kWeeks, "EW", 7, "ew.", "eweek eweeks week weeks"},
     {Unit::kCurrency, "CY", 1, "", ""},
     {Unit::kBoolean, "BOOL", 1, "", ""},
     {Unit::kText, "STR", 1, "", ""},
@@ -61,6 +61,11 @@ constexpr UnitInfo kUnits[] = {
     {Unit::kMultiDimensional, "MULTIDIM", 1, "", ""},
     {Unit::kNurbs, "NURBS", 1, "", ""},
     {Unit::kPolyline, "POLYLINE", 1, "", ""},
+    {Unit::kDegreesMinutesSeconds, "AD", kDegree, "deg", ""},
+    {Unit::kDuration, "DE", 1, "ed.", ""},
+    {Unit::kCicerosAndDidots, "C_D", 0.178, "c", "CICERO/DIDOT"},
+    {Unit::kPicasAndPoints, "P_PT", 1.0 / 6, "p", "PICAPOINTS"},
+    {Unit::kMileFraction, "MI_F", 63360, "mi", ""},
 };
 
 const UnitInfo& InfoOf(Unit unit) noexcept {
@@ -136,10 +141,15 @@ bool UnitFromSuffix(std::string_view suffix, Unit& unit, double& factor) noexcep
 }
 
 bool IsLengthUnit(Unit unit) noexcept {
-  return unit >= Unit::kInches && unit <= Unit::kTypographic;
+  return (unit >= Unit::kInches && unit <= Unit::kTypographic) || unit == Unit::kCicerosAndDidots ||
+         unit == Unit::kPicasAndPoints || unit == Unit::kMileFraction;
 }
-bool IsAngleUnit(Unit unit) noexcept { return unit >= Unit::kDegrees && unit <= Unit::kAngle; }
-bool IsTimeUnit(Unit unit) noexcept { return unit >= Unit::kDays && unit <= Unit::kWeeks; }
+bool IsAngleUnit(Unit unit) noexcept {
+  return (unit >= Unit::kDegrees && unit <= Unit::kAngle) || unit == Unit::kDegreesMinutesSeconds;
+}
+bool IsTimeUnit(Unit unit) noexcept {
+  return (unit >= Unit::kDays && unit <= Unit::kWeeks) || unit == Unit::kDuration;
+}
 
 std::string_view ErrorText(FormulaErrorKind kind) noexcept {
   for (const auto& [error, text] : kErrors) {
@@ -195,6 +205,21 @@ bool TextNumber(std::string_view text, double& number) noexcept {
   }
   number = negative ? -value : value;
   return true;
+}
+
+std::optional<FormulaValue> PointFromText(std::string_view text) noexcept {
+  if (text.size() < 5 || !EqualAscii(text.substr(0, 4), "PNT(") || text.back() != ')') {
+    return std::nullopt;
+  }
+  text = text.substr(4, text.size() - 5);
+  const size_t comma = text.find(',');
+  double x = 0;
+  double y = 0;
+  if (comma == std::string_view::npos || !TextNumber(text.substr(0, comma), x) ||
+      !TextNumber(text.substr(comma + 1), y)) {
+    return std::nullopt;
+  }
+  return FormulaValue::Point(x, y);
 }
 
 FormulaValue FormulaValue::Number(double number, Unit unit) {
