@@ -70,8 +70,7 @@ echo "everything needed is installed"
 use_ccache
 
 say "Format (clang-format 14) and layers"
-find cli catalogue crossref data export fuzz bench lang platform settings shapeutil sort tests \
-  \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+git ls-files -z -- '*.cpp' '*.h' |
   quietly format.log xargs -0 -r clang-format-14 --dry-run -Werror || fail "format"
 scripts/check_layers.sh || fail "layers"
 
