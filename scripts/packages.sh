@@ -41,6 +41,9 @@ build_packages=(
 test_packages=(
   libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui)
 
+# What the benchmarks need: the framework, and the peers they compare with.
+bench_packages=(libbenchmark-dev libicu-dev libvisio-tools)
+
 use_ccache() {
   command -v ccache >/dev/null || return 0
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
