@@ -234,6 +234,7 @@ void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
   node.value = value;
   node.value_ready = true;
   Mark(*live.sheet);
+  ShowField(live, node.address);
   if (observer != nullptr) {
     observer->ResultChanged(Place(live, node.address), FromUtf8(ResultText(live, node.address)));
   }
@@ -276,6 +277,7 @@ void LiveDocument::FinishEdit(uint32_t index, const FormulaValue& before,
   LiveSheet& live = *node.sheet;
   const CellAddress address = node.address;
   Mark(*live.sheet);
+  ShowField(live, address);
   if (observer != nullptr) observer->FormulaSet(Place(live, address), FromUtf8(formula));
   const bool differs = !SameValue(before, Value(index));
   if (differs && observer != nullptr) {

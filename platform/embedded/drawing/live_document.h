@@ -145,6 +145,11 @@ class LiveDocument {
   FormulaValue DefaultValue(const CellAddress& address) const;
   std::string NameOf(Sheet& sheet, bool universal);
   std::string TextOf(Sheet& sheet);
+  /// What the field of a row shows.
+  std::string FieldText(LiveSheet& live, uint32_t row);
+  /// Keeps the text that is saved beside a field in step with its value, for programs that show it
+  /// without computing.
+  void ShowField(LiveSheet& live, const CellAddress& address);
   MasterModel* MasterOf(const Sheet& sheet) noexcept;
   PageModel* PageOf(const Sheet& sheet) noexcept;
   Sheet* PageSheetOf(const Sheet& sheet) noexcept;

@@ -464,6 +464,40 @@ std::string LiveDocument::NameOf(Sheet& sheet, bool universal) {
   return "Sheet." + std::to_string(sheet.id);
 }
 
+std::string LiveDocument::FieldText(LiveSheet& live, uint32_t row) {
+  CellAddress value;
+  value.section = section::kTextField;
+  value.row = row;
+  CellAddress format = value;
+  format.column = 2;
+  const FormulaValue result = Value(NodeOf(live, value));
+  const ResolvedCell picture = Resolve(live, format);
+  const std::string_view text = picture.value != nullptr ? picture.value->value : "";
+  const std::string_view source = picture.formula != nullptr ? picture.formula->formula : "";
+  int number = 0;
+  if (SameName(source.substr(0, 13), "FIELDPICTURE(") && source.ends_with(")") &&
+      std::from_chars(source.data() + 13, source.data() + source.size() - 1, number).ec ==
+          std::errc()) {
+    return FormatFieldPicture(result, number);
+  }
+  if (text.empty() || text == "esc(0)" || text == "0") return result.ToText();
+  return FormatWithPicture(result, text);
+}
+
+void LiveDocument::ShowField(LiveSheet& live, const CellAddress& address) {
+  constexpr uint16_t kValueColumn = 0;
+  if (address.section != section::kTextField || address.column != kValueColumn) return;
+  Sheet& sheet = *live.sheet;
+  if (!sheet.text) return;
+  for (TextPiece& piece : *sheet.text) {
+    if (piece.kind != TextPiece::Kind::kField || piece.index != address.row) continue;
+    const std::string text = FieldText(live, address.row);
+    if (piece.text == text) continue;
+    piece.text = model_.arena.Keep(text);
+    sheet.text_changed = true;
+  }
+}
+
 std::string LiveDocument::TextOf(Sheet& sheet) {
   LiveSheet& live = Live(sheet);
   const std::vector<TextPiece>* pieces = nullptr;
@@ -487,30 +521,7 @@ std::string LiveDocument::TextOf(Sheet& sheet) {
     // The text that was saved is right until something behind it is another than when it was saved.
     const bool stale = value.value != nullptr && (piece.text.empty() || value.value->changed ||
                                                   (inherited && value.local != nullptr));
-    if (!stale) {
-      text += piece.text;
-      continue;
-    }
-    address.column = 2;
-    const ResolvedCell format = Resolve(live, address);
-    const FormulaValue result = Value(NodeOf(live, [&] {
-      CellAddress at = address;
-      at.column = 0;
-      return at;
-    }()));
-    std::string_view picture;
-    std::string_view source = format.formula != nullptr ? format.formula->formula : "";
-    if (format.value != nullptr) picture = format.value->value;
-    int number = 0;
-    if (SameName(source.substr(0, 13), "FIELDPICTURE(") && source.ends_with(")") &&
-        std::from_chars(source.data() + 13, source.data() + source.size() - 1, number).ec ==
-            std::errc()) {
-      text += FormatFieldPicture(result, number);
-    } else if (picture.empty() || picture == "esc(0)" || picture == "0") {
-      text += result.ToText();
-    } else {
-      text += FormatWithPicture(result, picture);
-    }
+    text += stale ? FieldText(live, piece.index) : std::string(piece.text);
   }
   if (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
