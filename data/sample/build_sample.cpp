@@ -6,7 +6,6 @@
 #include <exception>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -77,7 +76,6 @@ class SampleBuilder {
       if (!page->Background()) index.ScanPage(page, u"");
     }
     for (const ShapeRef& label : labels_) index.SetAutoLoc(label, label->Text());
-    for (const auto& model : drawing_.model().pages) ShowFields(model->contents.shapes);
     for (const auto& [shape, cell, formula] : later_) {
       if (cell == "Text") {
         shape->SetText(FromUtf8(formula));
@@ -92,21 +90,6 @@ class SampleBuilder {
     ShapeRef shape;
     std::string cell, formula;
   };
-
-  /// Programs that don't compute fields show what the text holds.
-  void ShowFields(const std::vector<std::unique_ptr<embedded::Sheet>>& shapes) {
-    for (const auto& shape : shapes) {
-      ShowFields(shape->children);
-      for (const embedded::StoredSection& section : shape->sections) {
-        if (section.name != "Field" || section.rows.empty()) continue;
-        for (const embedded::StoredCell& cell : section.rows.front().cells) {
-          if (cell.name != "Value") continue;
-          shape->text = {{embedded::TextPiece::Kind::kField, 0, cell.value}};
-          shape->text_changed = true;
-        }
-      }
-    }
-  }
 
   uint32_t PageId(const std::string& name) {
     for (const auto& model : drawing_.model().pages) {
@@ -212,6 +195,10 @@ class SampleBuilder {
     for (int32_t position = 1; position <= parts->Count(); ++position) {
       const ShapeRef part = parts->Item(position);
       if (!part->CellExists(u"Fields.Value", false)) continue;
+      // Programs that don't compute a field show it only where the shape itself has the text.
+      embedded::Sheet& sheet = *embedded::StoredSheet(part);
+      sheet.text = {{embedded::TextPiece::Kind::kField, 0, {}}};
+      sheet.text_changed = true;
       const CellRef cell = part->Cells(u"Fields.Value");
       const std::u16string formula = cell->Formula();
       if (!formula.empty()) cell->SetFormula(formula);
