@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/embedded/drawing/formula_program.h"
+#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {
@@ -682,16 +683,6 @@ class Parser {
   size_t outermost_end_ = 0;
 };
 
-/// UTF-16 code units in the first bytes of a text.
-size_t UnitsBefore(std::string_view text, size_t bytes) {
-  size_t units = 0;
-  for (size_t i = 0; i < std::min(bytes, text.size()); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if ((byte & 0xC0u) != 0x80u) units += byte >= 0xF0 ? 2 : 1;
-  }
-  return units;
-}
-
 }  // namespace
 
 std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSyntaxError& error) {
@@ -699,7 +690,7 @@ std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSynt
   try {
     Parser(text, *program).Run();
   } catch (Refusal& refusal) {
-    error.position = UnitsBefore(text, refusal.at);
+    error.position = FromUtf8(text.substr(0, refusal.at)).size();
     error.message = std::move(refusal.message);
     return nullptr;
   }
