@@ -15,6 +15,9 @@ endif()
 function(ohmwise_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK;PRIVATE_LINK" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
-  target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE ohmwise_warnings ${ARG_PRIVATE_LINK})
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                            $<INSTALL_INTERFACE:include/ohmwise>)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_link_libraries(${name} PUBLIC ${ARG_LINK}
+                                PRIVATE $<BUILD_INTERFACE:ohmwise_warnings> ${ARG_PRIVATE_LINK})
 endfunction()
