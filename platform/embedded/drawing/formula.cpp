@@ -28,7 +28,24 @@ class Stack {
   Stack(const Stack&) = delete;
   Stack& operator=(const Stack&) = delete;
 
-  void Push(FormulaValue&& value) { values_[height_++] = std::move(value); }
+  /// Most values are numbers; moving their empty texts would cost more than the arithmetic.
+  void Push(FormulaValue&& value) {
+    FormulaValue& slot = values_[height_++];
+    slot.kind = value.kind;
+    slot.unit = value.unit;
+    slot.error = value.error;
+    if (!std::isfinite(value.number) || !std::isfinite(value.y)) {
+      slot.kind = Kind::kError;
+      slot.error = FormulaErrorKind::kNumber;
+    }
+    slot.number = value.number;
+    slot.y = value.y;
+    if (value.kind == Kind::kText) {
+      slot.text = std::move(value.text);
+    } else {
+      slot.text.clear();
+    }
+  }
   void PushNumber(double number, Unit unit, Kind kind = Kind::kNumber) {
     FormulaValue& slot = values_[height_++];
     slot.kind = kind;
@@ -113,14 +130,22 @@ bool PointArithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
   if (code == OpCode::kPower) return false;
   const double ax = a.number, ay = a.kind == Kind::kPoint ? a.y : a.number;
   const double bx = b.number, by = b.kind == Kind::kPoint ? b.y : b.number;
-  a = FormulaValue::Point(part(ax, bx), part(ay, by));
+  if (code == OpCode::kDivide && (bx == 0 || by == 0)) {
+    a = FormulaValue::Error(FormulaErrorKind::kDivideByZero);
+    return true;
+  }
+  const double x = part(ax, bx);
+  const double y = part(ay, by);
+  a = std::isfinite(x) && std::isfinite(y) ? FormulaValue::Point(x, y)
+                                           : FormulaValue::Error(FormulaErrorKind::kNumber);
   return true;
 }
 
 void Arithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
-  if (PointArithmetic(code, a, b)) return;
-  const double x = a.ToNumber();
-  const double y = b.ToNumber();
+  const bool numbers = a.kind == Kind::kNumber && b.kind == Kind::kNumber;
+  if (!numbers && PointArithmetic(code, a, b)) return;
+  const double x = numbers ? a.number : a.ToNumber();
+  const double y = numbers ? b.number : b.ToNumber();
   double number = 0;
   Unit unit = Unit::kNumber;
   // Texts and Booleans bring no unit along.
@@ -254,6 +279,10 @@ FormulaValue Formula::Evaluate(EvaluationContext& context) const {
       }
       case OpCode::kCall: {
         const FunctionInfo& function = *program.functions[op.index];
+        if (function.on_number != nullptr && stack.Top().kind == Kind::kNumber) {
+          function.on_number(stack.Top());
+          break;
+        }
         FormulaValue result = function.body({function.name, stack.Last(op.count), context});
         stack.Drop(op.count);
         stack.Push(std::move(result));

@@ -315,13 +315,21 @@ std::string Scientific(double magnitude, std::string_view slot, char letter, boo
 std::string FormatNumber(const FormulaValue& value, std::string_view picture) {
   double number = Shown(value);
   bool percent = false;
+  char quote = '\0';
   for (size_t i = 0; i < picture.size(); ++i) {
-    if (picture[i] == '\\') ++i;
-    if (picture[i < picture.size() ? i : 0] == '"')
-      i = std::min(picture.find('"', i + 1), picture.size());
-    percent = percent || (i < picture.size() && picture[i] == '%');
+    const char c = picture[i];
+    if (quote != '\0') {
+      if (c == quote) quote = '\0';
+    } else if (c == '\\') {
+      ++i;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else {
+      percent = percent || c == '%';
+    }
   }
   if (percent) number *= 100;
+  if (!std::isfinite(number)) return value.ToText();
   const double magnitude = std::fabs(number);
   std::string text, shown;
   size_t sign_at = std::string::npos;

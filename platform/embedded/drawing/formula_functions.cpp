@@ -451,8 +451,12 @@ std::vector<std::string> Items(const std::string& list, const std::string& delim
   }
 }
 std::string Delimiter(Args a, size_t i) { return a.Has(i) ? a.Text(i) : ";"; }
-/// Item of a list, counted from 0; beyond it the fourth argument or nothing.
+/// Item of a list, counted from 0; beyond it the fourth argument or nothing. That may be an error
+/// as long as nobody needs it.
 Value Index(Args a) {
+  for (size_t i = 0; i < std::min<size_t>(a.size(), 3); ++i) {
+    if (a.values[i].IsError()) return a.values[i];
+  }
   const std::vector<std::string> items = Items(a.Text(1), Delimiter(a, 2));
   const double index = std::trunc(a.Number(0));
   if (index < 0 || index >= static_cast<double>(items.size())) {
@@ -522,7 +526,7 @@ Value Property(Args a) {
 // program. Functions that start something (RUNADDON, CALLTHIS …) give 0 and
 // start nothing here.
 constexpr FunctionInfo kFunctions[] = {
-    {"ABS", 1, 1, Strict<Abs>},
+    {"ABS", 1, 1, Strict<Abs>, [](Value& v) { v.number = std::fabs(v.number); }},
     {"ACOS", 1, 1, Strict<Angle<std::acos>>},
     {"AND", 1, 255, Strict<And>},
     {"ANG360", 1, 1, Strict<Angle360>},
@@ -552,12 +556,16 @@ constexpr FunctionInfo kFunctions[] = {
     {"FLOOR", 1, 2, Strict<Floor>},
     {"FORMAT", 2, 2, Strict<Format>},
     {"GOTOPAGE", 1, 255, Nothing},
-    {"GUARD", 1, 1, Same},
+    {"GUARD", 1, 1, Same, [](Value&) {}},
     {"HOUR", 1, 2, Strict<DatePart<&DateParts::hour>>},
     {"HYPERLINK", 1, 255, Nothing},
     {"ID", 0, 0, Property},
-    {"INDEX", 2, 4, Strict<Index>},
-    {"INT", 1, 1, Strict<Int>},
+    {"INDEX", 2, 4, Index},
+    {"INT", 1, 1, Strict<Int>,
+     [](Value& v) {
+       v.number = std::floor(v.number);
+       v.unit = Unit::kNumber;
+     }},
     {"INTUP", 1, 1, Strict<IntUp>},
     {"ISERR", 1, 1, IsErr},
     {"ISERRNA", 1, 1, IsErrNa},

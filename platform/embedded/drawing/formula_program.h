@@ -18,6 +18,8 @@ struct FunctionInfo {
   std::string_view name;
   uint8_t least = 0, most = 255;  ///< number of arguments
   FunctionBody body = nullptr;    ///< null: known, but not evaluated here
+  /// The same for one finite number, in its place.
+  void (*on_number)(FormulaValue&) = nullptr;
 };
 
 /// What a function body is given.
