@@ -28,15 +28,23 @@ std::vector<CellChange> LastOfEach(const std::vector<CellChange>& changes) {
   return result;
 }
 
-/// What stood at the place: a formula, or the text of a shape. False when there was nothing.
-bool ReadPlace(embedded::Drawing& drawing, const CellPlace& place, std::u16string& text) {
-  try {
-    const ShapeRef shape = drawing.FindShape(place.page, place.shape);
-    text = place.cell == u"Text" ? shape->Text() : shape->Cells(place.cell)->Formula();
-    return true;
-  } catch (const AutomationError&) {
-    return false;
-  }
+/// Takes out what the file says as well: cells are also set to what they are, and lengths that were
+/// typed in millimetres come back different in the last digit.
+template <class Read>
+void EraseUnchanged(const std::string& path, std::vector<CellChange>& changes, const Read& read) {
+  if (changes.empty()) return;
+  const auto file = embedded::DrawingFile::Open(path);
+  embedded::Drawing before(file->model());
+  std::erase_if(changes, [&](const CellChange& change) {
+    const CellPlace& place = change.place;
+    try {
+      const ShapeRef shape = before.FindShape(place.page, place.shape);
+      return change.text ==
+             (place.cell == u"Text" ? shape->Text() : read(shape->Cells(place.cell)));
+    } catch (const AutomationError&) {
+      return false;  // it was not there
+    }
+  });
 }
 
 }  // namespace
@@ -90,20 +98,17 @@ std::vector<PageRef> AddIn::ForegroundPages() {
   return result;
 }
 
-std::vector<CellChange> AddIn::ChangedFormulas() {
+std::vector<CellChange> AddIn::ChangedFormulas() const {
   std::vector<CellChange> result = LastOfEach(formulas_);
-  if (result.empty()) return result;
-  // The scan also sets cells to what they are already. What the file says decides.
-  const auto file = embedded::DrawingFile::Open(path_);
-  embedded::Drawing before(file->model());
-  std::erase_if(result, [&](const CellChange& change) {
-    std::u16string text;
-    return ReadPlace(before, change.place, text) && text == change.text;
-  });
+  EraseUnchanged(path_, result, [](const CellRef& cell) { return cell->Formula(); });
   return result;
 }
 
-std::vector<CellChange> AddIn::ChangedResults() const { return LastOfEach(results_); }
+std::vector<CellChange> AddIn::ChangedResults() const {
+  std::vector<CellChange> result = LastOfEach(results_);
+  EraseUnchanged(path_, result, [](const CellRef& cell) { return cell->ResultText(); });
+  return result;
+}
 
 void AddIn::FormulaSet(const CellPlace& place, std::u16string_view formula) {
   formulas_.push_back({place, std::u16string(formula)});

@@ -43,7 +43,7 @@ class AddIn : private embedded::ChangeObserver {
   std::vector<PageRef> ForegroundPages();
 
   /// Cells whose formula is another than in the file, each once, in the order they were first set.
-  std::vector<CellChange> ChangedFormulas();
+  std::vector<CellChange> ChangedFormulas() const;
   /// Cells whose result is another than when the drawing was opened, each once with its last
   /// result, in the order of their first change.
   std::vector<CellChange> ChangedResults() const;
