@@ -96,7 +96,7 @@ void AddCellCommand(CLI::App& app, Action& action) {
       ->type_name("FORMULA");
   command->footer(
       "Example:\n"
-      "  ohmwise cell motor-starter.vsdx 'Power circuit' Motor User.Ref --set '\"M2\"' --save");
+      "  ohmwise cell motor-starter.vsdx 'Power circuit' Motor User.Ref --set '\"M2\"' --save\n");
   command->callback([options, &action] { action = [options] { Run(*options); }; });
 }
 

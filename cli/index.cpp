@@ -363,7 +363,7 @@ void AddIndexCommand(CLI::App& app, Action& action) {
   options->AddTo(*command);
   command->footer(
       "Without --save or --output the drawing is not touched; the output says which cells would\n"
-      "change.\n\nExample:\n  ohmwise index motor-starter.vsdx --output checked.vsdx");
+      "change.\n\nExample:\n  ohmwise index motor-starter.vsdx --output checked.vsdx\n");
   command->callback([options, &action] { action = [options] { Run(*options); }; });
 }
 

@@ -92,7 +92,7 @@ void AddMoveCommand(CLI::App& app, Action& action) {
       ->check(length)
       ->type_name("");
   command->footer(
-      "Example:\n  ohmwise move motor-starter.vsdx 'Power circuit' Motor '60 mm' '80 mm' --save");
+      "Example:\n  ohmwise move motor-starter.vsdx 'Power circuit' Motor '60 mm' '80 mm' --save\n");
   command->callback([options, &action] { action = [options] { Run(*options); }; });
 }
 

@@ -61,7 +61,7 @@ void AddTextCommand(CLI::App& app, Action& action) {
       ->type_name("");
   command->footer(
       "A text that begins with \"-\" follows a lone \"--\".\n\nExample:\n"
-      "  ohmwise text motor-starter.vsdx 'Power circuit' Motor M2 --output changed.vsdx");
+      "  ohmwise text motor-starter.vsdx 'Power circuit' Motor M2 --output changed.vsdx\n");
   command->callback([options, &action] { action = [options] { Run(*options); }; });
 }
 
