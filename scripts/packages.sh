@@ -19,7 +19,7 @@ install_missing() {
     fi
     root=(sudo -n)
   fi
-  echo "Installing ${#missing[@]} packages: ${missing[*]}"
+  echo "Installing ${missing[*]}"
   local log
   log=$(mktemp)
   if ! { "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q &&
