@@ -22,8 +22,8 @@ double JoinDate(int year, int month, int day) {
   const int era = (y >= 0 ? y : y - 399) / 400;
   const int of_era = y - era * 400;
   const int of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5;
-  return static_cast<double>(era) * 146097.0 + of_era * 365 + of_era / 4 - of_era / 100 + of_year +
-         day - 1 - 719468 + 25569;
+  const int64_t of_calendar = of_era * int64_t{365} + of_era / 4 - of_era / 100 + of_year + day - 1;
+  return static_cast<double>(era * int64_t{146097} + of_calendar - 719468 + 25569);
 }
 
 DateParts SplitDate(double days) {
