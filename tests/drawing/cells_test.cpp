@@ -11,6 +11,7 @@ class CellNameTest : public ModelTest {
     auto& page = build.Page("Page-1");
     auto& shape = build.Shape(page.contents, 7, "Relay");
     build.Set(shape, "PinX", "4.25");
+    shape.cells.push_back(build.Cell("Height", "1.23456789", {}, "MM"));
     build.User(shape, "Ref", "K1", {}, "STR");
     build.Row(shape, "User", "Ref").cells.push_back(build.Cell("Prompt", "reference", {}, "STR"));
     auto& prop = build.Row(shape, "Property", "Name");
@@ -139,9 +140,10 @@ TEST_F(CellNameTest, ConstantsKeepTheirKind) {
     const char* value;
     const char* unit;
   } kRows[] = {
-      {u"12.5", "12.5", 12.5, "12.5", ""}, {u"=\"a \"\"b\"\"\"", "a \"b\"", 0, "a \"b\"", "STR"},
-      {u"2 in", "2 in", 2, "2", "IN"},     {u"TRUE", "TRUE", 1, "1", "BOOL"},
-      {u"\"\"", "", 0, "", "STR"},         {u"", "", 0, "", ""},
+      {u"12.5", "12.5", 12.5, "12.5", ""},   {u"=\"a \"\"b\"\"\"", "a \"b\"", 0, "a \"b\"", "STR"},
+      {u"2 in", "2 in", 2, "2", "IN"},       {u"TRUE", "TRUE", 1, "1", "BOOL"},
+      {u"\"\"", "", 0, "", "STR"},           {u"", "", 0, "", ""},
+      {u"25.4 mm", "25.4 mm", 1, "1", "MM"},
   };
   const CellRef cell = At(u"Page-1", u"Relay", u"User.Ref");
   auto& stored = build.Row(*build.model.pages[0]->contents.shapes[0], "User", "Ref").cells[0];
@@ -159,6 +161,14 @@ TEST_F(CellNameTest, ConstantsKeepTheirKind) {
   cell->SetFormula(u"1+2");
   EXPECT_EQ(stored.formula, "1+2");
   EXPECT_EQ(stored.value, "3");
+}
+
+TEST_F(CellNameTest, MeasuresFromTheFileKeepAllTheirDigitsAsFormulas) {
+  const CellRef cell = At(u"Page-1", u"Relay", u"Height");
+  EXPECT_EQ(Text(cell), "31.358 mm");
+  EXPECT_EQ(FormulaOf(cell), "31.358024406 mm");
+  cell->SetFormula(FromUtf8(FormulaOf(cell)));
+  EXPECT_DOUBLE_EQ(cell->ResultNumber(), 1.23456789);
 }
 
 TEST_F(CellNameTest, RefusalsNameTheCellAndThePlace) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/embedded/drawing/formula_program.h"
 #include "platform/embedded/drawing/live_document.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -35,6 +36,19 @@ bool IsLiteral(std::string_view text, const FormulaValue& value) {
   }
 }
 
+/// A number with its unit in all its digits: what is shown is rounded, a formula must not be.
+std::string MeasureText(const FormulaValue& value) {
+  std::string shown = value.ToText();
+  const size_t blank = shown.find(' ');
+  if (blank == std::string::npos || !(IsLengthUnit(value.unit) || IsAngleUnit(value.unit))) {
+    return shown;
+  }
+  const Unit unit = value.unit == Unit::kAngle         ? Unit::kDegrees
+                    : value.unit == Unit::kTypographic ? Unit::kPoints
+                                                       : value.unit;
+  return NumberText(value.number / UnitFactor(unit)) + shown.substr(blank);
+}
+
 std::string ConstantText(const FormulaValue& value) {
   char buffer[kSlotBytes];
   switch (value.kind) {
@@ -44,7 +58,7 @@ std::string ConstantText(const FormulaValue& value) {
       return QuoteText(value.text);
     case FormulaValue::Kind::kNumber:
       if (value.unit == Unit::kNumber) return std::string(NumberText(value.number, buffer));
-      return value.ToText();
+      return MeasureText(value);
     default:
       return value.ToText();
   }
@@ -418,6 +432,7 @@ double LiveDocument::ResultNumber(LiveSheet& live, const CellAddress& address) {
 }
 
 void LiveDocument::SetText(Sheet& sheet, std::string_view text) {
+  if (sheet.kind != SheetKind::kShape) Raise(Err::kHost, u"Only shapes have a text.");
   BuildIndex();
   LiveSheet& live = Live(sheet);
   const std::string before = TextOf(sheet);

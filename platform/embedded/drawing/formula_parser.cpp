@@ -358,7 +358,7 @@ class Parser {
     }
     if (Peek() == '\'' || Peek() == '"') {
       op.unit = Peek() == '"' ? Unit::kSecondsOfArc : Unit::kMinutesOfArc;
-      op.number *= UnitFactor(op.unit);
+      op.number = InternalUnits(op.number, UnitFactor(op.unit));
       ++at_;
       return;
     }
@@ -381,7 +381,7 @@ class Parser {
     if (!UnitFromSuffix(suffix, op.unit, factor)) {
       RefuseAt(begin, "\"" + std::string(suffix) + "\" is no unit");
     }
-    op.number *= factor;
+    op.number = InternalUnits(op.number, factor);
     if (Peek() == '.') ++at_;  // "in.", "ft."
   }
 

@@ -201,7 +201,7 @@ bool TextNumber(std::string_view text, double& number) noexcept {
     Unit unit = Unit::kNumber;
     double factor = 1;
     if (!UnitFromSuffix(suffix, unit, factor)) return false;
-    value *= factor;
+    value = InternalUnits(value, factor);
   }
   number = negative ? -value : value;
   return true;
