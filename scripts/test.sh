@@ -57,8 +57,8 @@ run_tests() {  # run_tests PRESET
   echo "$preset: $((all - bad - unrun)) of $all tests passed"
   if [ "$bad" -gt 0 ]; then grep -E '\*\*\*|^\[  FAILED|Failure$' "$logs/$preset-tests.log" | head -40; fi
   if [ "$unrun" -gt 0 ]; then
-    echo "not run, with the reason each test gives:"
-    sed -n '/did not run:/,/^$/p' "$logs/$preset-tests.log" | grep -E '\((Skipped|Disabled|Not Run)\)'
+    echo "tests not run, by the reason they give:"
+    awk '/: Skipped$/ { getline; print }' "$report" | sort | uniq -c
   fi
   if [ "$all" -eq 0 ]; then fail "$preset has no tests"; fi
   passed=$((passed + all - bad - unrun)) failed=$((failed + bad)) skipped=$((skipped + unrun))

@@ -14,7 +14,9 @@ namespace fs = std::filesystem;
 // Drawings of many programs: each is indexed, or refused with one sentence.
 TEST(RealDrawingsTest, AreIndexedOrRefusedInOneSentence) {
   const fs::path corpus = fs::path(OHMWISE_SOURCE_DIR) / "../shared/corpus/vsdx";
-  if (!fs::exists(corpus)) GTEST_SKIP() << "no drawings in " << corpus;
+  if (!fs::exists(corpus)) {
+    GTEST_SKIP() << "the folder ../shared/corpus with real drawings is absent";
+  }
   int indexed = 0, refused = 0;
   for (const auto& entry : fs::directory_iterator(corpus)) {
     const std::string file = entry.path().string();
