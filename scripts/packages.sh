@@ -47,4 +47,5 @@ bench_packages=(libbenchmark-dev libicu-dev libvisio-tools)
 use_ccache() {
   command -v ccache >/dev/null || return 0
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  export CCACHE_NOHASHDIR=1  # build folders with the same flags share objects
 }
