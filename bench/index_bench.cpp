@@ -2,13 +2,13 @@
 // libvisio-tools merely reading the same file as the yardstick. Both are processes.
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "bench/generated_drawing.h"
+#include "bench/work_folder.h"
 
 namespace {
 
@@ -24,26 +24,8 @@ constexpr Job kJobs[] = {
     {"corpus_27_pages", 0, 0, 0},
 };
 
-// A folder of this run, gone at its end.
-class Folder {
- public:
-  Folder() {
-    std::string pattern = (fs::temp_directory_path() / "ohmwise-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    path_ = pattern;
-  }
-  ~Folder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
-const std::string& WorkFolder() {
-  static const Folder folder;
+const std::string& Folder() {
+  static const ohmwise::bench::WorkFolder folder;
   return folder.path();
 }
 
@@ -52,7 +34,7 @@ std::string DrawingOf(const Job& job) {
     return std::string(OHMWISE_SOURCE_DIR) +
            "/../shared/corpus/vsdx/maarten-pennings--schematics.vsdx";
   }
-  std::string path = WorkFolder() + "/" + job.name + ".vsdx";
+  std::string path = Folder() + "/" + job.name + ".vsdx";
   if (!fs::exists(path)) {
     ohmwise::bench::GenerateDrawing(path, job.pages, job.components, job.wires);
   }
@@ -72,7 +54,7 @@ void BM_Index(benchmark::State& state) {
   const Job& job = kJobs[state.range(0)];
   state.SetLabel(job.name);
   Run(state, std::string("exec '") + OHMWISE_PROGRAM + "' index '" + DrawingOf(job) +
-                 "' --output '" + WorkFolder() + "/out.vsdx'");
+                 "' --output '" + Folder() + "/out.vsdx'");
   if (job.pages != 0) {
     state.counters["per_shape"] = benchmark::Counter(
         job.components + job.wires,

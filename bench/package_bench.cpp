@@ -2,7 +2,6 @@
 // yardstick.
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +11,7 @@
 #include <utility>
 
 #include "bench/generated_drawing.h"
+#include "bench/work_folder.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 
 namespace {
@@ -20,30 +20,12 @@ namespace fs = std::filesystem;
 
 using ohmwise::embedded::DrawingFile;
 
-// A folder of this run, gone at its end.
-class Folder {
- public:
-  Folder() {
-    std::string pattern = (fs::temp_directory_path() / "ohmwise-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    path_ = pattern;
-  }
-  ~Folder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
 std::string Drawing(int64_t pages, int64_t per_page) {
   if (pages == 0) {
     return std::string(OHMWISE_SOURCE_DIR) +
            "/../shared/corpus/vsdx/maarten-pennings--schematics.vsdx";
   }
-  static Folder folder;
+  static const ohmwise::bench::WorkFolder folder;
   static std::map<std::pair<int64_t, int64_t>, std::string> made;
   std::string& path = made[{pages, per_page}];
   if (path.empty()) {

@@ -39,7 +39,8 @@ build_packages=(
 
 # What the tests need besides.
 test_packages=(
-  libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui)
+  libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui
+  poppler-utils)
 
 # What the benchmarks need: the framework, and the peers they compare with.
 bench_packages=(libbenchmark-dev libicu-dev libvisio-tools)
