@@ -13,6 +13,12 @@ thread_local std::vector<void (*)()> at_end;
 
 }  // namespace
 
+SettingsStore& Host::settings_store() {
+  Raise(Err::kUnsupportedMember, u"This host keeps no settings.");
+}
+
+FileSystem& Host::files() { Raise(Err::kUnsupportedMember, u"This host reads no files."); }
+
 CollectionRef Host::AsCollection(const ObjectRef& object) {
   auto* collection = dynamic_cast<Collection*>(object.get());
   if (!collection) Raise(Err::kTypeMismatch);

@@ -8,7 +8,9 @@
 #include "platform/collection.h"
 #include "platform/database.h"
 #include "platform/drawing.h"
+#include "platform/files.h"
 #include "platform/forms.h"
+#include "platform/settings_store.h"
 
 namespace ohmwise {
 
@@ -19,6 +21,10 @@ class Host {
   virtual ~Host() = default;
 
   virtual Database& database() = 0;
+  /// The user's settings and the files beside a program. The defaults raise 438: a host that serves
+  /// texts and drawings alone needs neither.
+  virtual SettingsStore& settings_store();
+  virtual FileSystem& files();
   /// The library's own folder, ending with the separator or not as the host has it.
   virtual std::u16string LibraryFolder() = 0;
 
