@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "platform/value.h"
 
@@ -17,6 +18,7 @@ inline constexpr int32_t kLockOptimistic = 3;
 inline constexpr int32_t kCursorLocationClient = 3;
 inline constexpr int32_t kStateClosed = 0;
 inline constexpr int32_t kStateOpen = 1;
+inline constexpr int32_t kSchemaTables = 20;
 
 /// A database connection, opened by a provider connection string. Failures raise the provider's
 /// error with the engine's sentence.
@@ -26,6 +28,19 @@ class Connection : public Object {
   virtual void SetCursorLocation(int32_t location) = 0;
   virtual void Open(std::u16string_view connection_string) = 0;
   virtual void Close() = 0;
+
+  /// Everything until `CommitTrans` happens wholly or not at all; other writers wait meanwhile.
+  /// Closing the connection rolls back. Transactions do not nest. The defaults raise 438.
+  virtual void BeginTrans();
+  virtual void CommitTrans();
+  virtual void RollbackTrans();
+  /// The tables of the data source, one row each: TABLE_NAME, TABLE_TYPE ("TABLE" for the user's).
+  /// Knows `kSchemaTables` alone. The default raises 438.
+  virtual Ref<Recordset> OpenSchema(int32_t schema);
+  /// Keys of the components in which every word of `text` begins some word of name, brand, model,
+  /// order code or supplier; the best first, at most `limit`. A text without words finds nothing.
+  /// The default raises 438.
+  virtual std::vector<int32_t> SearchComponents(std::u16string_view text, int32_t limit);
 };
 
 /// One open result. Field names compare without case; an unknown name raises the provider's error.
