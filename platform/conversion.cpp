@@ -1,6 +1,7 @@
 #include "platform/conversion.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -25,7 +26,10 @@ To ToInteger(double number) {
 
 bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= 9 && unit <= 13) || unit == 0xA0; }
 bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-bool IsCurrency(char16_t unit) {
+bool IsExponentLetter(char16_t unit) {
+  return unit == u'e' || unit == u'E' || unit == u'd' || unit == u'D';
+}
+bool IsCommonCurrency(char16_t unit) {
   return unit == u'$' || unit == 0x20AC || unit == 0xA3 || unit == 0xA5;
 }
 
@@ -33,7 +37,8 @@ bool IsCurrency(char16_t unit) {
 /// currency sign, grouped digits, a point, an exponent; or &H and &O.
 class NumberReader {
  public:
-  explicit NumberReader(std::u16string_view text) : text_(text) {}
+  explicit NumberReader(std::u16string_view text, const NumberFormat& format = {})
+      : text_(text), format_(format) {}
 
   bool Read(double& number) {
     SkipBlanks();
@@ -47,20 +52,21 @@ class NumberReader {
       } else if ((unit == u'-' || unit == u'+') && !sign && !in_parentheses) {
         sign = true;
         negative = unit == u'-';
-      } else if (IsCurrency(unit) && !currency) {
+      } else if (const size_t units = currency ? 0 : CurrencyLength(); units > 0) {
         currency = true;
+        at_ += units - 1;
       } else {
         break;
       }
       ++at_;
     }
     bool any = false;
-    while (IsDigit(Peek()) || (any && Peek() == u',')) {
-      if (Peek() != u',') digits.push_back(static_cast<char>(Peek()));
+    while (IsDigit(Peek()) || (any && IsGrouping(Peek()))) {
+      if (IsDigit(Peek())) digits.push_back(static_cast<char>(Peek()));
       any = true;
       ++at_;
     }
-    if (Peek() == u'.') {
+    if (Peek() == format_.decimal) {
       digits.push_back('.');
       ++at_;
       while (IsDigit(Peek())) {
@@ -78,8 +84,9 @@ class NumberReader {
       } else if ((unit == u'-' || unit == u'+') && !sign && !in_parentheses) {
         sign = true;
         negative = unit == u'-';
-      } else if (IsCurrency(unit) && !currency) {
+      } else if (const size_t units = currency ? 0 : CurrencyLength(); units > 0) {
         currency = true;
+        at_ += units - 1;
       } else {
         break;
       }
@@ -97,6 +104,20 @@ class NumberReader {
 
  private:
   char16_t Peek() const { return at_ < text_.size() ? text_[at_] : u'\0'; }
+  /// Code units of the currency sign here, 0 without one.
+  size_t CurrencyLength() const {
+    const std::u16string_view sign = format_.currency;
+    if (!sign.empty() &&
+        EqualNoCase(text_.substr(std::min(at_, text_.size()), sign.size()), sign)) {
+      return sign.size();
+    }
+    return IsCommonCurrency(Peek()) ? 1 : 0;
+  }
+  bool IsGrouping(char16_t unit) const {
+    if (unit == u'\0') return false;
+    return unit == format_.grouping ||
+           (unit == u' ' && (format_.grouping == 0xA0 || format_.grouping == 0x202F));
+  }
   void SkipBlanks() {
     while (at_ < text_.size() && IsBlank(text_[at_])) ++at_;
   }
@@ -123,8 +144,7 @@ class NumberReader {
   }
 
   bool ReadExponent(std::string& digits) {
-    const char16_t letter = static_cast<char16_t>(Peek() | 0x20);
-    if (letter != u'e' && letter != u'd') return true;
+    if (!IsExponentLetter(Peek())) return true;
     ++at_;
     digits.push_back('e');
     if (Peek() == u'-' || Peek() == u'+') {
@@ -170,10 +190,42 @@ class NumberReader {
   }
 
   std::u16string_view text_;
+  NumberFormat format_;
   size_t at_ = 0;
   bool closed_ = false;
   bool is_bits_ = false;
 };
+
+/// Value of a digit in a radix up to 16; -1 for none.
+int32_t DigitOf(char16_t unit, int32_t radix) {
+  int32_t digit = -1;
+  if (IsDigit(unit)) digit = unit - u'0';
+  if (unit >= u'a' && unit <= u'f') digit = unit - u'a' + 10;
+  if (unit >= u'A' && unit <= u'F') digit = unit - u'A' + 10;
+  return digit < radix ? digit : -1;
+}
+
+/// The bits that "&H1F…" or "&O17…" begins with, signed like the shortest integer that holds them:
+/// "&HFFFF" is -1, and "&HFFFF&" 65535.
+double LeadingBits(std::u16string_view text) {
+  text.remove_prefix(1);
+  int32_t radix = 8;
+  if (!text.empty() && (text.front() | 0x20) == u'h') radix = 16;
+  if (!text.empty() && (radix == 16 || (text.front() | 0x20) == u'o')) text.remove_prefix(1);
+  uint64_t bits = 0;
+  while (!text.empty() && DigitOf(text.front(), radix) >= 0) {
+    const auto digit = static_cast<uint64_t>(DigitOf(text.front(), radix));
+    if (bits > (std::numeric_limits<uint64_t>::max() - digit) / static_cast<uint64_t>(radix)) {
+      Raise(Err::kOverflow);
+    }
+    bits = bits * static_cast<uint64_t>(radix) + digit;
+    text.remove_prefix(1);
+  }
+  const bool is_wide = text.starts_with(u'&');
+  if (bits <= 0xFFFF && !is_wide) return static_cast<int16_t>(bits);
+  if (bits <= 0xFFFFFFFF) return static_cast<int32_t>(bits);
+  return static_cast<double>(bits);
+}
 
 /// Text of at most `digits` significant digits: plain as long as neither side of the point needs
 /// more than that many places, else with an exponent of at least two digits.
@@ -203,6 +255,12 @@ std::u16string SignificantText(Number number, int digits) {
   return {mantissa.begin(), mantissa.end()};
 }
 
+/// Characters of the ANSI code page 1252 at 0x80..0x9F; its five unused codes stand for themselves.
+constexpr std::array<char16_t, 32> kCodePage1252 = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
 }  // namespace
 
 int16_t ToInt16(double number) { return ToInteger<int16_t>(number); }
@@ -222,6 +280,46 @@ int16_t TextToInt16(std::u16string_view text) {
 }
 int32_t TextToInt32(std::u16string_view text) { return ToInt32(TextToDouble(text)); }
 
+bool IsNumericText(std::u16string_view text, const NumberFormat& format) {
+  try {
+    double ignored = 0;
+    return NumberReader(text, format).Read(ignored);
+  } catch (const AutomationError&) {
+    return false;
+  }
+}
+
+double LeadingNumber(std::u16string_view text) {
+  std::u16string packed;
+  for (const char16_t unit : text) {
+    if (unit != u' ' && unit != u'\t' && unit != u'\n' && unit != u'\r') packed += unit;
+  }
+  if (packed.starts_with(u'&')) return LeadingBits(packed);
+  size_t end = 0;
+  const auto skip_digits = [&] {
+    const size_t begin = end;
+    while (end < packed.size() && IsDigit(packed[end])) ++end;
+    return end > begin;
+  };
+  const auto skip_sign = [&] {
+    if (end < packed.size() && (packed[end] == u'-' || packed[end] == u'+')) ++end;
+  };
+  skip_sign();
+  bool any = skip_digits();
+  if (end < packed.size() && packed[end] == u'.') {
+    ++end;
+    any = skip_digits() || any;
+  }
+  if (!any) return 0;
+  const size_t mantissa_end = end;
+  if (end < packed.size() && IsExponentLetter(packed[end])) {
+    ++end;
+    skip_sign();
+    if (!skip_digits()) end = mantissa_end;
+  }
+  return TextToDouble(std::u16string_view(packed).substr(0, end));
+}
+
 bool TextToBoolean(std::u16string_view text) {
   if (EqualNoCase(text, u"True") || EqualNoCase(text, u"#TRUE#")) return true;
   if (EqualNoCase(text, u"False") || EqualNoCase(text, u"#FALSE#")) return false;
@@ -230,5 +328,19 @@ bool TextToBoolean(std::u16string_view text) {
 
 std::u16string SingleText(float number) { return SignificantText(number, 7); }
 std::u16string DoubleText(double number) { return SignificantText(number, 15); }
+
+int32_t AnsiCode(char16_t unit) {
+  if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF)) return unit;
+  for (size_t i = 0; i < kCodePage1252.size(); ++i) {
+    if (kCodePage1252[i] == unit) return static_cast<int32_t>(0x80 + i);
+  }
+  Raise(Err::kInvalidCall);
+}
+
+char16_t AnsiCharacter(int32_t code) {
+  if (code < 0 || code > 0xFF) Raise(Err::kInvalidCall);
+  if (code >= 0x80 && code < 0xA0) return kCodePage1252[static_cast<size_t>(code - 0x80)];
+  return static_cast<char16_t>(code);
+}
 
 }  // namespace ohmwise

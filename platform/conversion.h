@@ -6,6 +6,13 @@
 
 namespace ohmwise {
 
+/// How a user writes numbers. The signs of dollar, euro, pound and yen always count as a currency.
+struct NumberFormat {
+  char16_t decimal = u'.';
+  char16_t grouping = u',';  ///< a no-break space stands for any space
+  std::u16string currency = u"$";
+};
+
 /// Conversions of the runtime. To integers: halves round to even; raise 6 out of range (and for a
 /// NaN). From texts: the numeric recognition of the runtime in the invariant locale; raise 13 for a
 /// text that is no number. "&HFFFF" is -1 as a 16-bit integer and 65535 otherwise.
@@ -17,11 +24,24 @@ int32_t TextToInt32(std::u16string_view text);
 /// "True"/"False" in any case, "#TRUE#"/"#FALSE#", or a number (0 is False). Raises 13 otherwise.
 bool TextToBoolean(std::u16string_view text);
 
+/// The numeric test of the runtime (IsNumeric): a sign before or behind, parentheses, a currency
+/// sign, groups, a decimal sign, an exponent, or &H and &O. False for what no Double can hold.
+bool IsNumericText(std::u16string_view text, const NumberFormat& format = {});
+/// The number that a text begins with, 0 without one (Val): a point is the only decimal sign, and
+/// blanks between the digits do not count. Never the user's form: "1,234" is 1 everywhere. Raises 6
+/// above a Double.
+double LeadingNumber(std::u16string_view text);
+
 /// A Single as text: up to seven significant digits, no trailing zeros ("12.25", "0").
 std::u16string SingleText(float number);
 /// A Double as text: up to fifteen significant digits. Both take the exponent form where either
 /// side of the point would need more places than that ("1E+20", "6.66666666666667E-02").
 std::u16string DoubleText(double number);
+
+/// Character codes of the code page 1252, whose five unused codes stand for themselves. Raise 5 for
+/// a character without a code, and for a code outside 0..255.
+int32_t AnsiCode(char16_t unit);
+char16_t AnsiCharacter(int32_t code);
 
 /// Narrows an integer; raises 6 when the value does not fit.
 template <class To, class From>

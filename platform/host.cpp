@@ -19,6 +19,12 @@ SettingsStore& Host::settings_store() {
 
 FileSystem& Host::files() { Raise(Err::kUnsupportedMember, u"This host reads no files."); }
 
+Spreadsheet& Host::spreadsheet() {
+  Raise(Err::kUnsupportedMember, u"This host writes no spreadsheets.");
+}
+
+NumberFormat Host::number_format() { return {}; }
+
 CollectionRef Host::AsCollection(const ObjectRef& object) {
   auto* collection = dynamic_cast<Collection*>(object.get());
   if (!collection) Raise(Err::kTypeMismatch);

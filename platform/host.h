@@ -6,11 +6,13 @@
 #include <string_view>
 
 #include "platform/collection.h"
+#include "platform/conversion.h"
 #include "platform/database.h"
 #include "platform/drawing.h"
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/settings_store.h"
+#include "platform/spreadsheet.h"
 
 namespace ohmwise {
 
@@ -25,6 +27,11 @@ class Host {
   /// texts and drawings alone needs neither.
   virtual SettingsStore& settings_store();
   virtual FileSystem& files();
+  /// The spreadsheet program that reports are written with. The default raises 438.
+  virtual Spreadsheet& spreadsheet();
+  /// How the user writes numbers, for what the runtime takes for one. The default is the invariant
+  /// form, the same on every machine; a host in a user's session gives that user's.
+  virtual NumberFormat number_format();
   /// The library's own folder, ending with the separator or not as the host has it.
   virtual std::u16string LibraryFolder() = 0;
 
