@@ -19,6 +19,8 @@ struct NumberFormat {
 int16_t ToInt16(double number);
 int32_t ToInt32(double number);
 double TextToDouble(std::u16string_view text);
+/// The same, written as a user writes numbers.
+double TextToDouble(std::u16string_view text, const NumberFormat& format);
 int16_t TextToInt16(std::u16string_view text);
 int32_t TextToInt32(std::u16string_view text);
 /// "True"/"False" in any case, "#TRUE#"/"#FALSE#", or a number (0 is False). Raises 13 otherwise.
@@ -37,11 +39,6 @@ std::u16string SingleText(float number);
 /// A Double as text: up to fifteen significant digits. Both take the exponent form where either
 /// side of the point would need more places than that ("1E+20", "6.66666666666667E-02").
 std::u16string DoubleText(double number);
-
-/// Character codes of the code page 1252, whose five unused codes stand for themselves. Raise 5 for
-/// a character without a code, and for a code outside 0..255.
-int32_t AnsiCode(char16_t unit);
-char16_t AnsiCharacter(int32_t code);
 
 /// Narrows an integer; raises 6 when the value does not fit.
 template <class To, class From>

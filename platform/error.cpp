@@ -22,6 +22,10 @@ std::u16string_view StandardText(Err number) {
       return u"Type mismatch";
     case Err::kFileNotFound:
       return u"File not found";
+    case Err::kInputPastEnd:
+      return u"Input past end of file";
+    case Err::kPermissionDenied:
+      return u"Permission denied";
     case Err::kObjectNotSet:
       return u"Object variable or With block variable not set";
     case Err::kInvalidNull:

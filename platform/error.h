@@ -10,16 +10,18 @@ namespace ohmwise {
 /// Run-time error numbers of the automation runtime. Providers and hosts may raise others, kept as
 /// they come.
 enum class Err : int32_t {
-  kInvalidCall = 5,       ///< "Invalid procedure call or argument"; also a missing collection key
-  kOverflow = 6,          ///< "Overflow"
-  kOutOfMemory = 7,       ///< "Out of memory"
-  kSubscript = 9,         ///< "Subscript out of range"
-  kDivideByZero = 11,     ///< "Division by zero"
-  kTypeMismatch = 13,     ///< "Type mismatch"
-  kFileNotFound = 53,     ///< "File not found"
-  kObjectNotSet = 91,     ///< "Object variable or With block variable not set"
-  kInvalidNull = 94,      ///< "Invalid use of Null"
-  kObjectRequired = 424,  ///< "Object required"
+  kInvalidCall = 5,        ///< "Invalid procedure call or argument"; also a missing collection key
+  kOverflow = 6,           ///< "Overflow"
+  kOutOfMemory = 7,        ///< "Out of memory"
+  kSubscript = 9,          ///< "Subscript out of range"
+  kDivideByZero = 11,      ///< "Division by zero"
+  kTypeMismatch = 13,      ///< "Type mismatch"
+  kFileNotFound = 53,      ///< "File not found"
+  kInputPastEnd = 62,      ///< "Input past end of file"
+  kPermissionDenied = 70,  ///< "Permission denied"
+  kObjectNotSet = 91,      ///< "Object variable or With block variable not set"
+  kInvalidNull = 94,       ///< "Invalid use of Null"
+  kObjectRequired = 424,   ///< "Object required"
   kUnsupportedMember = 438,  ///< "Object doesn't support this property or method"
   kDuplicateKey = 457,  ///< "This key is already associated with an element of this collection"
   kNoCurrentRecord =

@@ -8,7 +8,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "platform/embedded/vsdx/atomic_file.h"
+#include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/vsdx/new_drawing.h"
 #include "platform/embedded/vsdx/package.h"
 #include "platform/embedded/vsdx/part_reader.h"

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/embedded/vsdx/atomic_file.h"
+#include "platform/embedded/files/atomic_file.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
