@@ -45,6 +45,7 @@ Drawing::~Drawing() {
 
 DocumentRef Drawing::document() { return live_->MakeDocument(); }
 DocumentModel& Drawing::model() { return live_->model(); }
+const WorkCount& Drawing::work() const { return live_->work; }
 void Drawing::SetObserver(ChangeObserver* observer) { live_->observer = observer; }
 
 ShapeRef Drawing::FindShape(std::u16string_view page, std::u16string_view shape) {

@@ -27,6 +27,13 @@ class ChangeObserver {
   virtual void ResultChanged(const CellPlace& place, std::u16string_view text) = 0;
 };
 
+/// What the engine has looked at so far. Edits of long lists are held against it: their cost must
+/// grow with what they change and not with what is there.
+struct WorkCount {
+  uint64_t rows = 0;   ///< rows seen while sections are searched or listed
+  uint64_t cells = 0;  ///< cells seen while dependents are noted, found and forgotten
+};
+
 class LiveDocument;  // live_document.h: sheets by id, dependency graph
 
 /// A drawing opened in this process: serves the drawing interfaces of the platform over a stored
@@ -42,6 +49,8 @@ class Drawing {
   /// its code module (colRefShape …).
   DocumentRef document();
   DocumentModel& model();
+
+  const WorkCount& work() const;
 
   /// At most one; null detaches.
   void SetObserver(ChangeObserver* observer);

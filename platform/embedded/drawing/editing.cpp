@@ -162,7 +162,7 @@ StoredSection& LiveDocument::EnsureSection(Sheet& sheet, uint16_t section) {
 
 StoredRow& LiveDocument::EnsureLocalRow(LiveSheet& live, const CellAddress& address) {
   Sheet& sheet = *live.sheet;
-  if (StoredRow* row = FindRow(sheet, names_, address)) return *row;
+  if (StoredRow* row = FindRow(sheet, address)) return *row;
   const std::string_view type = RowTypeText(live, address);
   StoredSection& section = EnsureSection(sheet, address.section);
   StoredRow& row = section.rows.emplace_back();
@@ -170,9 +170,8 @@ StoredRow& LiveDocument::EnsureLocalRow(LiveSheet& live, const CellAddress& addr
   row.type = type;
   if (address.row & CellAddress::kNamedRow) {
     row.name = model_.arena.Keep(names_.Text(address.row & ~CellAddress::kNamedRow));
-    for (const RowView& view : Rows(live, address.section)) {
-      if (view.key == address.row) row.name = view.name;
-    }
+    RowList& rows = Rows(live, address.section);
+    if (const auto shown = rows.Find(address.row)) row.name = rows[*shown].name;
   } else {
     row.index = address.row;
   }
@@ -467,27 +466,71 @@ void LiveDocument::SetText(Sheet& sheet, std::string_view text) {
   if (before != text) Propagate({NodeOf(live, *address)});
 }
 
-void LiveDocument::RowsChangedIn(Sheet& sheet, uint16_t section) {
-  LiveSheet& live = Live(sheet);
-  std::erase_if(live.rows, [&](const auto& entry) { return entry.first == section; });
-  ++live.layout;
-  const auto found = instances_.find(&sheet);
-  if (found == instances_.end()) return;
-  for (Sheet* instance : found->second) RowsChangedIn(*instance, section);
+void LiveDocument::ForgetRows(LiveSheet& live, uint16_t section) {
+  for (LiveRows& rows : live.rows) {
+    if (rows.section == section) rows.ready = false;
+  }
 }
 
-void LiveDocument::RowChanged(LiveSheet& live, uint16_t section, uint32_t key) {
-  RowsChangedIn(*live.sheet, section);
+void LiveDocument::ForgetRowsOfInstances(Sheet& sheet, uint16_t section) {
+  const auto found = instances_.find(&sheet);
+  if (found == instances_.end()) return;
+  for (Sheet* instance : found->second) {
+    LiveSheet& live = Live(*instance);
+    ForgetRows(live, section);
+    ++live.layout;
+    ForgetRowsOfInstances(*instance, section);
+  }
+}
+
+void LiveDocument::RowChanged(LiveSheet& live, const CellAddress& row) {
+  ForgetRowsOfInstances(*live.sheet, row.section);
+  ++live.layout;
   Mark(*live.sheet);
   std::vector<uint32_t> changed;
-  const std::vector<uint32_t> nodes = live.nodes;
-  for (const uint32_t index : nodes) {
-    const CellAddress& address = nodes_[index].address;
-    if (address.section != section || address.row != key) continue;
-    Refresh(index);
-    changed.push_back(index);
+  CellAddress cell = row;
+  const SectionInfo& info = *FindSection(static_cast<int16_t>(row.section));
+  for (size_t column = 0; column < info.columns.size(); ++column) {
+    cell.column = static_cast<uint16_t>(column);
+    const auto found = node_ids_.find({&live, cell.Packed()});
+    if (found == node_ids_.end()) continue;
+    Refresh(found->second);
+    changed.push_back(found->second);
   }
   if (!changed.empty()) Propagate(changed);
+}
+
+int16_t LiveDocument::PutRow(LiveSheet& live, const CellAddress& address, std::string_view name,
+                             std::string_view type) {
+  Sheet& sheet = *live.sheet;
+  if (Rows(live, address.section).size() >= kMostRows) {
+    Refuse(live, address, u"a section takes no more than 32767 rows.");
+  }
+  BuildIndex();
+  const bool uncovered =
+      std::any_of(sheet.sections.begin(), sheet.sections.end(), [&](const StoredSection& stored) {
+        return stored.deleted && SectionNumber(stored) == address.section;
+      });
+  StoredRow* row = FindRow(sheet, address);
+  const bool made = row == nullptr;
+  if (made) {
+    row = &EnsureSection(sheet, address.section).rows.emplace_back();
+    if (name.empty()) {
+      row->index = address.row;
+    } else {
+      row->name = model_.arena.Keep(name);
+    }
+  }
+  row->deleted = false;
+  row->changed = true;
+  if (made || name.empty()) row->type = type;
+  if (made && !uncovered) {
+    Rows(live, address.section).Append({address.row, row->name});
+  } else {
+    ForgetRows(live, address.section);
+  }
+  RowChanged(live, address);
+  return static_cast<int16_t>(Rows(live, address.section).Find(address.row).value_or(0));
 }
 
 int16_t LiveDocument::AddNamedRow(LiveSheet& live, int16_t section, std::string_view name,
@@ -504,29 +547,10 @@ int16_t LiveDocument::AddNamedRow(LiveSheet& live, int16_t section, std::string_
   if (bad != std::string_view::npos || (name[0] >= '0' && name[0] <= '9')) {
     Refuse(live, address, u"this is no name for a row.");
   }
-  const auto& rows = Rows(live, address.section);
-  if (std::any_of(rows.begin(), rows.end(),
-                  [&](const RowView& row) { return row.key == address.row; })) {
+  if (Rows(live, address.section).Find(address.row)) {
     Refuse(live, address, u"a row of that name exists already.");
   }
-  BuildIndex();
-  StoredRow* row = FindRow(*live.sheet, names_, address);
-  if (row != nullptr) {
-    row->deleted = false;
-    row->changed = true;
-  } else {
-    StoredSection& stored = EnsureSection(*live.sheet, address.section);
-    row = &stored.rows.emplace_back();
-    row->name = model_.arena.Keep(name);
-    row->type = TypeOfTag(section, tag);
-    row->changed = true;
-  }
-  RowChanged(live, address.section, address.row);
-  const auto& now = Rows(live, address.section);
-  for (size_t i = 0; i < now.size(); ++i) {
-    if (now[i].key == address.row) return static_cast<int16_t>(i);
-  }
-  return static_cast<int16_t>(now.size() - 1);
+  return PutRow(live, address, name, TypeOfTag(section, tag));
 }
 
 int16_t LiveDocument::AddRow(LiveSheet& live, int16_t section, int16_t row, int16_t tag) {
@@ -534,55 +558,42 @@ int16_t LiveDocument::AddRow(LiveSheet& live, int16_t section, int16_t row, int1
   if (info == nullptr || info->style == RowStyle::kGeometry) {
     Raise(Err::kHost, u"Rows cannot be added to this section.");
   }
-  const auto& rows = Rows(live, static_cast<uint16_t>(section));
-  const auto count = static_cast<int16_t>(rows.size());
-  if (row != -2 && (row < 0 || row > count)) {
+  RowList& rows = Rows(live, static_cast<uint16_t>(section));
+  const size_t count = rows.size();
+  if (row != -2 && (row < 0 || static_cast<size_t>(row) > count)) {
     Raise(Err::kHost, u"There is no such place for a row in this section.");
   }
   if (info->style == RowStyle::kNamed || section == section::kControls) {
     // These rows are kept by name; the drawing program makes one up.
-    for (int number = count + 1;; ++number) {
+    for (size_t number = count + 1;; ++number) {
       const std::string name = "Row_" + std::to_string(number);
-      const uint32_t key = CellAddress::kNamedRow | names_.Intern(name);
-      if (std::none_of(rows.begin(), rows.end(),
-                       [&](const RowView& view) { return view.key == key; })) {
+      if (!rows.Find(CellAddress::kNamedRow | names_.Intern(name))) {
         return AddNamedRow(live, section, name, tag);
       }
     }
   }
-  BuildIndex();
-  uint32_t index = 0;
-  for (const RowView& view : rows) {
-    if (view.name.empty()) index = std::max(index, view.key + 1);
-  }
-  if (section == section::kConnectionPoints) index = std::max(index, uint32_t(count));
   CellAddress address;
   address.section = static_cast<uint16_t>(section);
-  address.row = index;
-  StoredRow* stored = FindRow(*live.sheet, names_, address);
-  if (stored == nullptr) {
-    stored = &EnsureSection(*live.sheet, address.section).rows.emplace_back();
-    stored->index = index;
+  address.row = rows.FreeIndex();
+  if (section == section::kConnectionPoints) {
+    address.row = std::max(address.row, static_cast<uint32_t>(count));
   }
-  stored->deleted = false;
-  stored->changed = true;
-  stored->type = TypeOfTag(section, tag);
-  RowChanged(live, address.section, index);
-  return count;
+  return PutRow(live, address, {}, TypeOfTag(section, tag));
 }
 
 void LiveDocument::DeleteRow(LiveSheet& live, int16_t section, int16_t row) {
-  const auto& rows = Rows(live, static_cast<uint16_t>(section));
+  RowList& rows = Rows(live, static_cast<uint16_t>(section));
   if (row < 0 || static_cast<size_t>(row) >= rows.size()) {
     Raise(Err::kHost, u"There is no such row to delete.");
   }
   BuildIndex();
+  const auto position = static_cast<size_t>(row);
   CellAddress address;
   address.section = static_cast<uint16_t>(section);
-  address.row = rows[static_cast<size_t>(row)].key;
+  address.row = rows[position].key;
   bool inherited = false;
   for (size_t level = 1; level < live.chain.size(); ++level) {
-    const StoredRow* found = FindRow(*live.chain[level], names_, address);
+    const StoredRow* found = FindRow(*live.chain[level], address);
     if (found == nullptr) continue;
     inherited = !found->deleted;
     break;
@@ -592,11 +603,15 @@ void LiveDocument::DeleteRow(LiveSheet& live, int16_t section, int16_t row) {
     local.deleted = true;
     local.changed = true;
     local.cells.clear();
-  } else if (StoredRow* local = FindRow(*live.sheet, names_, address)) {
+    rows.Erase(position);
+  } else if (StoredRow* local = FindRow(*live.sheet, address)) {
     local->removed = true;
     local->changed = true;
+    rows.Erase(position);
+    // An odd file may have a second row of that name, which shows from now on.
+    if (FindRow(*live.sheet, address) != nullptr) ForgetRows(live, address.section);
   }
-  RowChanged(live, address.section, address.row);
+  RowChanged(live, address);
 }
 
 }  // namespace ohmwise::embedded

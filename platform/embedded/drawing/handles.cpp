@@ -266,8 +266,13 @@ class ShapeObject final : public Counted<Shape> {
   int16_t RowCount(int16_t section) override {
     LiveDocument& document = Alive();
     if (FindSection(section) == nullptr) return 0;
-    return static_cast<int16_t>(
-        document.Rows(document.Live(*sheet_), static_cast<uint16_t>(section)).size());
+    const size_t count =
+        document.Rows(document.Live(*sheet_), static_cast<uint16_t>(section)).size();
+    if (count > kMostRows) {
+      Raise(Err::kHost, u"The section has more rows than 16-bit row numbers can count: " +
+                            FromUtf8(std::to_string(count)) + u".");
+    }
+    return static_cast<int16_t>(count);
   }
   int16_t RowType(int16_t section, int16_t row) override {
     LiveDocument& document = Alive();
@@ -396,10 +401,10 @@ class ShapeObject final : public Counted<Shape> {
                       : document.Resolve(live, address).exists;
   }
   const RowView& Row(LiveSheet& live, int16_t section, int16_t row) {
-    static const std::vector<RowView> kNone;
-    const auto& rows = FindSection(section) == nullptr
-                           ? kNone
-                           : Open(anchor_).Rows(live, static_cast<uint16_t>(section));
+    static const RowList kNone;
+    const RowList& rows = FindSection(section) == nullptr
+                              ? kNone
+                              : Open(anchor_).Rows(live, static_cast<uint16_t>(section));
     const int shift = section >= section::kFirstGeometry && section <= section::kLastGeometry;
     if (row < shift || static_cast<size_t>(row - shift) >= rows.size()) {
       Raise(Err::kHost, u"There is no row " + DecimalText(int32_t{row}) + u" in this section.");

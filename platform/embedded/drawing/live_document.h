@@ -17,6 +17,7 @@
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/drawing/formula.h"
 #include "platform/embedded/drawing/model.h"
+#include "platform/embedded/drawing/row_list.h"
 #include "platform/value.h"
 
 namespace ohmwise::embedded {
@@ -41,10 +42,19 @@ struct CompiledFormula {
   bool evaluable() const noexcept { return formula && formula->evaluable(); }
 };
 
-/// A row of a section as it shows: the master's rows first, then local ones.
-struct RowView {
-  uint32_t key = 0;
-  std::string_view name;  ///< "" for rows by index
+/// Rows of one section of a sheet, collected when first asked for.
+struct LiveRows {
+  uint16_t section = 0;
+  bool ready = false;
+  RowList list;
+};
+
+/// Where the rows of one long stored section stand, by key. Rows are only ever added behind others,
+/// and one that was taken away keeps its place.
+struct StoredRowIndex {
+  std::unordered_map<uint32_t, size_t> places;
+  size_t taken = 0;      ///< rows taken up so far
+  bool repeats = false;  ///< some key stands there twice
 };
 
 /// Where formulas of one sheet refer to their own sheet, and which look elsewhere. Entries are
@@ -60,7 +70,8 @@ struct LiveSheet {
   Sheet* sheet = nullptr;
   std::vector<Sheet*> chain;  ///< itself, then master shapes from near to far
   Sheet* root = nullptr;      ///< the instance the sheet belongs to (itself or a group above)
-  std::deque<std::pair<uint16_t, std::vector<RowView>>> rows;  ///< lists stay where they are
+  std::deque<LiveRows> rows;  ///< lists stay where they are
+  std::unordered_map<size_t, StoredRowIndex> stored_rows;  ///< by position of the stored section
   std::unique_ptr<SelfGraph> graph;
   std::vector<uint32_t> nodes;
   uint32_t layout = 0;  ///< counts additions of stored cells, which may move the others
@@ -85,8 +96,10 @@ struct Node {
   const CompiledFormula* formula = nullptr;
   Sheet* formula_sheet = nullptr;
   std::vector<uint32_t> references;  ///< beside Formula::references(), then hidden ones
-  std::vector<uint32_t> dependents;
-  StoredCell* stored = nullptr;  ///< local cell, while the sheet's layout is still this one
+  std::vector<uint32_t> places;      ///< beside those: where it stands among their dependents
+  std::vector<uint32_t> dependents;  ///< in the order of joining; kNoNode where one has left
+  uint32_t left = 0;                 ///< number of those
+  StoredCell* stored = nullptr;      ///< local cell, while the sheet's layout is still this one
   uint32_t layout = 0;
   char* slot = nullptr;    ///< lasting memory for numbers as text
   std::string_view typed;  ///< constant as it was set
@@ -102,6 +115,8 @@ struct Node {
 };
 
 inline constexpr uint32_t kNoNode = 0xFFFFFFFFu;
+/// Positions of rows are 16-bit numbers wherever they are asked for.
+inline constexpr size_t kMostRows = 32767;
 inline constexpr size_t kSlotBytes = 32;
 
 /// Lists of a page's or master's shapes, made when first needed.
@@ -132,12 +147,12 @@ class LiveDocument {
   std::optional<CellAddress> Address(LiveSheet& live, std::string_view name);
   ResolvedCell Resolve(LiveSheet& live, const CellAddress& address);
   bool ExistsLocally(LiveSheet& live, const CellAddress& address);
-  const std::vector<RowView>& Rows(LiveSheet& live, uint16_t section);
+  RowList& Rows(LiveSheet& live, uint16_t section);
   std::string CellName(LiveSheet& live, const CellAddress& address);
   /// Key of a stored row, which stands at a position of its section.
   uint32_t RowKey(const StoredRow& row, size_t position);
   /// Row of a section in one sheet alone, with its deletion mark; null when it has none.
-  static StoredRow* FindRow(Sheet& sheet, const NameTable& names, const CellAddress& address);
+  StoredRow* FindRow(Sheet& sheet, const CellAddress& address);
   bool OneD(Sheet& sheet);
   /// True for connection rows that carry names in D.
   bool NamedConnection(LiveSheet& live, const CellAddress& address);
@@ -207,7 +222,8 @@ class LiveDocument {
   int16_t AddNamedRow(LiveSheet& live, int16_t section, std::string_view name, int16_t tag);
   int16_t AddRow(LiveSheet& live, int16_t section, int16_t row, int16_t tag);
   void DeleteRow(LiveSheet& live, int16_t section, int16_t row);
-  void RowChanged(LiveSheet& live, uint16_t section, uint32_t key);
+  /// Takes up a row that has come or gone; the list of rows is right already or forgotten.
+  void RowChanged(LiveSheet& live, const CellAddress& row);
 
   // Shapes and pages (structure.cpp) ----------------------------------------------------------
   std::string UniqueIdOf(Sheet& sheet);
@@ -228,6 +244,7 @@ class LiveDocument {
 
   ChangeObserver* observer = nullptr;
   ApplicationObject* application = nullptr;
+  WorkCount work;
 
  private:
   friend class Evaluator;
@@ -240,13 +257,15 @@ class LiveDocument {
 
   void MakeChain(LiveSheet& live);
   Sheet* StyleFor(const LiveSheet& live, const CellAddress& address);
-  bool CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows);
+  void CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows);
+  StoredRow* FindInLongSection(Sheet& sheet, size_t section, const CellAddress& address);
   SelfGraph& Graph(Sheet& sheet);
   void AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
                   std::string_view text);
   void ResolveReferences(Node& node);
   void Prepare(uint32_t index);
   void Unprepare(uint32_t index);
+  void LeaveDependents(Node& reference, uint32_t place);
   void Expand(uint32_t index);
   Sheet* Target(LiveSheet& live, Sheet& formula_sheet, const Reference& reference);
   Sheet* Counterpart(LiveSheet& live, Sheet* target);
@@ -257,7 +276,11 @@ class LiveDocument {
   [[noreturn]] void Refuse(LiveSheet& live, const CellAddress& address, std::u16string_view why);
   void CheckUnguarded(LiveSheet& live, const CellAddress& address);
   void FinishEdit(uint32_t index, const FormulaValue& before, std::string_view formula);
-  void RowsChangedIn(Sheet& sheet, uint16_t section);
+  /// Makes a row or brings a hidden one back; gives the position where it shows.
+  int16_t PutRow(LiveSheet& live, const CellAddress& address, std::string_view name,
+                 std::string_view type);
+  void ForgetRows(LiveSheet& live, uint16_t section);
+  void ForgetRowsOfInstances(Sheet& sheet, uint16_t section);
   void EraseTree(Sheet& sheet, std::vector<uint32_t>& gone);
   /// Puts REF() in place of references to sheets about to go; returns the cells that had some.
   std::vector<uint32_t> CutReferences(const std::vector<Sheet*>& going);

@@ -163,15 +163,54 @@ uint32_t LiveDocument::RowKey(const StoredRow& row, size_t position) {
   return row.index.value_or(static_cast<uint32_t>(position)) & ~CellAddress::kNamedRow;
 }
 
-StoredRow* LiveDocument::FindRow(Sheet& sheet, const NameTable& names, const CellAddress& address) {
+StoredRow* LiveDocument::FindInLongSection(Sheet& sheet, size_t section,
+                                           const CellAddress& address) {
+  std::vector<StoredRow>& rows = sheet.sections[section].rows;
+  StoredRowIndex& index = Live(sheet).stored_rows[section];
+  for (; index.taken < rows.size(); ++index.taken) {
+    ++work.rows;
+    if (rows[index.taken].removed) continue;
+    const auto [at, fresh] =
+        index.places.try_emplace(RowKey(rows[index.taken], index.taken), index.taken);
+    if (fresh) continue;
+    // The first of several rows counts, as long as it is there.
+    if (rows[at->second].removed) {
+      at->second = index.taken;
+    } else {
+      index.repeats = true;
+    }
+  }
+  const auto found = index.places.find(address.row);
+  if (found == index.places.end()) return nullptr;
+  if (!rows[found->second].removed) return &rows[found->second];
+  if (index.repeats) {
+    for (size_t i = found->second + 1; i < rows.size(); ++i) {
+      ++work.rows;
+      if (rows[i].removed || RowKey(rows[i], i) != address.row) continue;
+      found->second = i;
+      return &rows[i];
+    }
+  }
+  index.places.erase(found);
+  return nullptr;
+}
+
+StoredRow* LiveDocument::FindRow(Sheet& sheet, const CellAddress& address) {
+  constexpr size_t kShortSection = 12;
   const bool named = (address.row & CellAddress::kNamedRow) != 0;
   const std::string_view name =
-      named ? std::string_view(names.Text(address.row & ~CellAddress::kNamedRow))
+      named ? std::string_view(names_.Text(address.row & ~CellAddress::kNamedRow))
             : std::string_view();
-  for (StoredSection& section : sheet.sections) {
+  for (size_t at = 0; at < sheet.sections.size(); ++at) {
+    StoredSection& section = sheet.sections[at];
     if (SectionNumber(section) != address.section) continue;
+    if (section.rows.size() > kShortSection) {
+      if (StoredRow* row = FindInLongSection(sheet, at, address)) return row;
+      continue;
+    }
     for (size_t i = 0; i < section.rows.size(); ++i) {
       StoredRow& row = section.rows[i];
+      ++work.rows;
       if (row.removed) continue;
       if (named ? !row.name.empty() && SameName(row.name, name)
                 : row.name.empty() && row.index.value_or(static_cast<uint32_t>(i)) == address.row) {
@@ -182,7 +221,7 @@ StoredRow* LiveDocument::FindRow(Sheet& sheet, const NameTable& names, const Cel
   return nullptr;
 }
 
-bool LiveDocument::CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows) {
+void LiveDocument::CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows) {
   // From the farthest master to the sheet itself, so that the master's rows come first.
   std::vector<Sheet*> levels(live.chain.rbegin(), live.chain.rend());
   CellAddress probe;
@@ -194,47 +233,64 @@ bool LiveDocument::CollectRows(LiveSheet& live, uint16_t section, std::vector<Ro
         style->text_style == Sheet::kNoId ? nullptr : model_.FindStyle(style->text_style);
     style = next == style ? nullptr : next;
   }
-  bool exists = false;
   bool by_index = false;
+  std::unordered_map<uint32_t, size_t> places;  // of rows so far; those hidden again are marked
+  std::vector<bool> gone;
   for (Sheet* level : levels) {
     for (StoredSection& stored : level->sections) {
       if (SectionNumber(stored) != section) continue;
       if (stored.deleted) {
         rows.clear();
-        exists = false;
+        places.clear();
+        gone.clear();
         continue;
       }
-      exists = true;
       for (size_t i = 0; i < stored.rows.size(); ++i) {
         const StoredRow& row = stored.rows[i];
         if (row.removed) continue;
         const uint32_t key = RowKey(row, i);
-        const auto found = std::find_if(rows.begin(), rows.end(),
-                                        [&](const RowView& view) { return view.key == key; });
+        ++work.rows;
         if (row.deleted) {
-          if (found != rows.end()) rows.erase(found);
-        } else if (found == rows.end()) {
+          const auto found = places.find(key);
+          if (found == places.end()) continue;
+          gone[found->second] = true;
+          places.erase(found);
+        } else if (places.try_emplace(key, rows.size()).second) {
           by_index |= row.name.empty();
           rows.push_back({key, row.name});
+          gone.push_back(false);
         }
       }
     }
   }
+  size_t kept = 0;
+  for (size_t i = 0; i < rows.size(); ++i) {
+    if (!gone[i]) rows[kept++] = rows[i];
+  }
+  rows.resize(kept);
   if (by_index) {
     std::stable_sort(rows.begin(), rows.end(), [](const RowView& a, const RowView& b) {
       return a.name.empty() && b.name.empty() && a.key < b.key;
     });
   }
-  return exists;
 }
 
-const std::vector<RowView>& LiveDocument::Rows(LiveSheet& live, uint16_t section) {
-  for (const auto& [number, rows] : live.rows) {
-    if (number == section) return rows;
+RowList& LiveDocument::Rows(LiveSheet& live, uint16_t section) {
+  LiveRows* rows = nullptr;
+  for (LiveRows& listed : live.rows) {
+    if (listed.section == section) rows = &listed;
   }
-  std::vector<RowView> rows;
-  CollectRows(live, section, rows);
-  return live.rows.emplace_back(section, std::move(rows)).second;
+  if (rows == nullptr) {
+    rows = &live.rows.emplace_back();
+    rows->section = section;
+  }
+  if (!rows->ready) {
+    std::vector<RowView> views;
+    CollectRows(live, section, views);
+    rows->list = RowList(std::move(views));
+    rows->ready = true;
+  }
+  return rows->list;
 }
 
 std::optional<CellAddress> LiveDocument::Address(LiveSheet& live, const CellSpec& spec) {
@@ -254,25 +310,16 @@ std::optional<CellAddress> LiveDocument::Address(LiveSheet& live, const CellSpec
       }
       [[fallthrough]];
     case CellSpec::Row::kNamedOrOrdinal: {
-      const auto& rows = Rows(live, spec.section);
+      RowList& rows = Rows(live, spec.section);
       if (spec.row == CellSpec::Row::kNamedOrOrdinal) {
         const uint32_t key = CellAddress::kNamedRow | spec.row_name;
-        for (const RowView& row : rows) {
-          if (row.key == key) {
-            address.row = key;
-            return address;
-          }
-        }
-        address.row = spec.ordinal <= rows.size() ? rows[spec.ordinal - 1].key : key;
+        const bool named = spec.ordinal > rows.size() || rows.Find(key);
+        address.row = named ? key : rows[spec.ordinal - 1].key;
         return address;
       }
       address.row = spec.ordinal <= rows.size() ? rows[spec.ordinal - 1].key : spec.ordinal - 1;
       // Past the end: the index itself may belong to a row that stands elsewhere.
-      if (spec.ordinal > rows.size()) {
-        for (const RowView& row : rows) {
-          if (row.key == address.row) return std::nullopt;
-        }
-      }
+      if (spec.ordinal > rows.size() && rows.Find(address.row)) return std::nullopt;
       break;
     }
   }
@@ -324,7 +371,7 @@ ResolvedCell LiveDocument::Resolve(LiveSheet& live, const CellAddress& address) 
       }
       if (hidden) return;
       if (!component) {
-        StoredRow* row = FindRow(level, names_, address);
+        StoredRow* row = FindRow(level, address);
         if (row != nullptr && row->deleted) hidden = true;
         if (row == nullptr || hidden) return;
         result.exists = true;
@@ -383,13 +430,13 @@ bool LiveDocument::ExistsLocally(LiveSheet& live, const CellAddress& address) {
       return SectionNumber(s) == address.section && !s.deleted;
     });
   }
-  const StoredRow* row = FindRow(sheet, names_, address);
+  const StoredRow* row = FindRow(sheet, address);
   return row != nullptr && !row->deleted;
 }
 
 std::string_view LiveDocument::RowTypeText(LiveSheet& live, const CellAddress& address) {
   for (Sheet* level : live.chain) {
-    const StoredRow* row = FindRow(*level, names_, address);
+    const StoredRow* row = FindRow(*level, address);
     if (row != nullptr && !row->type.empty()) return row->type;
   }
   return {};
@@ -399,7 +446,7 @@ bool LiveDocument::NamedConnection(LiveSheet& live, const CellAddress& address) 
   if (address.section != section::kConnectionPoints) return false;
   if (RowTypeText(live, address) == "ConnectionABCD") return true;
   for (Sheet* level : live.chain) {
-    const StoredRow* row = FindRow(*level, names_, address);
+    const StoredRow* row = FindRow(*level, address);
     if (row == nullptr) continue;
     for (const StoredCell& cell : row->cells) {
       if (cell.name == "D" && !cell.removed) return true;
@@ -426,11 +473,8 @@ std::string LiveDocument::CellName(LiveSheet& live, const CellAddress& address) 
     }
     return name + "." + column;
   }
-  const auto& rows = Rows(live, address.section);
-  size_t ordinal = address.row + 1;
-  for (size_t i = 0; i < rows.size(); ++i) {
-    if (rows[i].key == address.row) ordinal = i + 1;
-  }
+  const auto position = Rows(live, address.section).Find(address.row);
+  const size_t ordinal = position ? *position + 1 : size_t{address.row} + 1;
   if (info.style == RowStyle::kBracket) {
     name += "." + column;
     return ordinal == 1 ? name : name + "[" + std::to_string(ordinal) + "]";

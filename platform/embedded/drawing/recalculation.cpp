@@ -381,31 +381,52 @@ void LiveDocument::Prepare(uint32_t index) {
   node.formula = &compiled;
   node.formula_sheet = cell.formula_sheet;
   ResolveReferences(node);
+  node.places.assign(node.references.size(), kNoNode);
   for (size_t i = 0; i < node.references.size(); ++i) {
     const uint32_t reference = node.references[i];
     const auto begin = node.references.begin();
-    if (reference == kNoNode || std::find(begin, begin + static_cast<ptrdiff_t>(i), reference) !=
-                                    begin + static_cast<ptrdiff_t>(i)) {
-      continue;
-    }
-    nodes_[reference].dependents.push_back(index);
+    const auto here = begin + static_cast<ptrdiff_t>(i);
+    if (reference == kNoNode || std::find(begin, here, reference) != here) continue;
+    auto& list = nodes_[reference].dependents;
+    node.places[i] = static_cast<uint32_t>(list.size());
+    list.push_back(index);
   }
 }
 
 void LiveDocument::Unprepare(uint32_t index) {
   Node& node = nodes_[index];
   if (!node.formula_ready) return;
-  for (const uint32_t reference : node.references) {
-    if (reference == kNoNode) continue;
-    auto& list = nodes_[reference].dependents;
-    // The latest are the likeliest.
-    const auto found = std::find(list.rbegin(), list.rend(), index);
-    if (found != list.rend()) list.erase(std::next(found).base());
+  for (size_t i = 0; i < node.places.size(); ++i) {
+    if (node.places[i] != kNoNode) LeaveDependents(nodes_[node.references[i]], node.places[i]);
   }
   node.references.clear();
+  node.places.clear();
   node.formula = nullptr;
   node.formula_sheet = nullptr;
   node.formula_ready = false;
+}
+
+void LiveDocument::LeaveDependents(Node& reference, uint32_t place) {
+  ++work.cells;
+  auto& list = reference.dependents;
+  list[place] = kNoNode;
+  if (++reference.left <= list.size() / 2) return;
+  // Closing the gaps once half has left keeps the order and costs a step for every leave.
+  uint32_t kept = 0;
+  for (uint32_t at = 0; at < list.size(); ++at) {
+    ++work.cells;
+    if (list[at] == kNoNode) continue;
+    Node& dependent = nodes_[list[at]];
+    for (size_t i = 0; i < dependent.places.size(); ++i) {
+      if (dependent.places[i] == at && &nodes_[dependent.references[i]] == &reference) {
+        dependent.places[i] = kept;
+        break;
+      }
+    }
+    list[kept++] = list[at];
+  }
+  list.resize(kept);
+  reference.left = 0;
 }
 
 void LiveDocument::Refresh(uint32_t index) {
@@ -550,7 +571,7 @@ void LiveDocument::BreakCycles(const std::vector<uint32_t>& round, std::vector<u
   for (const uint32_t index : left) out[index] = 0;
   for (const uint32_t index : left) {
     for (const uint32_t dependent : nodes_[index].dependents) {
-      if (out.contains(dependent)) ++out[index];
+      if (dependent != kNoNode && out.contains(dependent)) ++out[index];
     }
   }
   std::vector<uint32_t> ends;
@@ -616,7 +637,7 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
   for (size_t i = 0; i < round.size(); ++i) {
     Expand(round[i]);
     for (const uint32_t dependent : nodes_[round[i]].dependents) {
-      if (takes_part(nodes_[dependent])) ++join(dependent).pending;
+      if (dependent != kNoNode && takes_part(nodes_[dependent])) ++join(dependent).pending;
     }
   }
   std::vector<uint32_t> queue;
@@ -629,6 +650,7 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
       Node& node = nodes_[queue[next]];
       const bool differs = node.seed || (node.dirty && Recompute(queue[next]));
       for (const uint32_t dependent : node.dependents) {
+        if (dependent == kNoNode) continue;
         Node& other = nodes_[dependent];
         if (!takes_part(other)) {
           if (differs && !other.gone && other.formula != nullptr) model_.recalculate_on_open = true;

@@ -166,6 +166,7 @@ std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& goi
     if (sheet->live == nullptr) continue;
     for (const uint32_t index : static_cast<LiveSheet*>(sheet->live)->nodes) {
       for (const uint32_t dependent : nodes_[index].dependents) {
+        if (dependent == kNoNode) continue;
         const Node& node = nodes_[dependent];
         // A master's formula stays as it is: other instances use it.
         if (!set.contains(node.sheet->sheet) && node.formula_sheet == node.sheet->sheet) {
@@ -197,7 +198,7 @@ void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
       node.gone = true;
       node.value = FormulaValue::Error(FormulaErrorKind::kReference);
       node.value_ready = true;
-      if (!node.dependents.empty()) gone.push_back(index);
+      if (node.dependents.size() > node.left) gone.push_back(index);
     }
   }
   for (const auto& child : sheet.children) EraseTree(*child, gone);
@@ -450,7 +451,7 @@ void LiveDocument::Glue(Sheet& from, std::string_view from_cell, Sheet& to, int 
   const bool end = SameName(from_cell.substr(0, 3), "End");
   if (!begin && !end) Raise(Err::kHost, u"Only the ends of a one-dimensional shape can be glued.");
   if (!OneD(from)) Raise(Err::kHost, u"The shape to be glued is not one-dimensional.");
-  const auto& rows = Rows(Live(to), section::kConnectionPoints);
+  const RowList& rows = Rows(Live(to), section::kConnectionPoints);
   if (connection_row < 0 || static_cast<size_t>(connection_row) >= rows.size()) {
     Raise(Err::kHost, u"The shape has no such connection point.");
   }
