@@ -4,12 +4,13 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ohmwise)
-foreach(part platform shapeutil catalogue sort lang crossref files drawing vsdx database forms host)
+foreach(part platform shapeutil catalogue sort lang export crossref files drawing vsdx database forms spreadsheet
+        host)
   set_target_properties(ohmwise_${part} PROPERTIES EXPORT_NAME ${part})
   install(TARGETS ohmwise_${part} EXPORT ohmwise_targets)
 endforeach()
 install(EXPORT ohmwise_targets NAMESPACE ohmwise:: DESTINATION ${package_folder})
-foreach(folder platform shapeutil catalogue sort lang crossref)
+foreach(folder platform shapeutil catalogue sort lang export crossref)
   install(DIRECTORY ${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ohmwise
     FILES_MATCHING PATTERN "*.h")
 endforeach()

@@ -7,6 +7,7 @@
 #include "platform/embedded/database/sqlite_database.h"
 #include "platform/embedded/forms/terminal_forms.h"
 #include "platform/embedded/host/program_folder.h"
+#include "platform/embedded/spreadsheet/program.h"
 #include "platform/text.h"
 
 namespace ohmwise::embedded {
@@ -51,12 +52,17 @@ struct EmbeddedHost::State {
   std::u16string folder;
   SqliteDatabase database;
   TerminalForms forms;
+  SpreadsheetProgram spreadsheet;
 };
 
 EmbeddedHost::EmbeddedHost(Options options) : state_(std::make_unique<State>(std::move(options))) {}
 EmbeddedHost::~EmbeddedHost() = default;
 
 Database& EmbeddedHost::database() { return state_->database; }
+
+Spreadsheet& EmbeddedHost::spreadsheet() { return state_->spreadsheet; }
+
+SpreadsheetProgram& EmbeddedHost::spreadsheet_program() { return state_->spreadsheet; }
 
 std::u16string EmbeddedHost::LibraryFolder() { return state_->folder; }
 

@@ -8,6 +8,8 @@
 
 namespace ohmwise::embedded {
 
+class SpreadsheetProgram;
+
 /// One message box as it was shown.
 struct ShownMessage {
   std::u16string title;
@@ -30,6 +32,9 @@ class EmbeddedHost : public Host {
   ~EmbeddedHost() override;
 
   Database& database() override;
+  Spreadsheet& spreadsheet() override;
+  /// The same as what it is, for saving.
+  SpreadsheetProgram& spreadsheet_program();
   std::u16string LibraryFolder() override;
   void ShowMessageBox(std::u16string_view text, std::u16string_view title,
                       MessageIcon icon) override;

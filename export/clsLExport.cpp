@@ -1,0 +1,139 @@
+#include "export/clsLExport.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "lang/clsLLang.h"
+#include "platform/conversion.h"
+#include "platform/error.h"
+#include "platform/host.h"
+#include "platform/text.h"
+
+namespace ohmwise {
+namespace {
+
+constexpr int32_t kErrorTitle = 70;
+constexpr int32_t kStartStep = 88;
+constexpr int32_t kWorkbookStep = 89;
+constexpr int32_t kSheetStep = 90;
+constexpr int32_t kWritingStep = 91;
+
+/// The fields of a row text; an empty text is one empty field.
+std::vector<Value> Fields(std::u16string_view data) {
+  // A carriage return parts fields as well: callers have always been able to hand it in.
+  std::u16string text = ReplaceAll(data, u"|", u"\r");
+  text = ReplaceAll(text, u"\\\r", u"|");
+  const NumberFormat format = CurrentHost().number_format();
+  std::vector<Value> fields;
+  for (size_t begin = 0; begin <= text.size();) {
+    const size_t end = std::min(text.find(u'\r', begin), text.size());
+    const std::u16string_view field = std::u16string_view(text).substr(begin, end - begin);
+    if (IsNumericText(field, format)) {
+      fields.emplace_back(LeadingNumber(field));
+    } else {
+      fields.emplace_back(field);
+    }
+    begin = end + 1;
+  }
+  return fields;
+}
+
+/// A box can be shown even where the texts are out of reach.
+std::u16string ErrorTitle() {
+  try {
+    return SharedLang().GetStr(kErrorTitle);
+  } catch (const AutomationError&) {
+    return {};
+  }
+}
+
+}  // namespace
+
+template <class Step>
+bool clsLExport::Guarded(Step&& step) {
+  try {
+    step();
+    return true;
+  } catch (const AutomationError&) {
+    CurrentHost().ShowMessageBox(step_text_, ErrorTitle(), MessageIcon::kCritical);
+    return false;
+  }
+}
+
+bool clsLExport::OpenApp() {
+  return Guarded([&] {
+    step_text_ = SharedLang().GetStr(kStartStep);
+    application_ = CurrentHost().spreadsheet().CreateApplication();
+    application_->SetVisible(true);
+    step_text_ = SharedLang().GetStr(kWorkbookStep);
+    application_->Workbooks()->Add();
+    step_text_ = SharedLang().GetStr(kSheetStep);
+    sheet_ = application_->ActiveSheet();
+    if (!sheet_) Raise(Err::kObjectNotSet);
+    step_text_ = SharedLang().GetStr(kWritingStep);
+  });
+}
+
+void clsLExport::CloseApp(bool QuitApp) {
+  const SpreadsheetApplicationRef application = std::exchange(application_, nullptr);
+  if (application && QuitApp) application->Quit();
+}
+
+void clsLExport::RowWrite(int32_t lngRow, std::u16string_view strData) {
+  if (lngRow < 1 || !sheet_) {
+    last_row_ = lngRow;
+    return;
+  }
+  Guarded([&] {
+    const std::vector<Value> fields = Fields(strData);
+    // One letter for the last column; behind Z comes "[", which no address knows.
+    const auto last_column = static_cast<char16_t>(u'@' + std::min<size_t>(fields.size(), 27));
+    const std::u16string row = DecimalText(lngRow);
+    sheet_->Range(u"A" + row + u":" + last_column + row)->SetValues(fields);
+    last_row_ = lngRow;
+  });
+}
+
+void clsLExport::CellWrite(int32_t lngRow, int32_t lngCol, std::u16string_view strData) {
+  if (sheet_) Guarded([&] { sheet_->Cells(lngRow, lngCol)->SetValue(Value(strData)); });
+}
+
+void clsLExport::RowBold(int32_t lngRow) {
+  if (sheet_) Guarded([&] { sheet_->Rows(Value(lngRow))->Font()->SetBold(true); });
+}
+
+void clsLExport::RowColor(int32_t lngRow, int32_t lngColorCode) {
+  if (sheet_) Guarded([&] { sheet_->Rows(Value(lngRow))->Font()->SetColor(lngColorCode); });
+}
+
+void clsLExport::CellBold(int32_t lngRow, int32_t lngCol) {
+  if (sheet_) Guarded([&] { sheet_->Cells(lngRow, lngCol)->Font()->SetBold(true); });
+}
+
+void clsLExport::CellColor(int32_t lngRow, int32_t lngCol, int32_t lngColorCode) {
+  if (sheet_) Guarded([&] { sheet_->Cells(lngRow, lngCol)->Font()->SetColor(lngColorCode); });
+}
+
+void clsLExport::HideRows(std::u16string_view strRows) {
+  if (sheet_) Guarded([&] { sheet_->Rows(Value(strRows))->SetHidden(true); });
+}
+
+void clsLExport::HideCols(std::u16string_view strCols) {
+  if (sheet_) Guarded([&] { sheet_->Columns(Value(strCols))->SetHidden(true); });
+}
+
+void clsLExport::AutoFit(std::u16string_view strRange) {
+  if (sheet_) Guarded([&] { sheet_->Range(strRange)->Columns()->AutoFit(); });
+}
+
+void clsLExport::SelectRange(std::u16string_view strRange) {
+  if (sheet_) Guarded([&] { sheet_->Range(strRange)->Select(); });
+}
+
+void clsLExport::HorAlignment(std::u16string_view strRange, int16_t intAlign) {
+  if (!sheet_ || intAlign < sheet_alignment::kLeft || intAlign > sheet_alignment::kRight) return;
+  Guarded([&] { sheet_->Range(strRange)->SetHorizontalAlignment(intAlign); });
+}
+
+}  // namespace ohmwise
