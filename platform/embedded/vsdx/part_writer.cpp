@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 #include <pugixml.hpp>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -462,22 +463,46 @@ bool SameIndex(const std::optional<uint32_t>& index, pugi::xml_node node) {
   return attribute && std::to_string(*index) == attribute.value();
 }
 
-using NodeSet = std::unordered_set<const void*>;
-
-// The element of a row, once: a row that was removed and made again under its name is a new one.
-pugi::xml_node ClaimRow(pugi::xml_node section, const StoredRow& row, NodeSet& claimed) {
-  for (const pugi::xml_node node : section.children("Row")) {
-    if (row.name.empty()) {
-      if (!row.index || !SameIndex(row.index, node)) continue;
-    } else {
+// The elements of a section's rows by name or index. Each is given out once: a row that was removed
+// and made again under its name is a new one.
+class RowElements {
+ public:
+  explicit RowElements(pugi::xml_node section) {
+    for (const pugi::xml_node node : section.children("Row")) {
       const char* name = node.attribute("N").value();
       if (*name == '\0') name = node.attribute("LocalName").value();
-      if (row.name != name) continue;
+      if (*name != '\0') by_name_[name].nodes.push_back(node);
+      if (const pugi::xml_attribute index = node.attribute("IX")) {
+        by_index_[index.value()].nodes.push_back(node);
+      }
     }
-    if (claimed.insert(node.internal_object()).second) return node;
   }
-  return {};
-}
+
+  pugi::xml_node Claim(const StoredRow& row) {
+    if (!row.name.empty()) return Next(by_name_, row.name);
+    return row.index ? Next(by_index_, std::to_string(*row.index)) : pugi::xml_node();
+  }
+
+ private:
+  struct Elements {
+    std::vector<pugi::xml_node> nodes;
+    size_t next = 0;
+  };
+  using Table = std::unordered_map<string_view, Elements>;
+
+  pugi::xml_node Next(Table& table, string_view key) {
+    const auto found = table.find(key);
+    if (found == table.end()) return {};
+    for (size_t& next = found->second.next; next < found->second.nodes.size();) {
+      const pugi::xml_node node = found->second.nodes[next++];
+      if (claimed_.insert(node.internal_object()).second) return node;
+    }
+    return {};
+  }
+
+  Table by_name_, by_index_;
+  std::unordered_set<const void*> claimed_;
+};
 
 void PatchRow(Splice& splice, pugi::xml_node node, const StoredRow& row) {
   if (row.removed) {
@@ -498,10 +523,11 @@ void PatchRow(Splice& splice, pugi::xml_node node, const StoredRow& row) {
 }
 
 void PatchRows(ElementEdit& section, const StoredSection& stored) {
-  NodeSet claimed;
+  RowElements elements(section.node());
   pugi::xml_node last;
+  std::string first;
   for (const StoredRow& row : stored.rows) {
-    const pugi::xml_node node = ClaimRow(section.node(), row, claimed);
+    const pugi::xml_node node = elements.Claim(row);
     if (node) last = node;
     if (!RowTouched(row)) continue;
     if (node) {
@@ -514,9 +540,10 @@ void PatchRows(ElementEdit& section, const StoredSection& stored) {
     if (last) {
       section.splice().InsertAfter(last, std::move(added));
     } else {
-      section.InsertBehind({"Cell"}, std::move(added));
+      first += added;
     }
   }
+  section.InsertBehind({"Cell"}, std::move(first));
 }
 
 void PatchSections(ElementEdit& owner, const std::vector<StoredSection>& sections) {
