@@ -5,8 +5,10 @@
 #include <system_error>
 
 #include "platform/embedded/database/sqlite_database.h"
+#include "platform/embedded/files/local_files.h"
 #include "platform/embedded/forms/terminal_forms.h"
 #include "platform/embedded/host/program_folder.h"
+#include "platform/embedded/settings/options_file.h"
 #include "platform/embedded/spreadsheet/program.h"
 #include "platform/text.h"
 
@@ -42,15 +44,25 @@ std::u16string DataFolder(const EmbeddedHost::Options& options) {
   return folder;
 }
 
+std::filesystem::path SettingsFolder(const EmbeddedHost::Options& options) {
+  if (options.settings_folder.empty()) return UserOptionsFolder();
+  return ToUtf8(options.settings_folder);
+}
+
 }  // namespace
 
 struct EmbeddedHost::State {
   explicit State(Options given)
-      : options(std::move(given)), folder(DataFolder(options)), forms(options.show_progress) {}
+      : options(std::move(given)),
+        folder(DataFolder(options)),
+        settings(SettingsFolder(options)),
+        forms(options.show_progress) {}
 
   Options options;
   std::u16string folder;
   SqliteDatabase database;
+  OptionsFile settings;
+  LocalFiles files;
   TerminalForms forms;
   SpreadsheetProgram spreadsheet;
 };
@@ -59,6 +71,10 @@ EmbeddedHost::EmbeddedHost(Options options) : state_(std::make_unique<State>(std
 EmbeddedHost::~EmbeddedHost() = default;
 
 Database& EmbeddedHost::database() { return state_->database; }
+
+SettingsStore& EmbeddedHost::settings_store() { return state_->settings; }
+
+FileSystem& EmbeddedHost::files() { return state_->files; }
 
 Spreadsheet& EmbeddedHost::spreadsheet() { return state_->spreadsheet; }
 

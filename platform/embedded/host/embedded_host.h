@@ -23,6 +23,8 @@ class EmbeddedHost : public Host {
   struct Options {
     /// Folder of the library's data (LangDB); "" looks at OHMWISE_DATA, then beside the program.
     std::u16string library_folder = {};
+    /// Folder of the user's options; "" is the user's own (UserOptionsFolder).
+    std::u16string settings_folder = {};
     /// Called for every box instead of printing it to stderr; null prints.
     std::function<void(const ShownMessage&)> on_message = {};
     /// Progress line on stderr; off when stderr is not a terminal whatever this says.
@@ -32,6 +34,8 @@ class EmbeddedHost : public Host {
   ~EmbeddedHost() override;
 
   Database& database() override;
+  SettingsStore& settings_store() override;
+  FileSystem& files() override;
   Spreadsheet& spreadsheet() override;
   /// The same as what it is, for saving.
   SpreadsheetProgram& spreadsheet_program();
