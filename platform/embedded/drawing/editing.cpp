@@ -202,6 +202,15 @@ StoredCell& LiveDocument::EnsureLocal(LiveSheet& live, const CellAddress& addres
   return cells->emplace_back(cell);
 }
 
+std::string_view LiveDocument::InSlot(Node& node, std::string_view text) {
+  if (node.slot == nullptr) {
+    const char blank[kSlotBytes] = {};
+    node.slot = const_cast<char*>(model_.arena.Keep({blank, kSlotBytes}).data());
+  }
+  std::memcpy(node.slot, text.data(), text.size());
+  return {node.slot, text.size()};
+}
+
 void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
   Node& node = nodes_[index];
   LiveSheet& live = *node.sheet;
@@ -216,7 +225,8 @@ void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
   } else {
     cell.error = {};
     if (value.kind == FormulaValue::Kind::kText) {
-      cell.value = model_.arena.Keep(value.text);
+      cell.value = value.text.size() <= kSlotBytes ? InSlot(node, value.text)
+                                                   : model_.arena.Keep(value.text);
       cell.unit = "STR";
     } else if (value.kind == FormulaValue::Kind::kEmpty) {
       cell.value = {};
@@ -228,13 +238,7 @@ void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
       cell.unit = "PNT";
     } else {
       char buffer[kSlotBytes];
-      const std::string_view text = NumberText(value.number, buffer);
-      if (node.slot == nullptr) {
-        const char blank[kSlotBytes] = {};
-        node.slot = const_cast<char*>(model_.arena.Keep({blank, kSlotBytes}).data());
-      }
-      std::memcpy(node.slot, text.data(), text.size());
-      cell.value = {node.slot, text.size()};
+      cell.value = InSlot(node, NumberText(value.number, buffer));
       if (value.kind == FormulaValue::Kind::kBoolean) {
         cell.unit = "BOOL";
       } else {

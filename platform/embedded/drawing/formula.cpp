@@ -5,6 +5,8 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <functional>
+#include <unordered_set>
 #include <utility>
 
 #include "platform/embedded/drawing/formula_program.h"
@@ -189,7 +191,38 @@ void Arithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
 
 }  // namespace
 
-Formula::Formula(std::unique_ptr<Program> program) : program_(std::move(program)) {}
+struct FormulaCodes::Table {
+  struct Hash {
+    size_t operator()(const std::unique_ptr<const Formula::Code>& code) const noexcept {
+      size_t hash = code->ops.size();
+      const auto add = [&](size_t part) { hash = (hash ^ part) * 0x100000001B3ull; };
+      for (const Op& op : code->ops) {
+        add(static_cast<size_t>(op.code) << 8 | static_cast<size_t>(op.unit));
+        add(op.index);
+        add(std::hash<double>()(op.number));
+      }
+      for (const std::string& text : code->texts) add(std::hash<std::string>()(text));
+      return hash;
+    }
+  };
+  struct Equal {
+    bool operator()(const std::unique_ptr<const Formula::Code>& a,
+                    const std::unique_ptr<const Formula::Code>& b) const noexcept {
+      return a->ops == b->ops && a->texts == b->texts && a->functions == b->functions;
+    }
+  };
+  std::unordered_set<std::unique_ptr<const Formula::Code>, Hash, Equal> codes;
+};
+
+FormulaCodes::FormulaCodes() : table_(std::make_unique<Table>()) {}
+FormulaCodes::~FormulaCodes() = default;
+
+const Formula::Code& FormulaCodes::Share(Formula::Code&& code) {
+  return **table_->codes.insert(std::make_unique<const Formula::Code>(std::move(code))).first;
+}
+
+Formula::Formula(std::unique_ptr<Program> program, const Code* code)
+    : code_(code), program_(std::move(program)) {}
 Formula::~Formula() = default;
 
 const std::vector<Reference>& Formula::references() const noexcept { return program_->references; }
@@ -201,7 +234,7 @@ bool Formula::depends_on_pages() const noexcept { return program_->depends_on_pa
 bool Formula::constant() const noexcept { return program_->constant; }
 
 FormulaValue Formula::Evaluate(EvaluationContext& context) const {
-  const Program& program = *program_;
+  const Code& program = *code_;
   Stack stack(program.depth);
   for (size_t at = 0; at < program.ops.size(); ++at) {
     const Op& op = program.ops[at];

@@ -149,6 +149,11 @@ struct FormulaSyntaxError {
   std::string message;  ///< one clause without full stop: "expected \")\" after the arguments"
 };
 
+/// Keeps what formulas do apart from the cells they refer to, once for all that do the same: the
+/// rows of a long list then run one program, which stays in the processor's cache. Outlives the
+/// formulas parsed with it.
+class FormulaCodes;
+
 /// A compiled formula; immutable, shared by all cells with the same text.
 class Formula {
  public:
@@ -158,7 +163,8 @@ class Formula {
 
   /// Compiles a text in universal syntax ("," separates arguments, "." is the decimal point), with
   /// or without a leading "=". On failure returns null and fills `error`. No recursion on length.
-  static std::unique_ptr<const Formula> Parse(std::string_view text, FormulaSyntaxError& error);
+  static std::unique_ptr<const Formula> Parse(std::string_view text, FormulaSyntaxError& error,
+                                              FormulaCodes* codes = nullptr);
 
   /// Every cell reference, in order of appearance.
   const std::vector<Reference>& references() const noexcept;
@@ -177,11 +183,26 @@ class Formula {
 
   FormulaValue Evaluate(EvaluationContext& context) const;
 
-  struct Program;  // formula.cpp
+  struct Code;     // formula_program.h
+  struct Program;  // formula_program.h
 
  private:
-  explicit Formula(std::unique_ptr<Program> program);
+  Formula(std::unique_ptr<Program> program, const Code* code);
+  const Code* code_;
   std::unique_ptr<Program> program_;
+};
+
+class FormulaCodes {
+ public:
+  FormulaCodes();
+  ~FormulaCodes();
+  FormulaCodes(const FormulaCodes&) = delete;
+  FormulaCodes& operator=(const FormulaCodes&) = delete;
+  const Formula::Code& Share(Formula::Code&& code);
+
+ private:
+  struct Table;
+  std::unique_ptr<Table> table_;
 };
 
 /// Writes a name so that the formula language accepts it before "!" or inside "[…]": quoted in

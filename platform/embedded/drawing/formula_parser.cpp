@@ -685,7 +685,8 @@ class Parser {
 
 }  // namespace
 
-std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSyntaxError& error) {
+std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSyntaxError& error,
+                                              FormulaCodes* codes) {
   auto program = std::make_unique<Program>();
   try {
     Parser(text, *program).Run();
@@ -694,7 +695,9 @@ std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSynt
     error.message = std::move(refusal.message);
     return nullptr;
   }
-  return std::unique_ptr<const Formula>(new Formula(std::move(program)));
+  const Code* code = program.get();
+  if (codes != nullptr) code = &codes->Share(std::move(static_cast<Code&>(*program)));
+  return std::unique_ptr<const Formula>(new Formula(std::move(program), code));
 }
 
 }  // namespace ohmwise::embedded

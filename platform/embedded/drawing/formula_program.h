@@ -80,15 +80,21 @@ struct Op {
   uint32_t index = 0;
   uint32_t other = 0;
   double number = 0;
+
+  friend bool operator==(const Op&, const Op&) = default;
 };
 
-struct Formula::Program {
+struct Formula::Code {
   std::vector<Op> ops;
   std::vector<std::string> texts;
   std::vector<const FunctionInfo*> functions;
+  size_t depth = 0;  ///< values on the stack at most
+};
+
+/// As the parser makes it; the code moves on where it is shared.
+struct Formula::Program : Formula::Code {
   std::vector<Reference> references;
   std::string unknown_function;
-  size_t depth = 0;  ///< values on the stack at most
   int redirect = -1;
   bool evaluable = true;
   bool guarded = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -88,23 +89,14 @@ struct ResolvedCell {
   Sheet* formula_sheet = nullptr;       ///< its sheet: references in the text are relative to it
 };
 
-/// A cell that takes part in recalculation.
-struct Node {
-  LiveSheet* sheet = nullptr;
-  CellAddress address;
-  FormulaValue value;
-  const CompiledFormula* formula = nullptr;
-  Sheet* formula_sheet = nullptr;
-  std::vector<uint32_t> references;  ///< beside Formula::references(), then hidden ones
-  std::vector<uint32_t> places;      ///< beside those: where it stands among their dependents
+/// A cell that takes part in recalculation. An edit that ten thousand cells follow waits for memory
+/// more than it computes, so what a round looks at stands first, on lines of its own.
+struct alignas(64) Node {
+  const Formula* body = nullptr;     ///< of a formula that can be evaluated
   std::vector<uint32_t> dependents;  ///< in the order of joining; kNoNode where one has left
-  uint32_t left = 0;                 ///< number of those
-  StoredCell* stored = nullptr;      ///< local cell, while the sheet's layout is still this one
-  uint32_t layout = 0;
-  char* slot = nullptr;    ///< lasting memory for numbers as text
-  std::string_view typed;  ///< constant as it was set
   uint32_t pending = 0;
   uint32_t round = 0;
+  uint32_t layout = 0;
   bool value_ready = false;
   bool formula_ready = false;
   bool expanded = false;
@@ -112,6 +104,36 @@ struct Node {
   bool seed = false;   ///< changed by the edit itself
   bool on_pages = false;
   bool gone = false;  ///< sheet deleted
+
+  FormulaValue value;
+
+  std::vector<uint32_t> references;  ///< beside Formula::references(), then hidden ones
+  LiveSheet* sheet = nullptr;
+  CellAddress address;
+  StoredCell* stored = nullptr;  ///< local cell, while the sheet's layout is still this one
+  char* slot = nullptr;          ///< lasting memory for short results
+
+  const CompiledFormula* formula = nullptr;
+  Sheet* formula_sheet = nullptr;
+  std::vector<uint32_t> places;  ///< beside references: where it stands among their dependents
+  std::string_view typed;        ///< constant as it was set
+  uint32_t left = 0;             ///< number of dependents that have left
+};
+
+/// Nodes by number; they stay where they are.
+class NodeList {
+ public:
+  size_t size() const noexcept { return size_; }
+  Node& operator[](size_t index) noexcept { return (*blocks_[index / kBlock])[index % kBlock]; }
+  Node& Add() {
+    if (size_ % kBlock == 0) blocks_.push_back(std::make_unique<std::array<Node, kBlock>>());
+    return (*this)[size_++];
+  }
+
+ private:
+  static constexpr size_t kBlock = 64;
+  std::vector<std::unique_ptr<std::array<Node, kBlock>>> blocks_;
+  size_t size_ = 0;
 };
 
 inline constexpr uint32_t kNoNode = 0xFFFFFFFFu;
@@ -264,6 +286,8 @@ class LiveDocument {
                   std::string_view text);
   void ResolveReferences(Node& node);
   void Prepare(uint32_t index);
+  /// Puts a short result where the one before stood.
+  std::string_view InSlot(Node& node, std::string_view text);
   void Unprepare(uint32_t index);
   void LeaveDependents(Node& reference, uint32_t place);
   void Expand(uint32_t index);
@@ -298,8 +322,9 @@ class LiveDocument {
   NameTable names_;
   std::vector<std::unique_ptr<LiveSheet>> sheets_;
   std::unordered_map<const Contents*, std::unique_ptr<LiveContents>> lists_;
-  std::deque<Node> nodes_;
+  NodeList nodes_;
   std::unordered_map<std::pair<const LiveSheet*, uint64_t>, uint32_t, NodeKeyHash> node_ids_;
+  FormulaCodes codes_;
   std::unordered_map<std::string_view, std::unique_ptr<CompiledFormula>> formulas_;
   std::unordered_map<const Sheet*, std::vector<Sheet*>> instances_;  ///< master shape → sheets
   std::vector<uint32_t> page_nodes_;

@@ -179,7 +179,7 @@ const CompiledFormula& LiveDocument::Compile(std::string_view text) {
   const auto found = formulas_.find(text);
   if (found != formulas_.end()) return *found->second;
   auto compiled = std::make_unique<CompiledFormula>();
-  compiled->formula = Formula::Parse(text, compiled->error);
+  compiled->formula = Formula::Parse(text, compiled->error, &codes_);
   if (compiled->formula) {
     for (const Reference& reference : compiled->formula->references()) {
       compiled->cells.push_back(ParseCellName(names_, reference.cell));
@@ -248,7 +248,7 @@ uint32_t LiveDocument::NodeOf(LiveSheet& live, const CellAddress& address) {
   const auto [at, fresh] =
       node_ids_.try_emplace({&live, address.Packed()}, static_cast<uint32_t>(nodes_.size()));
   if (fresh) {
-    Node& node = nodes_.emplace_back();
+    Node& node = nodes_.Add();
     node.sheet = &live;
     node.address = address;
     live.nodes.push_back(at->second);
@@ -379,6 +379,7 @@ void LiveDocument::Prepare(uint32_t index) {
   const CompiledFormula& compiled = Compile(cell.formula->formula);
   if (!compiled.formula) return;
   node.formula = &compiled;
+  node.body = compiled.evaluable() ? compiled.formula.get() : nullptr;
   node.formula_sheet = cell.formula_sheet;
   ResolveReferences(node);
   node.places.assign(node.references.size(), kNoNode);
@@ -402,6 +403,7 @@ void LiveDocument::Unprepare(uint32_t index) {
   node.references.clear();
   node.places.clear();
   node.formula = nullptr;
+  node.body = nullptr;
   node.formula_sheet = nullptr;
   node.formula_ready = false;
 }
@@ -529,9 +531,9 @@ std::optional<FormulaValue> LiveDocument::EvaluateText(LiveSheet& live, Sheet& f
 std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
   Prepare(index);
   Node& node = nodes_[index];
-  if (node.formula == nullptr || !node.formula->evaluable()) return std::nullopt;
+  if (node.body == nullptr) return std::nullopt;
   Evaluator evaluator(*this, node);
-  FormulaValue value = node.formula->formula->Evaluate(evaluator);
+  FormulaValue value = node.body->Evaluate(evaluator);
   if (evaluator.unknown()) return std::nullopt;
   if (value.kind == FormulaValue::Kind::kPoint) {
     // A coordinate cell takes its part of a point.
@@ -631,9 +633,7 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
     Prepare(index);
     join(index).dirty = true;
   }
-  const auto takes_part = [&](const Node& node) {
-    return !node.gone && node.formula != nullptr && node.formula->evaluable();
-  };
+  const auto takes_part = [&](const Node& node) { return !node.gone && node.body != nullptr; };
   for (size_t i = 0; i < round.size(); ++i) {
     Expand(round[i]);
     for (const uint32_t dependent : nodes_[round[i]].dependents) {
