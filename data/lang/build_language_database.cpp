@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/embedded/database/sqlite_database.h"
+#include "platform/embedded/database/database_file_writer.h"
 #include "platform/text.h"
 
 namespace {

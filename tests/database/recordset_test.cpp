@@ -5,7 +5,8 @@
 #include <fstream>
 #include <functional>
 
-#include "platform/embedded/database/sqlite_database.h"
+#include "platform/embedded/database/database_file_writer.h"
+#include "platform/embedded/database/embedded_database.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -70,7 +71,7 @@ class RecordsetTest : public ::testing::Test {
   }
 
   int64_t live_ = 0;
-  SqliteDatabase database_{std::chrono::milliseconds(20)};
+  EmbeddedDatabase database_{std::chrono::milliseconds(20)};
   fs::path folder_;
   fs::path file_;
 };
@@ -164,8 +165,9 @@ TEST_F(RecordsetTest, RefusesChangesToResultsWithoutWholeRows) {
   const RecordsetRef view = Query(connection, u"SELECT * FROM Names");
   EXPECT_EQ(view->Field(0).ToText(), u"Relais");
   ExpectRaise(Err::kProvider, u"cannot be changed", [&] { view->AddNew(); });
-  ExpectRaise(Err::kProvider, u"no such table", [&] { Query(connection, u"SELECT * FROM Nope"); });
-  ExpectRaise(Err::kProvider, u"no such column",
+  ExpectRaise(Err::kProvider, u"has no table \"Nope\"",
+              [&] { Query(connection, u"SELECT * FROM Nope"); });
+  ExpectRaise(Err::kProvider, u"has no column \"Nope\"",
               [&] { Query(connection, u"SELECT * FROM Cat WHERE Nope=1"); });
   ExpectRaise(Err::kTypeMismatch, u"", [&] {
     Query(connection, u"SELECT * FROM Cat")->SetField(u"CatName", Value(ObjectRef(connection)));

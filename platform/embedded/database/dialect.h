@@ -2,31 +2,45 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "platform/embedded/database/engine.h"
 
 namespace ohmwise::embedded {
 
-/// Collation that ignores case; the connection registers it, statements name it. It never enters a
-/// file, so other programs can read the files.
+/// Collation that ignores case; an SQLite connection registers it, statements name it. It never
+/// enters a file, so other programs can read the files.
 inline constexpr const char* kTextCollation = "OHMWISE_TEXT";
+/// Functions that an SQLite connection registers: a text folded as `FoldCase` does it, and the
+/// number that a text starts out to be (null when it is none).
+inline constexpr const char* kFoldFunction = "ohmwise_fold";
+inline constexpr const char* kNumberFunction = "ohmwise_number";
+/// Column of every PostgreSQL table that stands for SQLite's row number.
+inline constexpr const char* kRowNumberColumn = "_rowid_";
 
 /// One statement in the engine's own words.
 struct DialectStatement {
-  /// UTF-8. For an updatable statement it ends in a hidden last column, the row number.
+  /// UTF-8. Every constant is a parameter, in the order of `parameters`. A statement of whole rows
+  /// ends in a hidden last column, the row number.
   std::string sql;
-  /// True when every row of the result is a whole row of `table`.
+  std::vector<Value> parameters;
+  bool reads = false;
+  /// Names and types of the result's columns, without the hidden one.
+  std::vector<Column> columns;
+  std::u16string table;
+  /// True when every row of the result is a whole row of `table` and can be changed.
   bool updatable = false;
-  /// Table name in UTF-8, unquoted.
-  std::string table;
+  /// True for all rows of a table in stored order.
+  bool whole_table = false;
+  /// True for the greatest value of one column over the whole table.
+  bool key_query = false;
 };
 
-/// Turns a statement of the Jet dialect into one of the engine.
-///
-/// The subset: SELECT [DISTINCT] (* | columns | MAX, MIN, COUNT, SUM, AVG of one) FROM one table
-/// [WHERE …] [ORDER BY …], and DELETE [*] FROM one table [WHERE …]; keywords without case, names
-/// plain or in brackets, texts in single or double quotes with the quote doubled inside.
-/// Conditions: columns compared with constants or columns, LIKE, IN, BETWEEN, IS NULL, joined with
-/// AND, OR, NOT and parentheses. Texts compare and sort without case. Raises the provider's error
-/// for everything else, with the place; a ";" may only end the text.
-DialectStatement TranslateStatement(std::u16string_view sql);
+/// Turns a statement of the Jet dialect into one of the engine; see README.md for what is known.
+/// Raises the provider's error for everything else, with the place; a ";" may only end the text.
+DialectStatement TranslateStatement(std::u16string_view sql, Schema& schema);
+
+/// A name between double quotes, in UTF-8.
+std::string QuotedName(std::u16string_view name);
 
 }  // namespace ohmwise::embedded

@@ -2,18 +2,26 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <optional>
+#include <random>
+#include <system_error>
+#include <thread>
 
-#include "platform/embedded/database/dialect.h"
+#include "platform/conversion.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {
 
-constexpr std::string_view kJetMark = "Standard Jet DB";
+constexpr size_t kPreparedStatements = 24;
+// Components looked at for one search, and those of them that may be there for whole words.
+constexpr int kWholeWordHits = 400;
+constexpr int kSearchHits = 1000;
 
 [[noreturn]] void FailFile(const std::u16string& name, std::u16string_view what) {
   Raise(Err::kProvider, u"The database \"" + name + u"\" " + std::u16string(what));
@@ -27,31 +35,85 @@ void CheckFile(const std::filesystem::path& path, const std::u16string& name) {
   if (!std::filesystem::is_regular_file(status)) FailFile(name, u"is not a file.");
   std::ifstream file(path, std::ios::binary);
   if (!file) FailFile(name, u"cannot be read.");
-  std::string head(32, '\0');
-  file.read(head.data(), static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<size_t>(file.gcount()));
-  if (head.find(kJetMark) != std::string::npos) {
-    FailFile(name, u"is in the Jet format; this program keeps its own form under that name.");
-  }
-  // The engine takes an empty file for an empty database.
-  if (head.empty()) FailFile(name, u"is empty and no database.");
+  if (file.peek() == std::ifstream::traits_type::eof())
+    FailFile(name, u"is empty and no database.");
 }
 
+// Both texts up to the first place that is no ASCII go byte by byte: sorting lives from it.
 int Compare(void*, int a_size, const void* a, int b_size, const void* b) noexcept {
+  std::string_view left(static_cast<const char*>(a), static_cast<size_t>(a_size));
+  std::string_view right(static_cast<const char*>(b), static_cast<size_t>(b_size));
+  size_t i = 0;
+  const size_t common = std::min(left.size(), right.size());
+  for (; i < common; ++i) {
+    const auto x = static_cast<unsigned char>(left[i]);
+    const auto y = static_cast<unsigned char>(right[i]);
+    if (x >= 0x80 || y >= 0x80) break;
+    if (x == y) continue;
+    const char16_t folded_x = FoldCase(static_cast<char16_t>(x));
+    const char16_t folded_y = FoldCase(static_cast<char16_t>(y));
+    if (folded_x != folded_y) return folded_x < folded_y ? -1 : 1;
+  }
+  left.remove_prefix(i);
+  right.remove_prefix(i);
+  if (left.empty() || right.empty()) {
+    return left.empty() ? (right.empty() ? 0 : -1) : 1;
+  }
   try {
-    const std::u16string left =
-        FoldCase(FromUtf8({static_cast<const char*>(a), static_cast<size_t>(a_size)}));
-    const std::u16string right =
-        FoldCase(FromUtf8({static_cast<const char*>(b), static_cast<size_t>(b_size)}));
-    return left.compare(right);
+    return FoldCase(FromUtf8(left)).compare(FoldCase(FromUtf8(right)));
   } catch (...) {  // Out of memory inside the engine's callback: bytes still give one order.
-    const int order = std::memcmp(a, b, static_cast<size_t>(a_size < b_size ? a_size : b_size));
-    return order != 0 ? order : a_size - b_size;
+    return left.compare(right);
   }
 }
 
-// A file holds no halves of a surrogate pair.
-std::string FileText(std::u16string_view text) {
+std::string_view ArgumentText(sqlite3_value* argument) {
+  const auto* text = static_cast<const char*>(sqlite3_value_blob(argument));
+  return text ? std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(argument)))
+              : std::string_view();
+}
+
+void Fold(sqlite3_context* context, int, sqlite3_value** arguments) noexcept {
+  if (sqlite3_value_type(arguments[0]) == SQLITE_NULL) return;
+  try {
+    const std::string folded = ToUtf8(FoldCase(FromUtf8(ArgumentText(arguments[0]))));
+    sqlite3_result_text64(context, folded.data(), folded.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  } catch (...) {
+    sqlite3_result_error_nomem(context);
+  }
+}
+
+// Digits with at most one point, a sign and blanks around: what every engine reads alike.
+void Number(sqlite3_context* context, int, sqlite3_value** arguments) noexcept {
+  if (sqlite3_value_type(arguments[0]) == SQLITE_NULL) return;
+  const std::string_view text = ArgumentText(arguments[0]);
+  const size_t start = std::min(text.find_first_not_of(' '), text.size());
+  const size_t end = text.find_last_not_of(' ') + 1;
+  std::string_view digits = text.substr(start, end > start ? end - start : 0);
+  if (!digits.empty() && (digits[0] == '-' || digits[0] == '+')) digits.remove_prefix(1);
+  const bool plain = digits.find_first_not_of("0123456789.") == std::string_view::npos;
+  const bool one_point = digits.find('.') == digits.rfind('.');
+  if (plain && one_point && digits.find_first_not_of('.') != std::string_view::npos) {
+    sqlite3_result_double(context, sqlite3_value_double(arguments[0]));
+  }
+}
+
+ColumnType TypeOf(const char* declared) {
+  if (!declared) return ColumnType::kAny;
+  const std::u16string type = FoldCase(FromUtf8(declared));
+  const auto has = [&](std::u16string_view part) {
+    return type.find(FoldCase(part)) != std::u16string::npos;
+  };
+  if (has(u"BOOL")) return ColumnType::kBoolean;
+  if (has(u"SMALLINT") || has(u"INT2")) return ColumnType::kInt16;
+  if (has(u"INT")) return ColumnType::kInt32;
+  if (has(u"CHAR") || has(u"TEXT") || has(u"CLOB")) return ColumnType::kText;
+  if (has(u"REAL") || has(u"FLOA") || has(u"DOUB")) return ColumnType::kDouble;
+  return ColumnType::kAny;
+}
+
+}  // namespace
+
+std::string StoredText(std::u16string_view text) {
   std::u16string whole(text);
   for (size_t i = 0; i < whole.size(); ++i) {
     const bool high = whole[i] >= 0xD800 && whole[i] <= 0xDBFF;
@@ -64,8 +126,6 @@ std::string FileText(std::u16string_view text) {
   }
   return ToUtf8(whole);
 }
-
-}  // namespace
 
 // Through UTF-8 by our own rules: the library's conversions throw on what is no Unicode.
 std::filesystem::path PathFromText(std::u16string_view text) {
@@ -85,24 +145,44 @@ void SqliteSession::CloseHandle::operator()(sqlite3* handle) const noexcept {
   sqlite3_close_v2(handle);
 }
 
-SqliteSession::SqliteSession(const std::filesystem::path& path, int busy_timeout_ms, bool create)
-    : name_(TextFromPath(path)) {
-  if (!create) CheckFile(path, name_);
+SqliteSession::SqliteSession(const std::filesystem::path& path,
+                             std::chrono::milliseconds busy_timeout, Mode mode)
+    : name_(TextFromPath(path)), waiting_{busy_timeout, {}} {
+  if (mode == Mode::kExisting) CheckFile(path, name_);
   // An absolute name can be none of the engine's special ones (":memory:", "file:…").
-  const std::string full = std::filesystem::absolute(path).string();
+  const std::string full =
+      mode == Mode::kMemory ? ":memory:" : std::filesystem::absolute(path).string();
   sqlite3* handle = nullptr;
-  const int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0);
+  const int flags = SQLITE_OPEN_READWRITE | (mode == Mode::kExisting ? 0 : SQLITE_OPEN_CREATE);
   const int code = sqlite3_open_v2(full.c_str(), &handle, flags, nullptr);
   handle_.reset(handle);
   if (code != SQLITE_OK) Fail(code);
-  sqlite3_busy_timeout(handle, busy_timeout_ms);
+  sqlite3_extended_result_codes(handle, 1);
+  sqlite3_busy_handler(handle, Wait, &waiting_);
   // A double-quoted name that is no column is an error and never a text.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_create_collation(handle, kTextCollation, SQLITE_UTF8, nullptr, Compare);
-  // Opening reads nothing yet; this does.
-  Run("PRAGMA schema_version");
+  const int pure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY;
+  sqlite3_create_function(handle, kFoldFunction, 1, pure, nullptr, Fold, nullptr, nullptr);
+  sqlite3_create_function(handle, kNumberFunction, 1, pure, nullptr, Number, nullptr, nullptr);
+  // Opening reads nothing yet; this does. What was acknowledged outlives a power cut.
+  Run("PRAGMA schema_version; PRAGMA synchronous = FULL");
+}
+
+SqliteSession::~SqliteSession() = default;
+
+// Writers take turns of a millisecond or so; many of them asking at random get through soonest.
+int SqliteSession::Wait(void* waiting, int attempt) noexcept {
+  auto& self = *static_cast<Waiting*>(waiting);
+  const auto now = std::chrono::steady_clock::now();
+  if (attempt == 0) self.since = now;
+  if (now - self.since >= self.limit) return 0;
+  thread_local std::minstd_rand random(
+      static_cast<uint32_t>(now.time_since_epoch().count() & 0x7FFFFFFF));
+  std::this_thread::sleep_for(std::chrono::microseconds(200 + random() % 2000));
+  return 1;
 }
 
 void SqliteSession::Fail(int code) const {
@@ -116,8 +196,16 @@ void SqliteSession::Fail(int code) const {
       FailFile(name_, u"is damaged.");
     case SQLITE_READONLY:
       FailFile(name_, u"cannot be changed; the file is read-only.");
+    case SQLITE_FULL:
+      FailFile(name_, u"cannot grow: there is no space left.");
     case SQLITE_NOMEM:
       Raise(Err::kOutOfMemory);
+    case SQLITE_CONSTRAINT:
+      if (code == SQLITE_CONSTRAINT_UNIQUE || code == SQLITE_CONSTRAINT_PRIMARYKEY ||
+          code == SQLITE_CONSTRAINT_ROWID) {
+        FailFile(name_, u"has a row with this key already.");
+      }
+      [[fallthrough]];
     default: {
       const char* sentence = handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code);
       FailFile(name_, u"refuses: " + FromUtf8(sentence) + u".");
@@ -130,9 +218,186 @@ void SqliteSession::Run(const char* sql) {
   if (code != SQLITE_OK) Fail(code);
 }
 
-bool SqliteSession::IsTable(const std::string& name) const {
-  return sqlite3_table_column_metadata(handle_.get(), nullptr, name.c_str(), nullptr, nullptr,
-                                       nullptr, nullptr, nullptr, nullptr) == SQLITE_OK;
+const Table& SqliteSession::FindTable(std::u16string_view name) {
+  std::u16string key = FoldCase(name);
+  const auto known = tables_.find(key);
+  if (known != tables_.end()) return known->second;
+  Table table;
+  // Names that start so are the engine's own and those of the search.
+  if (!key.starts_with(FoldCase(u"sqlite_")) && !key.starts_with(u'_')) {
+    SqliteStatement find(*this,
+                         "SELECT name, type = 'table' FROM sqlite_schema WHERE type IN "
+                         "('table', 'view') AND ohmwise_fold(name) = ?1");
+    find.Bind(1, Value(key));
+    if (find.Step()) {
+      table.name = find.Column(0, ColumnType::kText).AsText();
+      table.updatable = find.Number(1) != 0;
+    }
+  }
+  if (table.name.empty()) {
+    FailFile(name_, u"has no table \"" + std::u16string(name) + u"\".");
+  }
+  const std::string from = " FROM " + QuotedName(table.name);
+  SqliteStatement columns(*this, "SELECT *" + from);
+  for (int i = 0; i < columns.ColumnCount(); ++i) {
+    table.columns.push_back({columns.ColumnName(i), columns.DeclaredType(i)});
+  }
+  if (table.updatable) {
+    sqlite3_stmt* probe = nullptr;
+    const std::string sql = "SELECT _rowid_" + from;
+    table.updatable = sqlite3_prepare_v2(handle(), sql.c_str(), -1, &probe, nullptr) == SQLITE_OK;
+    sqlite3_finalize(probe);
+  }
+  return tables_.emplace(std::move(key), std::move(table)).first->second;
+}
+
+std::vector<std::u16string> SqliteSession::TableNames() {
+  SqliteStatement list(*this,
+                       "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE "
+                       "'sqlite\\_%' ESCAPE '\\' AND name NOT LIKE '\\_%' ESCAPE '\\' ORDER BY 1");
+  std::vector<std::u16string> names;
+  while (list.Step()) names.push_back(list.Column(0, ColumnType::kText).AsText());
+  return names;
+}
+
+class SqliteSession::Use {
+ public:
+  explicit Use(SqliteStatement& statement) : statement_(statement) {}
+  ~Use() { statement_.Reset(); }
+  Use(const Use&) = delete;
+  Use& operator=(const Use&) = delete;
+  SqliteStatement* operator->() const { return &statement_; }
+  SqliteStatement& operator*() const { return statement_; }
+
+ private:
+  SqliteStatement& statement_;
+};
+
+SqliteStatement& SqliteSession::Prepared(const std::string& sql) {
+  const auto known = std::find_if(prepared_.begin(), prepared_.end(),
+                                  [&](const auto& entry) { return entry.first == sql; });
+  if (known != prepared_.end()) {
+    prepared_.splice(prepared_.begin(), prepared_, known);
+  } else {
+    prepared_.emplace_front(sql, SqliteStatement(*this, sql));
+    if (prepared_.size() > kPreparedStatements) prepared_.pop_back();
+  }
+  return prepared_.front().second;
+}
+
+std::vector<Row> SqliteSession::Read(const DialectStatement& statement, size_t limit) {
+  const Use use(Prepared(statement.sql));
+  if (!use->IsReadOnly()) FailFile(name_, u"refuses: a reading statement would write.");
+  int position = 0;
+  for (const Value& value : statement.parameters) use->Bind(++position, value);
+  const int columns = static_cast<int>(statement.columns.size());
+  std::vector<Row> rows;
+  while (rows.size() < limit && use->Step()) {
+    Row& row = rows.emplace_back();
+    row.values.reserve(statement.columns.size());
+    for (int i = 0; i < columns; ++i) {
+      row.values.push_back(use->Column(i, statement.columns[static_cast<size_t>(i)].type));
+    }
+    if (statement.updatable) row.number = use->Number(columns);
+  }
+  return rows;
+}
+
+void SqliteSession::Delete(const DialectStatement& statement) {
+  const Use use(Prepared(statement.sql));
+  int position = 0;
+  for (const Value& value : statement.parameters) use->Bind(++position, value);
+  while (use->Step()) {
+  }
+}
+
+namespace {
+
+std::string ColumnList(const Table& table) {
+  std::string list;
+  for (const Column& column : table.columns) list += QuotedName(column.name) + ", ";
+  return list + kRowNumberColumn;
+}
+
+}  // namespace
+
+Row SqliteSession::ReadBack(SqliteStatement& statement, const Table& table) const {
+  Row row;
+  row.values.reserve(table.columns.size());
+  for (size_t i = 0; i < table.columns.size(); ++i) {
+    row.values.push_back(statement.Column(static_cast<int>(i), table.columns[i].type));
+  }
+  row.number = statement.Number(static_cast<int>(table.columns.size()));
+  return row;
+}
+
+std::optional<Row> SqliteSession::ReadRow(const Table& table, int64_t number) {
+  const Use read(Prepared("SELECT " + ColumnList(table) + " FROM " + QuotedName(table.name) +
+                          " WHERE _rowid_ = ?1"));
+  read->Bind(1, number);
+  if (!read->Step()) return std::nullopt;
+  return ReadBack(*read, table);
+}
+
+Row SqliteSession::Insert(const Table& table, const FieldValues& fields) {
+  std::string columns;
+  std::string values;
+  for (const size_t column : fields.columns) {
+    columns += (columns.empty() ? "" : ", ") + QuotedName(table.columns[column].name);
+    values += values.empty() ? "?" : ", ?";
+  }
+  const Use insert(Prepared(
+      "INSERT INTO " + QuotedName(table.name) +
+      (columns.empty() ? " DEFAULT VALUES" : " (" + columns + ") VALUES (" + values + ")") +
+      " RETURNING " + ColumnList(table)));
+  int position = 0;
+  for (const Value& value : fields.values) insert->Bind(++position, value);
+  insert->Step();
+  Row row = ReadBack(*insert, table);
+  insert->Step();  // The statement, and with it the change, ends with the step after its row.
+  return row;
+}
+
+Row SqliteSession::Change(const Table& table, int64_t number, const FieldValues& fields) {
+  std::string sets;
+  for (const size_t column : fields.columns) {
+    sets += (sets.empty() ? "" : ", ") + QuotedName(table.columns[column].name) + " = ?";
+  }
+  const Use change(Prepared("UPDATE " + QuotedName(table.name) + " SET " + sets +
+                            " WHERE _rowid_ = ? RETURNING " + ColumnList(table)));
+  int position = 0;
+  for (const Value& value : fields.values) change->Bind(++position, value);
+  change->Bind(++position, number);
+  change->Step();
+  Row row = ReadBack(*change, table);
+  change->Step();
+  return row;
+}
+
+std::vector<int64_t> SqliteSession::FindComponents(std::span<const std::u16string> words) {
+  std::vector<int64_t> keys;
+  const auto find = [&](bool beginnings, int limit) {
+    std::string expression;
+    for (const std::u16string& word : words) {
+      expression += "\"" + StoredText(word) + "\"" + (beginnings ? "* " : " ");
+    }
+    const Use search(
+        Prepared("SELECT rowid FROM _search WHERE _search MATCH ?1 ORDER BY rowid LIMIT ?2"));
+    search->Bind(1, Value(FromUtf8(expression)));
+    search->Bind(2, int64_t{limit});
+    while (search->Step()) keys.push_back(search->Number(0));
+  };
+  find(false, kWholeWordHits);
+  find(true, kSearchHits);
+  return keys;
+}
+
+void SqliteSession::Begin() { Run("BEGIN IMMEDIATE"); }
+void SqliteSession::Commit() { Run("COMMIT"); }
+void SqliteSession::Rollback() noexcept {
+  if (sqlite3_get_autocommit(handle()) == 0) {
+    sqlite3_exec(handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
 }
 
 void SqliteStatement::Finalize::operator()(sqlite3_stmt* statement) const noexcept {
@@ -143,8 +408,8 @@ SqliteStatement::SqliteStatement(const SqliteSession& session, std::string_view 
     : session_(session) {
   if (sql.size() > static_cast<size_t>(std::numeric_limits<int>::max())) Raise(Err::kOutOfMemory);
   sqlite3_stmt* statement = nullptr;
-  const int code = sqlite3_prepare_v2(session.handle(), sql.data(), static_cast<int>(sql.size()),
-                                      &statement, nullptr);
+  const int code = sqlite3_prepare_v3(session.handle(), sql.data(), static_cast<int>(sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
   if (code != SQLITE_OK) session.Fail(code);
   statement_.reset(statement);
 }
@@ -165,7 +430,7 @@ void SqliteStatement::Bind(int position, const Value& value) {
       code = sqlite3_bind_double(statement_.get(), position, value.ToDouble());
       break;
     case Value::Kind::kText: {
-      const std::string text = FileText(value.AsText());
+      const std::string text = StoredText(value.AsText());
       code = sqlite3_bind_text64(statement_.get(), position, text.data(), text.size(),
                                  SQLITE_TRANSIENT, SQLITE_UTF8);
       break;
@@ -196,13 +461,19 @@ std::u16string SqliteStatement::ColumnName(int column) const {
   return FromUtf8(name);
 }
 
-Value SqliteStatement::Column(int column) const {
+ColumnType SqliteStatement::DeclaredType(int column) const {
+  return TypeOf(sqlite3_column_decltype(statement_.get(), column));
+}
+
+Value SqliteStatement::Column(int column, ColumnType type) const {
   sqlite3_stmt* statement = statement_.get();
   switch (sqlite3_column_type(statement, column)) {
     case SQLITE_INTEGER: {
       const int64_t number = sqlite3_column_int64(statement, column);
-      const char* type = sqlite3_column_decltype(statement, column);
-      if (type && sqlite3_stricmp(type, "BOOLEAN") == 0) return number != 0;
+      if (type == ColumnType::kBoolean) return number != 0;
+      if (type == ColumnType::kInt16 && std::in_range<int16_t>(number)) {
+        return static_cast<int16_t>(number);
+      }
       if (std::in_range<int32_t>(number)) return static_cast<int32_t>(number);
       return static_cast<double>(number);
     }
@@ -219,17 +490,15 @@ Value SqliteStatement::Column(int column) const {
   }
 }
 
-int64_t SqliteStatement::RowNumber(int column) const {
+int64_t SqliteStatement::Number(int column) const {
   return sqlite3_column_int64(statement_.get(), column);
 }
 
-std::string QuotedName(std::string_view name) {
-  std::string result = "\"";
-  for (char c : name) {
-    result += c;
-    if (c == '"') result += c;
-  }
-  return result + '"';
+void SqliteStatement::Reset() noexcept {
+  sqlite3_reset(statement_.get());
+  sqlite3_clear_bindings(statement_.get());
 }
+
+bool SqliteStatement::IsReadOnly() const { return sqlite3_stmt_readonly(statement_.get()) != 0; }
 
 }  // namespace ohmwise::embedded

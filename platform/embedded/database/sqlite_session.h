@@ -1,12 +1,16 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
+#include <list>
+#include <map>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "platform/value.h"
+#include "platform/embedded/database/dialect.h"
+#include "platform/embedded/database/engine.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -17,27 +21,10 @@ namespace ohmwise::embedded {
 std::filesystem::path PathFromText(std::u16string_view text);
 std::u16string TextFromPath(const std::filesystem::path& path);
 
-/// One open database file.
-class SqliteSession {
- public:
-  struct CloseHandle {
-    void operator()(sqlite3* handle) const noexcept;
-  };
+/// The text in UTF-8 as a database keeps it: halves of a surrogate pair become U+FFFD.
+std::string StoredText(std::u16string_view text);
 
-  /// Opens a file that exists; `create` makes a new one instead. Raises the provider's error.
-  SqliteSession(const std::filesystem::path& path, int busy_timeout_ms, bool create);
-
-  sqlite3* handle() const noexcept { return handle_.get(); }
-  /// Raises the provider's error for a result code of the engine, naming the file.
-  [[noreturn]] void Fail(int code) const;
-  void Run(const char* sql);
-  /// True for a table, false for a view or nothing.
-  bool IsTable(const std::string& name) const;
-
- private:
-  std::u16string name_;
-  std::unique_ptr<sqlite3, CloseHandle> handle_;
-};
+class SqliteSession;
 
 /// One prepared statement; finalized at the end of its life.
 class SqliteStatement {
@@ -49,12 +36,17 @@ class SqliteStatement {
   void Bind(int position, int64_t number);
   /// True while there is a row.
   bool Step();
+  /// Ready to be bound and run again; lets go of every lock.
+  void Reset() noexcept;
 
+  bool IsReadOnly() const;
   int ColumnCount() const;
   std::u16string ColumnName(int column) const;
-  /// Whole numbers that fit become 32-bit, columns declared BOOLEAN become Booleans.
-  Value Column(int column) const;
-  int64_t RowNumber(int column) const;
+  /// What the column was declared as, mapped; `kAny` for an expression.
+  ColumnType DeclaredType(int column) const;
+  /// A value as the type has it; what does not fit the type comes as it is.
+  Value Column(int column, ColumnType type) const;
+  int64_t Number(int column) const;
 
  private:
   struct Finalize {
@@ -64,7 +56,60 @@ class SqliteStatement {
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
-/// A name between double quotes, as the engine wants it.
-std::string QuotedName(std::string_view name);
+/// One open database file.
+class SqliteSession : public Session {
+ public:
+  enum class Mode { kExisting, kCreate, kMemory };
+
+  /// Opens a file that exists; `kCreate` makes a new one; `kMemory` keeps everything in memory and
+  /// uses the path in messages only. Raises the provider's error.
+  SqliteSession(const std::filesystem::path& path, std::chrono::milliseconds busy_timeout,
+                Mode mode);
+  ~SqliteSession() override;
+
+  sqlite3* handle() const noexcept { return handle_.get(); }
+  const std::u16string& name() const noexcept { return name_; }
+  /// Raises the provider's error for a result code of the engine, naming the file.
+  [[noreturn]] void Fail(int code) const;
+  void Run(const char* sql);
+
+  SqlFlavour flavour() const override { return SqlFlavour::kSqlite; }
+  const Table& FindTable(std::u16string_view name) override;
+  std::vector<std::u16string> TableNames() override;
+  std::vector<Row> Read(const DialectStatement& statement, size_t limit) override;
+  void Delete(const DialectStatement& statement) override;
+  std::optional<Row> ReadRow(const Table& table, int64_t number) override;
+  Row Insert(const Table& table, const FieldValues& fields) override;
+  Row Change(const Table& table, int64_t number, const FieldValues& fields) override;
+  std::vector<int64_t> FindComponents(std::span<const std::u16string> words) override;
+
+ protected:
+  void Begin() override;
+  void Commit() override;
+  void Rollback() noexcept override;
+  /// Forgets what is known of a table.
+  void ForgetTables() { tables_.clear(); }
+
+ private:
+  struct CloseHandle {
+    void operator()(sqlite3* handle) const noexcept;
+  };
+  struct Waiting {
+    std::chrono::milliseconds limit;
+    std::chrono::steady_clock::time_point since;
+  };
+  // A statement of the cache in use; back in its first state at the end.
+  class Use;
+
+  static int Wait(void* waiting, int attempt) noexcept;
+  SqliteStatement& Prepared(const std::string& sql);
+  Row ReadBack(SqliteStatement& statement, const Table& table) const;
+
+  std::u16string name_;
+  Waiting waiting_;
+  std::unique_ptr<sqlite3, CloseHandle> handle_;
+  std::map<std::u16string, Table> tables_;                       // by folded name
+  std::list<std::pair<std::string, SqliteStatement>> prepared_;  // the last used first
+};
 
 }  // namespace ohmwise::embedded

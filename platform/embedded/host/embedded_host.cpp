@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "platform/embedded/database/sqlite_database.h"
+#include "platform/embedded/database/embedded_database.h"
 #include "platform/embedded/files/local_files.h"
 #include "platform/embedded/forms/terminal_forms.h"
 #include "platform/embedded/host/program_folder.h"
@@ -60,7 +60,7 @@ struct EmbeddedHost::State {
 
   Options options;
   std::u16string folder;
-  SqliteDatabase database;
+  EmbeddedDatabase database;
   OptionsFile settings;
   LocalFiles files;
   TerminalForms forms;

@@ -1,29 +1,13 @@
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <span>
 #include <string_view>
 
-#include "platform/database.h"
+#include "platform/value.h"
 
 namespace ohmwise::embedded {
-
-/// The database of the headless host: SQLite files behind the connection strings and the SQL of the
-/// Jet provider; see README.md. One object serves one thread.
-class SqliteDatabase final : public Database {
- public:
-  /// `busy_timeout`: how long a statement waits for another program that writes the file.
-  explicit SqliteDatabase(std::chrono::milliseconds busy_timeout = std::chrono::seconds(2))
-      : busy_timeout_(busy_timeout) {}
-
-  ConnectionRef MakeConnection() override;
-  RecordsetRef MakeRecordset() override;
-
- private:
-  std::chrono::milliseconds busy_timeout_;
-};
 
 /// Writes a new database file from scratch; equal input gives equal bytes. The file appears under
 /// its name only when it is complete. Raises the provider's error.
@@ -39,6 +23,9 @@ class DatabaseFileWriter {
   void Define(const char* sql);
   void AddRow(std::string_view table, std::span<const Value> values);
   void Finish();
+  /// As `Finish`, for a file that many will write: a file of that name is not replaced, and readers
+  /// and writers do not wait for each other.
+  void FinishNew();
 
  private:
   struct State;

@@ -1,0 +1,95 @@
+#include "platform/embedded/database/catalogue_search.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+#include "platform/embedded/database/dialect.h"
+#include "platform/text.h"
+
+namespace ohmwise::embedded {
+namespace {
+
+struct SearchField {
+  std::u16string_view column;
+  int32_t weight;
+};
+constexpr std::array<SearchField, 5> kFields = {SearchField{u"Name", 10}, SearchField{u"Order", 10},
+                                                SearchField{u"Model", 8}, SearchField{u"Brand", 4},
+                                                SearchField{u"Supplier", 2}};
+constexpr size_t kMaxWords = 16;
+
+bool IsWordUnit(char16_t c) {
+  return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') ||
+         c >= 0x80;
+}
+
+std::vector<std::u16string> Words(std::u16string_view text) {
+  std::vector<std::u16string> words;
+  bool inside = false;
+  for (const char16_t c : text) {
+    const bool unit = IsWordUnit(c);
+    if (unit && !inside) words.emplace_back();
+    if (unit) words.back() += FoldCase(c);
+    inside = unit;
+  }
+  return words;
+}
+
+// How well one field answers the words; 0 when it answers none of them.
+int32_t FieldScore(std::u16string_view folded, std::u16string_view wanted,
+                   const std::vector<std::u16string>& words) {
+  if (folded == wanted) return 100;
+  int32_t score = folded.starts_with(wanted) ? 50 : 0;
+  const std::vector<std::u16string> own = Words(folded);
+  for (const std::u16string& word : words) {
+    int32_t best = 0;
+    for (const std::u16string& candidate : own) {
+      if (candidate == word) {
+        best = 10;
+        break;
+      }
+      if (candidate.starts_with(word)) best = 4;
+    }
+    score += best;
+  }
+  return score;
+}
+
+}  // namespace
+
+std::vector<int32_t> SearchCatalogue(Session& session, std::u16string_view text, int32_t limit) {
+  const std::u16string wanted = FoldCase(TrimSpaces(text));
+  std::vector<std::u16string> words = Words(wanted);
+  if (words.size() > kMaxWords) words.resize(kMaxWords);
+  if (words.empty() || limit <= 0) return {};
+  std::vector<int64_t> numbers = session.FindComponents(words);
+  std::sort(numbers.begin(), numbers.end());
+  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+
+  const Table& table = session.FindTable(u"CompDB");
+  const std::optional<size_t> key = table.Find(u"CompID");
+  if (!key) return {};
+  std::vector<std::pair<int32_t, int32_t>> ranked;  // score downwards, then key
+  for (const int64_t number : numbers) {
+    const std::optional<Row> row = session.ReadRow(table, number);
+    if (!row) continue;
+    int32_t score = 0;
+    for (const SearchField& field : kFields) {
+      const std::optional<size_t> column = table.Find(field.column);
+      if (!column || !row->values[*column].IsText()) continue;
+      score += field.weight * FieldScore(FoldCase(row->values[*column].AsText()), wanted, words);
+    }
+    ranked.emplace_back(-score, row->values[*key].ToInt32());
+  }
+  std::sort(ranked.begin(), ranked.end());
+  std::vector<int32_t> result;
+  for (const auto& [score, component] : ranked) {
+    if (result.size() == static_cast<size_t>(limit)) break;
+    result.push_back(component);
+  }
+  return result;
+}
+
+}  // namespace ohmwise::embedded
