@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/stencil.h"
 #include "crossref/clsLCrossRef.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/host/embedded_host.h"
@@ -49,6 +50,9 @@ class AddIn : private embedded::ChangeObserver {
   std::vector<CellChange> ChangedResults() const;
   /// Message boxes shown so far, when they are collected.
   const std::vector<embedded::ShownMessage>& messages() const { return messages_; }
+
+  /// The add-in's stencil, without which options cannot be loaded; open until it is let go.
+  std::unique_ptr<Stencil> OpenStencil() { return std::make_unique<Stencil>(host_, workspace_); }
 
   void Save(const std::string& path) { file_->Save(path); }
 

@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -8,7 +7,7 @@
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
-#include "platform/embedded/drawing/formula.h"
+#include "cli/length.h"
 #include "platform/text.h"
 
 namespace ohmwise::cli {
@@ -17,32 +16,6 @@ namespace {
 struct MoveOptions : CommonOptions {
   std::string page, shape, x, y;
 };
-
-/// Evaluates constants; there is nothing to refer to.
-class NoContext final : public embedded::EvaluationContext {
- public:
-  embedded::FormulaValue CellValue(const embedded::Formula&, size_t) override { return {}; }
-  std::string PageName() override { return {}; }
-  int PageNumber() override { return 0; }
-  int PageCount() override { return 0; }
-  std::optional<embedded::FormulaValue> Property(
-      std::string_view, const std::vector<embedded::FormulaValue>&) override {
-    return std::nullopt;
-  }
-};
-
-/// A length as formulas write it, "2.5" (inches) or "63.5 mm"; nullopt for anything else.
-std::optional<double> Length(const std::string& text) {
-  embedded::FormulaSyntaxError error;
-  const auto formula = embedded::Formula::Parse(text, error);
-  if (!formula || !formula->constant()) return std::nullopt;
-  NoContext context;
-  const embedded::FormulaValue value = formula->Evaluate(context);
-  if (value.kind != embedded::FormulaValue::Kind::kNumber || !std::isfinite(value.number)) {
-    return std::nullopt;
-  }
-  return value.number;
-}
 
 std::string CheckLength(const std::string& text) {
   return Length(text) ? "" : "\"" + text + "\" is no length";
