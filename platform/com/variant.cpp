@@ -1,0 +1,162 @@
+#include "platform/com/variant.h"
+
+#include <new>
+#include <utility>
+
+#include "platform/com/error_mapping.h"
+#include "platform/com/objects.h"
+#include "platform/error.h"
+
+namespace ohmwise::com {
+
+std::u16string_view ViewOf(BSTR text) noexcept {
+  return text ? std::u16string_view(Narrow(text), SysStringLen(text)) : std::u16string_view();
+}
+
+std::u16string FromBstr(BSTR text) { return std::u16string(ViewOf(text)); }
+
+BSTR ToBstr(std::u16string_view text) {
+  const BSTR copy = SysAllocStringLen(Wide(text.data()), static_cast<UINT>(text.size()));
+  if (!copy) throw std::bad_alloc();
+  return copy;
+}
+
+void Assign(BSTR& target, std::u16string_view text) {
+  if (ViewOf(target) == text) return;
+  SysFreeString(std::exchange(target, ToBstr(text)));
+}
+
+Variant::Variant(const Value& value) {
+  VariantInit(&variant_);
+  ToVariant(value, &variant_);
+}
+
+Variant& Variant::operator=(Variant&& other) noexcept {
+  VARIANT content = other.Detach();
+  std::swap(variant_, content);
+  VariantClear(&content);
+  return *this;
+}
+
+VARIANT Variant::Detach() noexcept {
+  const VARIANT content = variant_;
+  VariantInit(&variant_);
+  return content;
+}
+
+const VARIANT& Dereferenced(const VARIANT& variant) noexcept {
+  const VARIANT* at = &variant;
+  while (at->vt == (VT_BYREF | VT_VARIANT)) at = at->pvarVal;
+  return *at;
+}
+
+bool IsMissing(const VARIANT& variant) noexcept {
+  const VARIANT& v = Dereferenced(variant);
+  return v.vt == VT_ERROR && v.scode == DISP_E_PARAMNOTFOUND;
+}
+
+namespace {
+
+Value FromUnknown(IUnknown* object) {
+  if (!object) return Value::Nothing();
+  const Ref<IDispatch> dispatch = Query<IDispatch>(object);
+  if (!dispatch) Raise(Err::kTypeMismatch);
+  return Value(FromDispatch(dispatch.get()));
+}
+
+/// Kinds without a counterpart, by the conversion of the automation runtime.
+Value Converted(const VARIANT& v, VARTYPE type) {
+  Variant number;
+  Check(VariantChangeType(&number.get(), const_cast<VARIANT*>(&v), 0, type));
+  return type == VT_I4 ? Value(static_cast<int32_t>(number.get().lVal))
+                       : Value(number.get().dblVal);
+}
+
+}  // namespace
+
+Value FromVariant(const VARIANT& variant) {
+  const VARIANT& v = Dereferenced(variant);
+  if (v.vt & VT_BYREF) {
+    Variant copy;
+    Check(VariantCopyInd(&copy.get(), const_cast<VARIANT*>(&v)));
+    return FromVariant(copy.get());
+  }
+  switch (v.vt) {
+    case VT_EMPTY:
+      return {};
+    case VT_NULL:
+      return Value::Null();
+    case VT_BOOL:
+      return Value(v.boolVal != VARIANT_FALSE);
+    case VT_I2:
+      return Value(static_cast<int16_t>(v.iVal));
+    case VT_I4:
+    case VT_INT:
+      return Value(static_cast<int32_t>(v.lVal));
+    case VT_I1:
+    case VT_UI1:
+    case VT_UI2:
+      return Converted(v, VT_I4);
+    case VT_R8:
+    case VT_DATE:
+      return Value(v.dblVal);
+    case VT_R4:
+      return Value(static_cast<double>(v.fltVal));
+    case VT_CY:
+    case VT_DECIMAL:
+    case VT_UI4:
+    case VT_UINT:
+    case VT_I8:
+    case VT_UI8:
+      return Converted(v, VT_R8);
+    case VT_BSTR:
+      return Value(FromBstr(v.bstrVal));
+    case VT_DISPATCH:
+      return Value(FromDispatch(v.pdispVal));
+    case VT_UNKNOWN:
+      return FromUnknown(v.punkVal);
+    case VT_ERROR:
+      if (v.scode == DISP_E_PARAMNOTFOUND) return {};
+      break;
+    default:
+      break;
+  }
+  Raise(Err::kTypeMismatch);
+}
+
+void ToVariant(const Value& value, VARIANT* target) {
+  VariantInit(target);
+  switch (value.kind()) {
+    case Value::Kind::kEmpty:
+      break;
+    case Value::Kind::kNull:
+      target->vt = VT_NULL;
+      break;
+    case Value::Kind::kBoolean:
+      target->boolVal = value.ToBoolean() ? VARIANT_TRUE : VARIANT_FALSE;
+      target->vt = VT_BOOL;
+      break;
+    case Value::Kind::kInt16:
+      target->iVal = value.ToInt16();
+      target->vt = VT_I2;
+      break;
+    case Value::Kind::kInt32:
+      target->lVal = value.ToInt32();
+      target->vt = VT_I4;
+      break;
+    case Value::Kind::kDouble:
+      target->dblVal = value.ToDouble();
+      target->vt = VT_R8;
+      break;
+    case Value::Kind::kText:
+      target->bstrVal = ToBstr(value.AsText());
+      target->vt = VT_BSTR;
+      break;
+    case Value::Kind::kObject:
+      target->pdispVal = ToDispatch(value.AsObjectOrNothing()).Detach();
+      target->vt = VT_DISPATCH;
+      break;
+  }
+}
+
+}  // namespace ohmwise::com
