@@ -331,7 +331,7 @@ void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::
   const uint32_t index = NodeOf(live, address);
   const FormulaValue before = Value(index);
   Unprepare(index);
-  nodes_[index].typed = {};
+  typed_.erase(index);
   std::optional<FormulaValue> constant;
   if (compiled == nullptr) {
     const ObjectCellInfo* info = address.IsObject() ? FindObjectCell(address.column) : nullptr;
@@ -354,7 +354,7 @@ void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::
     FormulaValue value = compiled->formula->Evaluate(nothing);
     if (IsLiteral(text, value)) {
       constant = std::move(value);
-      nodes_[index].typed = model_.arena.Keep(text);
+      typed_[index] = model_.arena.Keep(text);
     }
   }
   if (constant) {
@@ -419,8 +419,9 @@ std::string LiveDocument::FormulaText(LiveSheet& live, const CellAddress& addres
   const ResolvedCell cell = Resolve(live, address);
   if (cell.formula != nullptr) return std::string(cell.formula->formula);
   const auto found = node_ids_.find({&live, address.Packed()});
-  if (found != node_ids_.end() && !nodes_[found->second].typed.empty()) {
-    return std::string(nodes_[found->second].typed);
+  if (found != node_ids_.end()) {
+    const auto typed = typed_.find(found->second);
+    if (typed != typed_.end()) return std::string(typed->second);
   }
   if (cell.value == nullptr) return ConstantText(DefaultValue(address));
   return ConstantText(StoredValue(*cell.value));

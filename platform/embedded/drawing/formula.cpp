@@ -233,8 +233,7 @@ int Formula::redirect() const noexcept { return program_->redirect; }
 bool Formula::depends_on_pages() const noexcept { return program_->depends_on_pages; }
 bool Formula::constant() const noexcept { return program_->constant; }
 
-FormulaValue Formula::Evaluate(EvaluationContext& context) const {
-  const Code& program = *code_;
+FormulaValue Formula::Run(const Code& program, EvaluationContext& context) const {
   Stack stack(program.depth);
   for (size_t at = 0; at < program.ops.size(); ++at) {
     const Op& op = program.ops[at];

@@ -181,10 +181,13 @@ class Formula {
   /// True when the formula is a literal without references or functions.
   bool constant() const noexcept;
 
-  FormulaValue Evaluate(EvaluationContext& context) const;
-
   struct Code;     // formula_program.h
   struct Program;  // formula_program.h
+
+  FormulaValue Evaluate(EvaluationContext& context) const { return Run(*code_, context); }
+  /// The same without a look at the formula itself.
+  FormulaValue Run(const Code& code, EvaluationContext& context) const;
+  const Code& code() const noexcept { return *code_; }
 
  private:
   Formula(std::unique_ptr<Program> program, const Code* code);

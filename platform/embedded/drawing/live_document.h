@@ -5,6 +5,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -90,14 +91,18 @@ struct ResolvedCell {
 };
 
 /// A cell that takes part in recalculation. An edit that ten thousand cells follow waits for memory
-/// more than it computes, so what a round looks at stands first, on lines of its own.
+/// more than it computes, so what a round looks at stands together, on lines of its own, and the
+/// lists come from a pool of theirs.
 struct alignas(64) Node {
-  const Formula* body = nullptr;     ///< of a formula that can be evaluated
-  std::vector<uint32_t> dependents;  ///< in the order of joining; kNoNode where one has left
+  Node() = default;
+  explicit Node(std::pmr::memory_resource& lists)
+      : dependents(&lists), references(&lists), places(&lists) {}
+
+  const Formula* body = nullptr;  ///< of a formula that can be evaluated
+  const Formula::Code* code = nullptr;
+  std::pmr::vector<uint32_t> dependents;  ///< as they joined; kNoNode where one has left
   uint32_t pending = 0;
   uint32_t round = 0;
-  uint32_t layout = 0;
-  bool value_ready = false;
   bool formula_ready = false;
   bool expanded = false;
   bool dirty = false;  ///< something it refers to changed in this round
@@ -105,9 +110,12 @@ struct alignas(64) Node {
   bool on_pages = false;
   bool gone = false;  ///< sheet deleted
 
-  FormulaValue value;
+  alignas(64) FormulaValue value;
+  bool value_ready = false;
+  uint32_t layout = 0;
 
-  std::vector<uint32_t> references;  ///< beside Formula::references(), then hidden ones
+  alignas(
+      64) std::pmr::vector<uint32_t> references;  ///< as Formula::references(), then hidden ones
   LiveSheet* sheet = nullptr;
   CellAddress address;
   StoredCell* stored = nullptr;  ///< local cell, while the sheet's layout is still this one
@@ -115,24 +123,33 @@ struct alignas(64) Node {
 
   const CompiledFormula* formula = nullptr;
   Sheet* formula_sheet = nullptr;
-  std::vector<uint32_t> places;  ///< beside references: where it stands among their dependents
-  std::string_view typed;        ///< constant as it was set
-  uint32_t left = 0;             ///< number of dependents that have left
+  std::pmr::vector<uint32_t> places;  ///< beside references: where it stands in their dependents
+  uint32_t left = 0;                  ///< number of dependents that have left
 };
 
 /// Nodes by number; they stay where they are.
 class NodeList {
  public:
   size_t size() const noexcept { return size_; }
-  Node& operator[](size_t index) noexcept { return (*blocks_[index / kBlock])[index % kBlock]; }
+  Node& operator[](size_t index) noexcept { return blocks_[index / kBlock][index % kBlock]; }
+  /// Has the memory of a node fetched that will be looked at soon.
+  void Fetch(size_t index) const noexcept {
+    const Node& node = blocks_[index / kBlock][index % kBlock];
+    __builtin_prefetch(&node);
+    __builtin_prefetch(&node.value);
+    __builtin_prefetch(&node.references);
+  }
   Node& Add() {
-    if (size_ % kBlock == 0) blocks_.push_back(std::make_unique<std::array<Node, kBlock>>());
-    return (*this)[size_++];
+    if (size_ % kBlock == 0) blocks_.emplace_back().reserve(kBlock);
+    ++size_;
+    return blocks_.back().emplace_back(*lists_);
   }
 
  private:
   static constexpr size_t kBlock = 64;
-  std::vector<std::unique_ptr<std::array<Node, kBlock>>> blocks_;
+  std::unique_ptr<std::pmr::memory_resource> lists_ =
+      std::make_unique<std::pmr::unsynchronized_pool_resource>();
+  std::vector<std::vector<Node>> blocks_;
   size_t size_ = 0;
 };
 
@@ -293,6 +310,7 @@ class LiveDocument {
   void Expand(uint32_t index);
   Sheet* Target(LiveSheet& live, Sheet& formula_sheet, const Reference& reference);
   Sheet* Counterpart(LiveSheet& live, Sheet* target);
+  void FetchAhead(const std::vector<uint32_t>& queue, size_t next);
   void BreakCycles(const std::vector<uint32_t>& round, std::vector<uint32_t>& queue);
   bool Recompute(uint32_t index);
   void WriteConstant(LiveSheet& live, const CellAddress& address, const FormulaValue& value);
@@ -327,6 +345,7 @@ class LiveDocument {
   FormulaCodes codes_;
   std::unordered_map<std::string_view, std::unique_ptr<CompiledFormula>> formulas_;
   std::unordered_map<const Sheet*, std::vector<Sheet*>> instances_;  ///< master shape → sheets
+  std::unordered_map<uint32_t, std::string_view> typed_;             ///< constants as they were set
   std::vector<uint32_t> page_nodes_;
   std::unordered_map<std::u16string, ohmwise::Value> module_;
   bool indexed_ = false;

@@ -12,6 +12,9 @@ constexpr std::string_view kTransformCells[] = {"PinX",  "PinY",  "LocPinX", "Lo
                                                 "Angle", "FlipX", "FlipY"};
 constexpr size_t kTransformCount = std::size(kTransformCells);
 
+/// How many cells ahead of the one at work memory is fetched for.
+constexpr size_t kAhead = 8;
+
 bool ContainsNoCase(std::string_view text, std::string_view upper) {
   if (text.size() < upper.size()) return false;
   for (size_t i = 0; i + upper.size() <= text.size(); ++i) {
@@ -380,6 +383,7 @@ void LiveDocument::Prepare(uint32_t index) {
   if (!compiled.formula) return;
   node.formula = &compiled;
   node.body = compiled.evaluable() ? compiled.formula.get() : nullptr;
+  node.code = &compiled.formula->code();
   node.formula_sheet = cell.formula_sheet;
   ResolveReferences(node);
   node.places.assign(node.references.size(), kNoNode);
@@ -533,7 +537,7 @@ std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
   Node& node = nodes_[index];
   if (node.body == nullptr) return std::nullopt;
   Evaluator evaluator(*this, node);
-  FormulaValue value = node.body->Evaluate(evaluator);
+  FormulaValue value = node.body->Run(*node.code, evaluator);
   if (evaluator.unknown()) return std::nullopt;
   if (value.kind == FormulaValue::Kind::kPoint) {
     // A coordinate cell takes its part of a point.
@@ -613,6 +617,21 @@ void LiveDocument::BreakCycles(const std::vector<uint32_t>& round, std::vector<u
   }
 }
 
+void LiveDocument::FetchAhead(const std::vector<uint32_t>& queue, size_t next) {
+  if (next + 2 * kAhead < queue.size()) nodes_.Fetch(queue[next + 2 * kAhead]);
+  if (next + kAhead < queue.size()) {
+    const Node& node = nodes_[queue[next + kAhead]];
+    __builtin_prefetch(node.references.data());
+    __builtin_prefetch(node.stored);
+    __builtin_prefetch(node.dependents.data());
+  }
+  if (next + kAhead / 2 < queue.size()) {
+    for (const uint32_t reference : nodes_[queue[next + kAhead / 2]].references) {
+      if (reference != kNoNode) __builtin_prefetch(&nodes_[reference].value);
+    }
+  }
+}
+
 void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
                              const std::vector<uint32_t>& evaluate) {
   BuildIndex();
@@ -635,8 +654,15 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
   }
   const auto takes_part = [&](const Node& node) { return !node.gone && node.body != nullptr; };
   for (size_t i = 0; i < round.size(); ++i) {
+    if (i + kAhead < round.size()) nodes_.Fetch(round[i + kAhead]);
     Expand(round[i]);
-    for (const uint32_t dependent : nodes_[round[i]].dependents) {
+    const auto& dependents = nodes_[round[i]].dependents;
+    for (size_t at = 0; at < dependents.size(); ++at) {
+      const size_t ahead = at + kAhead;
+      if (ahead < dependents.size() && dependents[ahead] != kNoNode) {
+        nodes_.Fetch(dependents[ahead]);
+      }
+      const uint32_t dependent = dependents[at];
       if (dependent != kNoNode && takes_part(nodes_[dependent])) ++join(dependent).pending;
     }
   }
@@ -647,6 +673,7 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
   size_t next = 0;
   for (bool broken = false;; broken = true) {
     for (; next < queue.size(); ++next) {
+      FetchAhead(queue, next);
       Node& node = nodes_[queue[next]];
       const bool differs = node.seed || (node.dirty && Recompute(queue[next]));
       for (const uint32_t dependent : node.dependents) {
@@ -660,7 +687,7 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
         if (other.pending > 0 && --other.pending == 0) queue.push_back(dependent);
       }
     }
-    if (broken) break;
+    if (broken || queue.size() == round.size()) break;
     BreakCycles(round, queue);
   }
 }
