@@ -9,7 +9,7 @@
 namespace ohmwise::embedded {
 
 struct SpreadsheetProgram::State {
-  std::shared_ptr<Sheet> sheet;
+  std::shared_ptr<SheetModel> sheet;
 };
 
 namespace {
@@ -17,15 +17,15 @@ namespace {
 /// The sheet behind a handle; raises once the application has been ended.
 class SheetHandle {
  public:
-  explicit SheetHandle(const std::shared_ptr<Sheet>& sheet) : sheet_(sheet) {}
-  std::shared_ptr<Sheet> operator->() const {
+  explicit SheetHandle(const std::shared_ptr<SheetModel>& sheet) : sheet_(sheet) {}
+  std::shared_ptr<SheetModel> operator->() const {
     auto sheet = sheet_.lock();
     if (!sheet) Raise(Err::kHost, u"The workbook is closed.");
     return sheet;
   }
 
  private:
-  std::weak_ptr<Sheet> sheet_;
+  std::weak_ptr<SheetModel> sheet_;
 };
 
 class Font final : public Counted<SheetFont> {
@@ -102,7 +102,7 @@ using StateRef = std::shared_ptr<SpreadsheetProgram::State>;
 class Workbooks final : public Counted<SheetWorkbooks> {
  public:
   explicit Workbooks(StateRef state) : state_(std::move(state)) {}
-  void Add() override { state_->sheet = std::make_shared<Sheet>(); }
+  void Add() override { state_->sheet = std::make_shared<SheetModel>(); }
 
  private:
   StateRef state_;
@@ -139,7 +139,7 @@ SpreadsheetApplicationRef SpreadsheetProgram::CreateApplication() {
   return MakeRef<Application>(state_);
 }
 
-Sheet* SpreadsheetProgram::sheet() const { return state_->sheet.get(); }
+SheetModel* SpreadsheetProgram::sheet() const { return state_->sheet.get(); }
 
 void SpreadsheetProgram::Save(const std::string& path) const {
   if (!state_->sheet) Raise(Err::kHost, u"No workbook is open that could be saved.");

@@ -18,7 +18,7 @@ class SpreadsheetProgram final : public Spreadsheet {
 
   /// The sheet of the workbook that was added last, as long as its application has not been ended;
   /// null otherwise.
-  Sheet* sheet() const;
+  SheetModel* sheet() const;
   /// Writes that sheet as a workbook, replacing the file in one step. Raises a host error when
   /// there is none or it cannot be written; the old file stands then.
   void Save(const std::string& path) const;

@@ -58,7 +58,7 @@ CellFormat FormatSweep::Of(const std::vector<const FormatRule*>& rules, int32_t 
   return format;
 }
 
-Sheet::Content Sheet::ContentOf(const Value& value) {
+SheetModel::Content SheetModel::ContentOf(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::kEmpty:
     case Value::Kind::kNull:
@@ -85,14 +85,14 @@ Sheet::Content Sheet::ContentOf(const Value& value) {
   return known->second;
 }
 
-Sheet::Content& Sheet::Cell(int32_t row, int32_t column) {
+SheetModel::Content& SheetModel::Cell(int32_t row, int32_t column) {
   std::vector<Content>& cells = rows_[row];
   const auto index = static_cast<size_t>(column - 1);
   if (cells.size() <= index) cells.resize(index + 1);
   return cells[index];
 }
 
-void Sheet::Fill(const Area& area, const Value& value) {
+void SheetModel::Fill(const Area& area, const Value& value) {
   if (int64_t{area.RowCount()} * area.ColumnCount() > kMostCellsAtOnce) {
     Raise(Err::kHost, u"More than a million cells cannot be filled at once.");
   }
@@ -104,7 +104,7 @@ void Sheet::Fill(const Area& area, const Value& value) {
   }
 }
 
-void Sheet::WriteRow(const Area& area, std::span<const Value> values) {
+void SheetModel::WriteRow(const Area& area, std::span<const Value> values) {
   if (area.RowCount() != 1 || std::cmp_not_equal(values.size(), area.ColumnCount())) {
     Raise(Err::kHost, u"A row of values needs a range of one row and as many cells.");
   }
@@ -117,7 +117,7 @@ void Sheet::WriteRow(const Area& area, std::span<const Value> values) {
   std::copy(contents.begin(), contents.end(), cells.begin() + area.first_column - 1);
 }
 
-Value Sheet::At(int32_t row, int32_t column) const {
+Value SheetModel::At(int32_t row, int32_t column) const {
   const auto cells = rows_.find(row);
   if (cells == rows_.end() || std::cmp_less(cells->second.size(), column)) return {};
   const Content& content = cells->second[static_cast<size_t>(column - 1)];
@@ -127,7 +127,7 @@ Value Sheet::At(int32_t row, int32_t column) const {
   return {};
 }
 
-CellFormat Sheet::FormatAt(int32_t row, int32_t column) const {
+CellFormat SheetModel::FormatAt(int32_t row, int32_t column) const {
   CellFormat format;
   for (const FormatRule& rule : rules_) {
     if (rule.area.Contains(row, column)) format.Apply(rule);
@@ -135,14 +135,14 @@ CellFormat Sheet::FormatAt(int32_t row, int32_t column) const {
   return format;
 }
 
-void Sheet::SetHidden(const Area& area, bool hidden) {
+void SheetModel::SetHidden(const Area& area, bool hidden) {
   if (!area.WholeRows() && !area.WholeColumns()) {
     Raise(Err::kHost, u"Only whole rows and columns can be hidden.");
   }
   hidings_.push_back({area, hidden});
 }
 
-bool Sheet::RowHidden(int32_t row) const {
+bool SheetModel::RowHidden(int32_t row) const {
   bool hidden = false;
   for (const Hiding& hiding : hidings_) {
     if (hiding.area.WholeRows() && hiding.area.Contains(row, 1)) hidden = hiding.hidden;
@@ -150,7 +150,7 @@ bool Sheet::RowHidden(int32_t row) const {
   return hidden;
 }
 
-bool Sheet::ColumnHidden(int32_t column) const {
+bool SheetModel::ColumnHidden(int32_t column) const {
   bool hidden = false;
   for (const Hiding& hiding : hidings_) {
     if (hiding.area.WholeColumns() && hiding.area.Contains(1, column)) hidden = hiding.hidden;
@@ -158,7 +158,7 @@ bool Sheet::ColumnHidden(int32_t column) const {
   return hidden;
 }
 
-void Sheet::AutoFit(const Area& area) {
+void SheetModel::AutoFit(const Area& area) {
   FormatSweep sweep(rules_);
   std::map<int32_t, int32_t> fitted;
   for (auto row = rows_.lower_bound(area.first_row);
@@ -190,7 +190,7 @@ void Sheet::AutoFit(const Area& area) {
   for (const auto& [column, width] : fitted) widths_[column] = width;
 }
 
-int32_t Sheet::ColumnWidth(int32_t column) const {
+int32_t SheetModel::ColumnWidth(int32_t column) const {
   const auto width = widths_.find(column);
   return width == widths_.end() ? 0 : width->second;
 }

@@ -60,7 +60,7 @@ struct SheetLayout {
 };
 
 /// A worksheet in memory: values, formats, widths, what is hidden and what is selected.
-class Sheet {
+class SheetModel {
  public:
   using Content = std::variant<std::monostate, double, bool, uint32_t>;  ///< last: text number
 

@@ -71,7 +71,7 @@ std::string FileText(std::string_view utf8) {
 
 class Writer {
  public:
-  Writer(const Sheet& sheet, const std::string& path)
+  Writer(const SheetModel& sheet, const std::string& path)
       : sheet_(sheet), layout_(sheet.layout), workbook_(workbook_new(path.c_str())) {
     if (!workbook_) Raise(Err::kOutOfMemory);
     const std::string name = FileText(ToUtf8(layout_.name));
@@ -151,7 +151,7 @@ class Writer {
     }
     int32_t last = 0;
     for (const FormatRule* rule : rules) last = std::max(last, rule->area.last_column);
-    for (const Sheet::Hiding& hiding : sheet_.hidings()) {
+    for (const SheetModel::Hiding& hiding : sheet_.hidings()) {
       if (hiding.area.WholeColumns()) last = std::max(last, hiding.area.last_column);
     }
     for (const auto& [row, cells] : sheet_.rows()) {
@@ -181,7 +181,7 @@ class Writer {
     for (const FormatRule& rule : sheet_.rules()) {
       if (rule.area.last_row < kLastSheetRow) last_row = std::max(last_row, rule.area.last_row);
     }
-    for (const Sheet::Hiding& hiding : sheet_.hidings()) {
+    for (const SheetModel::Hiding& hiding : sheet_.hidings()) {
       if (!hiding.area.WholeRows()) continue;
       if (hiding.area.last_row < kLastSheetRow) {
         last_row = std::max(last_row, hiding.area.last_row);
@@ -199,7 +199,7 @@ class Writer {
       const auto& rules = sweep.RulesOfRow(row);
       const bool has_cells = cells != sheet_.rows().end() && cells->first == row;
       WriteRow(row, rules, hides_rest);
-      WriteCells(row, rules, has_cells ? cells->second : std::vector<Sheet::Content>());
+      WriteCells(row, rules, has_cells ? cells->second : std::vector<SheetModel::Content>());
       if (has_cells) ++cells;
     }
   }
@@ -217,7 +217,7 @@ class Writer {
   }
 
   void WriteCells(int32_t row, const std::vector<const FormatRule*>& rules,
-                  const std::vector<Sheet::Content>& cells) {
+                  const std::vector<SheetModel::Content>& cells) {
     const bool is_title = row <= layout_.frozen_rows && layout_.title_background >= 0;
     auto last = static_cast<int32_t>(cells.size());
     for (const FormatRule* rule : rules) {
@@ -228,7 +228,8 @@ class Writer {
     }
     for (int32_t column = 1; column <= last; ++column) {
       const auto index = static_cast<size_t>(column - 1);
-      const Sheet::Content content = index < cells.size() ? cells[index] : Sheet::Content();
+      const SheetModel::Content content =
+          index < cells.size() ? cells[index] : SheetModel::Content();
       Style style{FormatSweep::Of(rules, row, column), column, is_title, false};
       const lxw_row_t y = RowIndex(row);
       const lxw_col_t x = ColumnIndex(column);
@@ -279,7 +280,7 @@ class Writer {
     Check(worksheet_set_footer(page_, "&C&P / &N"));
   }
 
-  const Sheet& sheet_;
+  const SheetModel& sheet_;
   const SheetLayout& layout_;
   lxw_workbook* workbook_;
   lxw_worksheet* page_ = nullptr;
@@ -288,7 +289,7 @@ class Writer {
 
 }  // namespace
 
-void WriteXlsx(const Sheet& sheet, const std::string& path) {
+void WriteXlsx(const SheetModel& sheet, const std::string& path) {
   const TemporaryFile packed;
   Writer(sheet, packed.path()).Write();
   ReplaceFile(path, ReadWholeFile(packed.path(), kNoLimit));

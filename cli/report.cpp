@@ -1,0 +1,217 @@
+#include "cli/report.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <system_error>
+
+#include "cli/command.h"
+#include "cli/interrupt.h"
+#include "cli/output.h"
+#include "cli/terminal.h"
+#include "lang/clsLLang.h"
+#include "lang/clsLMssg.h"
+#include "platform/error.h"
+#include "platform/text.h"
+
+namespace ohmwise::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int32_t kBusyText = 20;
+
+struct ReportOptions {
+  std::string kind;
+  std::vector<std::string> drawings;
+  std::string output;
+  std::string catalogue;
+  bool json = false;
+  bool save = false;
+};
+
+/// Where the report goes.
+struct Target {
+  ReportFormat format = ReportFormat::kXlsx;
+  std::string path;
+};
+
+bool SameFile(const std::string& a, const std::string& b) {
+  std::error_code none;
+  return fs::equivalent(a, b, none);
+}
+
+Target TargetOf(const ReportOptions& options) {
+  if (options.json && options.output.empty()) return {ReportFormat::kJson, "-"};
+  if (options.output == "-") {
+    if (options.json) return {ReportFormat::kJson, "-"};
+    return {OutputIsTerminal() ? ReportFormat::kTable : ReportFormat::kCsv, "-"};
+  }
+  if (options.output.empty()) {
+    const std::string stem = options.drawings.size() == 1
+                                 ? fs::path(options.drawings.front()).stem().string()
+                                 : std::string("drawings");
+    Target target{ReportFormat::kXlsx, stem + "-" + options.kind + ".xlsx"};
+    std::error_code none;
+    if (fs::exists(target.path, none)) {
+      Raise(Err::kHost, FromUtf8("\"" + target.path +
+                                 "\" is there already; --output FILE says what to replace."));
+    }
+    return target;
+  }
+  const std::u16string name = FoldCase(FromUtf8(options.output));
+  if (name.ends_with(FoldCase(u".csv"))) return {ReportFormat::kCsv, options.output};
+  if (name.ends_with(FoldCase(u".json"))) return {ReportFormat::kJson, options.output};
+  return {ReportFormat::kXlsx, options.output};
+}
+
+std::string CheckOutput(const std::string& path) {
+  const std::u16string name = FoldCase(FromUtf8(path));
+  for (const char16_t* ending : {u".xlsx", u".csv", u".json"}) {
+    if (name.ends_with(FoldCase(ending))) return "";
+  }
+  return path == "-" ? "" : "\"" + path + "\" ends neither in .xlsx, .csv nor .json";
+}
+
+/// The status text while a drawing is worked on; gone at the end.
+class Progress {
+ public:
+  ~Progress() {
+    try {
+      window_.HideMessage();
+    } catch (...) {  // nobody is left to tell
+    }
+  }
+  void Tell(std::u16string_view what) {
+    const std::u16string text = SharedLang().GetStr(kBusyText) + u" ..... " + std::u16string(what);
+    if (is_shown_) {
+      window_.SetMessage(text);
+    } else {
+      window_.ShowMessage(text);
+    }
+    is_shown_ = true;
+  }
+
+ private:
+  clsLMssg window_;
+  bool is_shown_ = false;
+};
+
+/// Sentences for a person, on standard error: standard output may be the report.
+void Tell(const std::string& sentence) { std::cerr << sentence << '\n'; }
+
+void TellChanges(const std::string& drawing, size_t count, bool saved) {
+  if (count == 0) return;
+  const std::string cells = Counted(count, "cell");
+  Tell(Shown(FromUtf8(drawing)) + ": " +
+       (saved ? cells + " brought into step and saved."
+              : cells + " would be brought into step; --save writes " +
+                    (count == 1 ? "it" : "them") + " into the drawing."));
+}
+
+void Collect(const ReportOptions& options, Report& report, Progress& progress) {
+  const bool several = options.drawings.size() > 1;
+  for (size_t i = 0; i < options.drawings.size(); ++i) {
+    Interrupt::Check();
+    const std::string& path = options.drawings[i];
+    const std::u16string name = FromUtf8(fs::path(path).filename().string());
+    progress.Tell(several ? FromUtf8(std::to_string(i + 1) + "/" +
+                                     std::to_string(options.drawings.size()) + " ") +
+                                name
+                          : name);
+    AddIn add_in(path, AddIn::Boxes::kCollect);
+    add_in.ScanDocument();
+    Interrupt::Check();
+    std::vector<std::u16string> lead;
+    if (several) lead.push_back(name);
+    report.Add(add_in, lead);
+    Interrupt::Check();
+    const size_t changes = add_in.ChangedFormulas().size();
+    if (options.save && changes > 0) add_in.Save(path);
+    TellChanges(path, changes, options.save);
+    if (!add_in.messages().empty()) {
+      Tell(Shown(FromUtf8(path)) + ": shapes without a text; ohmwise index lists them.");
+    }
+  }
+}
+
+void Run(const ReportOptions& options) {
+  const Target target = TargetOf(options);
+  for (const std::string& drawing : options.drawings) {
+    if (target.path != "-" && SameFile(target.path, drawing)) {
+      Raise(Err::kHost, u"The report would replace the drawing.");
+    }
+  }
+  const Interrupt interrupt;
+  try {
+    ReportTable table;
+    {
+      embedded::EmbeddedHost host({});
+      const HostScope scope(host);
+      Catalogue catalogue;
+      if (!options.catalogue.empty()) catalogue = ReadCatalogue(options.catalogue);
+      const bool several = options.drawings.size() > 1;
+      const std::unique_ptr<Report> report =
+          options.kind == "bom" ? MakeBillOfMaterials(several, std::move(catalogue))
+                                : MakeListReport(options.kind, several);
+      Progress progress;
+      Collect(options, *report, progress);
+      table = report->Take();
+    }
+    std::vector<std::u16string> names;
+    for (const std::string& drawing : options.drawings) {
+      names.push_back(FromUtf8(fs::path(drawing).filename().string()));
+    }
+    WriteReport(table, names, target.format, target.path);
+    for (const std::u16string& remark : table.remarks) Tell(Shown(remark));
+    if (target.path == "-") return;
+    const Printer printer;
+    printer.Line(Shown(table.title) + ": " + Counted(table.rows.size(), "row") + " in " +
+                 Shown(FromUtf8(target.path)));
+  } catch (const Interrupted&) {
+    Tell("ohmwise: interrupted; no report was written.");
+    Interrupt::Die();
+  }
+}
+
+}  // namespace
+
+void AddReportCommand(CLI::App& app, Action& action) {
+  const auto options = std::make_shared<ReportOptions>();
+  CLI::App* const command =
+      app.add_subcommand("report", "Write a report about drawings as a spreadsheet");
+  command->add_option("KIND", options->kind, "bom, references, wires, terminals, cables or pages")
+      ->required()
+      ->type_name("")
+      ->check(CLI::Validator(
+          [](const std::string& kind) {
+            for (const char* known :
+                 {"bom", "references", "wires", "terminals", "cables", "pages"}) {
+              if (kind == known) return std::string();
+            }
+            return "\"" + kind + "\" is no kind of report";
+          },
+          ""));
+  command->add_option("DRAWING", options->drawings, "The drawings; several give one report")
+      ->required()
+      ->type_name("");
+  command
+      ->add_option("-o,--output", options->output,
+                   "FILE.xlsx, FILE.csv, FILE.json or - for standard output; without it\n"
+                   "DRAWING-KIND.xlsx in this folder, unless that is there already")
+      ->type_name("FILE")
+      ->check(CLI::Validator(CheckOutput, ""));
+  command->add_flag("--json", options->json, "Print one JSON object instead");
+  command
+      ->add_option("--catalogue", options->catalogue,
+                   "Catalogue that knows the parts by number (bom)")
+      ->type_name("FILE");
+  command->add_flag("--save", options->save,
+                    "Also write into the drawings what the report brings into step: groups\n"
+                    "numbered without gaps, texts and references in agreement");
+  command->footer("Example:\n  ohmwise report bom motor-starter.vsdx --output parts.xlsx\n");
+  command->callback([options, &action] { action = [options] { Run(*options); }; });
+}
+
+}  // namespace ohmwise::cli

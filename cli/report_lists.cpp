@@ -1,0 +1,417 @@
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <utility>
+
+#include "cli/report.h"
+#include "crossref/clsTBlockObj.h"
+#include "platform/conversion.h"
+#include "platform/error.h"
+#include "platform/text.h"
+#include "settings/clsLSettings.h"
+#include "shapeutil/cable_cores.h"
+#include "shapeutil/clsLMisc.h"
+#include "sort/clsLSort.h"
+#include "sort/clsLSortShapeText.h"
+
+namespace ohmwise::cli {
+
+std::u16string CellOrEmpty(const ShapeRef& shape, std::u16string_view cell) {
+  return shape->CellExists(cell, false) ? shape->Cells(cell)->ResultText() : std::u16string();
+}
+
+std::u16string Joined(const std::vector<std::u16string>& texts, std::u16string_view separator) {
+  std::u16string result;
+  for (const std::u16string& text : texts) {
+    if (!result.empty()) result += separator;
+    result += text;
+  }
+  return result;
+}
+
+std::vector<std::u16string> InReferenceOrder(const std::vector<std::u16string>& texts) {
+  const CollectionRef sorted = MakeCollection();
+  clsLSort sorter;
+  sorter.SetDataSet(sorted);
+  sorter.SetAllowDuplicates(true);
+  sorter.SetDescending(false);
+  std::vector<std::u16string> result, unsorted;
+  for (const std::u16string& text : texts) {
+    const int32_t before = sorted->Count();
+    sorter.Add(text);
+    // A number in it that no comparison can hold, or too many of them.
+    if (sorted->Count() == before) unsorted.push_back(text);
+  }
+  for (int32_t position = 1; position <= sorted->Count(); ++position) {
+    result.push_back(sorted->Item(position).ToText());
+  }
+  result.insert(result.end(), unsorted.begin(), unsorted.end());
+  return result;
+}
+
+std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> columns) {
+  if (with_drawing) {
+    columns.insert(columns.begin(), {u"drawing", u"Drawing", ReportColumn::Kind::kText});
+  }
+  return columns;
+}
+
+namespace {
+
+constexpr int32_t kNetType = 106;
+constexpr int32_t kJunctionType = 107;
+constexpr int32_t kTerminalType = 113;
+constexpr int32_t kOtherTerminalType = 114;
+constexpr int16_t kPinListColumn = 5;
+
+using Kind = ReportColumn::Kind;
+using Row = std::vector<std::u16string>;
+using Emit = std::function<void(Row)>;
+
+std::vector<ShapeRef> ShapesOf(const CollectionRef& entry) {
+  std::vector<ShapeRef> shapes;
+  const int32_t count = entry ? entry->Count() : 0;
+  for (int32_t position = 1; position <= count; ++position) {
+    shapes.push_back(ToShape(entry->Item(position)));
+  }
+  return shapes;
+}
+
+/// Shapes in the order of their texts.
+std::vector<ShapeRef> InTextOrder(const std::vector<ShapeRef>& shapes) {
+  const CollectionRef sorted = MakeCollection();
+  clsLSortShapeText sorter;
+  sorter.SetDataSet(sorted);
+  sorter.SetAllowDuplicates(true);
+  sorter.SetDescending(false);
+  std::vector<ShapeRef> unsorted;
+  for (const ShapeRef& shape : shapes) {
+    const int32_t before = sorted->Count();
+    sorter.Add(shape);
+    if (sorted->Count() == before) unsorted.push_back(shape);
+  }
+  std::vector<ShapeRef> result = ShapesOf(sorted);
+  result.insert(result.end(), unsorted.begin(), unsorted.end());
+  return result;
+}
+
+std::u16string PageNumber(const PageRef& page) {
+  const ShapeRef sheet = page->PageSheet();
+  if (!sheet->CellExists(u"User.PageNumber", false)) return DecimalText(page->Index());
+  return DecimalText(ToInt32(sheet->Cells(u"User.PageNumber")->ResultNumber()));
+}
+
+std::u16string Location(const ShapeRef& shape) {
+  try {
+    return clsLSettings().GetLocation(shape);
+  } catch (const AutomationError&) {
+    return {};  // a shape off the grid
+  }
+}
+
+template <class Call>
+void ForEachConnect(const CollectionRef& connects, const Call& call) {
+  const int32_t count = connects ? connects->Count() : 0;
+  for (int32_t position = 1; position <= count; ++position) {
+    if (auto* const connect = dynamic_cast<Connect*>(connects->Item(position).AsObject().get())) {
+      call(*connect);
+    }
+  }
+}
+
+/// Name of the pin at a connection point ("Connections.X2"); "" without one.
+std::u16string PinName(const ShapeRef& shape, std::u16string_view cell) {
+  constexpr std::u16string_view kPrefix = u"Connections.X";
+  if (!EqualNoCase(cell.substr(0, kPrefix.size()), kPrefix)) return {};
+  try {
+    const auto row = static_cast<int16_t>(TextToInt16(cell.substr(kPrefix.size())) - 1);
+    if (!shape->CellsSRCExists(section::kConnectionPoints, row, kPinListColumn, false)) return {};
+    std::u16string pins =
+        shape->CellsSRC(section::kConnectionPoints, row, kPinListColumn)->ResultText();
+    const std::u16string pin = SharedMisc().GetPin(pins, SharedMisc().PinSet(shape));
+    return pin == u"?" ? std::u16string() : pin;
+  } catch (const AutomationError&) {
+    return {};
+  }
+}
+
+/// What a wire's end is glued to, as people say it: "K1:A1", the text of a terminal.
+std::u16string EndName(Connect& connect) {
+  const ShapeRef glued = connect.ToSheet();
+  if (!glued) return {};
+  for (ShapeRef owner = glued; owner; owner = owner->ParentShape()) {
+    const int32_t type = SharedMisc().TypeNo(owner);
+    if (type == kTerminalType || type == kOtherTerminalType) return owner->Text();
+    if (type == kJunctionType || type == kNetType) return u"(junction)";
+    const std::u16string reference = CellOrEmpty(owner, u"User.Ref");
+    if (reference.empty()) continue;
+    const std::u16string pin = PinName(glued, connect.ToCell());
+    return pin.empty() ? reference : reference + u":" + pin;
+  }
+  return glued->Name();
+}
+
+/// Both ends of a wire: what the drawing keeps about them, else what they are glued to.
+std::pair<std::u16string, std::u16string> Ends(const ShapeRef& wire) {
+  std::pair<std::u16string, std::u16string> ends(CellOrEmpty(wire, u"User.Begin"),
+                                                 CellOrEmpty(wire, u"User.End"));
+  ForEachConnect(wire->Connects(), [&](Connect& connect) {
+    const std::u16string from = connect.FromCell();
+    if (from.starts_with(u"Begin") && ends.first.empty()) ends.first = EndName(connect);
+    if (from.starts_with(u"End") && ends.second.empty()) ends.second = EndName(connect);
+  });
+  return ends;
+}
+
+// One function for each kind: the rows of one drawing
+// ----------------------------------------------
+
+void ListReferences(AddIn& add_in, const Emit& emit) {
+  const CollectionRef references = add_in.Member(u"colRefShape");
+  std::map<std::u16string, CollectionRef> entries;
+  std::vector<std::u16string> names;
+  for (int32_t position = 1; position <= references->Count(); ++position) {
+    const CollectionRef entry = ToCollection(references->Item(position));
+    if (entry->Count() == 0) continue;
+    const std::u16string name = CellOrEmpty(ToShape(entry->Item(1)), u"User.Ref");
+    names.push_back(name);
+    entries[name] = entry;
+  }
+  for (const std::u16string& name : InReferenceOrder(names)) {
+    for (const ShapeRef& shape : ShapesOf(entries[name])) {
+      const PageRef page = shape->ContainingPage();
+      std::u16string link;
+      if (const ShapeRef linked = SharedMisc().GetLinkedShape(shape)) {
+        link = linked->Name();
+        if (const PageRef there = linked->ContainingPage()) link += u" (" + there->Name() + u")";
+      }
+      emit({name, SharedMisc().GetNameU(shape->NameU()), CellOrEmpty(shape, u"User.Group"),
+            PageNumber(page), page->Name(), Location(shape), shape->Name(), link});
+    }
+  }
+}
+
+void ListWires(AddIn& add_in, const Emit& emit) {
+  for (const PageRef& page : add_in.ForegroundPages()) {
+    const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
+    for (const ShapeRef& wire : InTextOrder(ShapesOf(nets))) {
+      const auto [begin, end] = Ends(wire);
+      emit({CellOrEmpty(wire, u"Scratch.B1"), begin, end, PageNumber(page), page->Name(),
+            Location(wire), wire->Name()});
+    }
+  }
+}
+
+void ListTerminals(AddIn& add_in, const Emit& emit) {
+  std::vector<ShapeRef> terminals;
+  for (const PageRef& page : add_in.ForegroundPages()) {
+    const auto here = add_in.index().GetPageTerms(add_in.Member(u"colPageTerm"), page->ID());
+    for (const ShapeRef& terminal : ShapesOf(here)) terminals.push_back(terminal);
+  }
+  for (const ShapeRef& terminal : InTextOrder(terminals)) {
+    const std::u16string text = terminal->Text();
+    const size_t colon = text.rfind(u':');
+    std::vector<std::u16string> wires;
+    ForEachConnect(terminal->FromConnects(), [&](Connect& connect) {
+      const ShapeRef wire = connect.FromSheet();
+      if (!wire || SharedMisc().TypeNo(wire) != kNetType) return;
+      std::u16string name = CellOrEmpty(wire, u"Scratch.B1");
+      if (std::find(wires.begin(), wires.end(), name) == wires.end()) {
+        wires.push_back(std::move(name));
+      }
+    });
+    const PageRef page = terminal->ContainingPage();
+    emit({colon == text.npos ? std::u16string() : text.substr(0, colon),
+          colon == text.npos ? text : text.substr(colon + 1),
+          Joined(InReferenceOrder(wires), u", "), SharedMisc().GetNameU(terminal->NameU()),
+          PageNumber(page), page->Name(), Location(terminal), terminal->Name()});
+  }
+}
+
+void ListCables(AddIn& add_in, const Emit& emit) {
+  const ShapeRef cables = shapeutil::CableSheet(add_in.document());
+  if (!cables) return;
+  std::map<std::u16string, ShapeRef> wires;
+  for (const PageRef& page : add_in.ForegroundPages()) {
+    const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
+    for (const ShapeRef& wire : ShapesOf(nets)) {
+      wires.try_emplace(FoldCase(wire->UniqueID()), wire);
+      wires.try_emplace(FoldCase(CellOrEmpty(wire, u"Scratch.B1")), wire);
+    }
+  }
+  clsLMisc& misc = SharedMisc();
+  std::vector<std::u16string> names;
+  for (int16_t row = 0; row < cables->RowCount(section::kUser); ++row) {
+    names.push_back(cables->RowName(section::kUser, row));
+  }
+  for (const std::u16string& name : InReferenceOrder(names)) {
+    const std::u16string cable = CellOrEmpty(cables, u"User." + name);
+    const std::u16string arrange = CellOrEmpty(cables, u"User." + name + u".Prompt");
+    std::u16string core_names;
+    if (std::count(cable.begin(), cable.end(), u'|') >= 4) core_names = misc.GetCoreNames(cable);
+    int32_t cores = misc.GetCoreCount(arrange);
+    if (!core_names.empty()) {
+      cores = std::max(
+          cores, static_cast<int32_t>(std::count(core_names.begin(), core_names.end(), u',') + 1));
+    }
+    const std::u16string type = cable.substr(0, cable.find(u'|'));
+    if (cores == 0) emit({name, type, u"", u"", u"", u"", u"", u""});
+    for (int32_t core = 0; core < cores; ++core) {
+      const std::u16string key(TrimSpaces(misc.GetCoreKey(arrange, core)));
+      std::u16string wire_name = key.starts_with(u'{') ? std::u16string() : key;
+      std::pair<std::u16string, std::u16string> ends;
+      const auto wire = key.empty() ? wires.end() : wires.find(FoldCase(key));
+      if (wire != wires.end()) {
+        wire_name = CellOrEmpty(wire->second, u"Scratch.B1");
+        ends = Ends(wire->second);
+      }
+      emit({name, type, DecimalText(core + 1),
+            core <= INT16_MAX ? misc.GetCoreName(core_names, static_cast<int16_t>(core))
+                              : std::u16string(),
+            wire_name, ends.first, ends.second, key});
+    }
+  }
+}
+
+void ListPages(AddIn& add_in, const Emit& emit) {
+  struct Block {
+    std::u16string key;
+    ShapeRef shape;
+  };
+  std::multimap<int32_t, Block> blocks;
+  const CollectionRef all = add_in.index().GetTBlock(add_in.document());
+  for (const ShapeRef& shape : ShapesOf(all)) {
+    clsTBlockObj record;
+    record.SetData(shape);
+    blocks.insert({shape->ContainingPageID(), {record.GetKey(), shape}});
+  }
+  std::map<int32_t, int32_t> references;
+  const CollectionRef by_reference = add_in.Member(u"colRefShape");
+  for (int32_t position = 1; position <= by_reference->Count(); ++position) {
+    std::map<int32_t, bool> pages;
+    for (const ShapeRef& shape : ShapesOf(ToCollection(by_reference->Item(position)))) {
+      pages[shape->ContainingPageID()] = true;
+    }
+    for (const auto& [page, here] : pages) ++references[page];
+  }
+  for (const PageRef& page : add_in.ForegroundPages()) {
+    const int32_t id = page->ID();
+    const auto count = [](const CollectionRef& entry) {
+      return DecimalText(entry ? entry->Count() : 0);
+    };
+    const auto add = [&](const Block& block) {
+      emit({PageNumber(page), page->Name(), block.shape ? block.shape->Text() : u"", block.key,
+            block.shape ? CellOrEmpty(block.shape, u"User.Group") : u"",
+            DecimalText(references[id]),
+            count(add_in.index().GetPageNets(add_in.Member(u"colPageNet"), id)),
+            count(add_in.index().GetPageTerms(add_in.Member(u"colPageTerm"), id))});
+    };
+    const auto [begin, end] = blocks.equal_range(id);
+    if (begin == end) add({});
+    for (auto block = begin; block != end; ++block) add(block->second);
+  }
+}
+
+struct ListKind {
+  std::string_view name;
+  std::u16string_view title;
+  std::vector<ReportColumn> columns;
+  void (*list)(AddIn& add_in, const Emit& emit);
+};
+
+const std::vector<ListKind>& ListKinds() {
+  static const ReportColumn number{u"pageNumber", u"Page", Kind::kNumber};
+  static const ReportColumn page{u"page", u"Page name", Kind::kText};
+  static const ReportColumn location{u"location", u"Location", Kind::kText};
+  static const ReportColumn shape{u"shape", u"Shape", Kind::kText};
+  static const std::vector<ListKind> kinds = {
+      {"references",
+       u"References",
+       {{u"reference", u"Reference", Kind::kText},
+        {u"kind", u"Kind", Kind::kText},
+        {u"group", u"Group", Kind::kNumber},
+        number,
+        page,
+        location,
+        shape,
+        {u"link", u"Link", Kind::kText}},
+       ListReferences},
+      {"wires",
+       u"Wires",
+       {{u"wire", u"Wire", Kind::kText},
+        {u"from", u"From", Kind::kText},
+        {u"to", u"To", Kind::kText},
+        number,
+        page,
+        location,
+        shape},
+       ListWires},
+      {"terminals",
+       u"Terminals",
+       {{u"strip", u"Strip", Kind::kText},
+        {u"terminal", u"Terminal", Kind::kText},
+        {u"wires", u"Wires", Kind::kText},
+        {u"kind", u"Kind", Kind::kText},
+        number,
+        page,
+        location,
+        shape},
+       ListTerminals},
+      {"cables",
+       u"Cables",
+       {{u"cable", u"Cable", Kind::kText},
+        {u"type", u"Type", Kind::kText},
+        {u"core", u"Core", Kind::kNumber},
+        {u"coreName", u"Core name", Kind::kText},
+        {u"wire", u"Wire", Kind::kText},
+        {u"from", u"From", Kind::kText},
+        {u"to", u"To", Kind::kText},
+        {u"key", u"Wire key", Kind::kText}},
+       ListCables},
+      {"pages",
+       u"Pages",
+       {number,
+        page,
+        {u"title", u"Title", Kind::kText},
+        {u"key", u"Title block", Kind::kText},
+        {u"group", u"Group", Kind::kNumber},
+        {u"references", u"References", Kind::kNumber},
+        {u"wires", u"Wires", Kind::kNumber},
+        {u"terminals", u"Terminals", Kind::kNumber}},
+       ListPages},
+  };
+  return kinds;
+}
+
+class ListReport final : public Report {
+ public:
+  ListReport(const ListKind& kind, bool with_drawing) : list_(kind.list) {
+    table_.name = FromUtf8(kind.name);
+    table_.title = kind.title;
+    table_.columns = Columns(with_drawing, kind.columns);
+  }
+  void Add(AddIn& add_in, const std::vector<std::u16string>& lead) override {
+    list_(add_in, [&](Row fields) {
+      Row row = lead;
+      row.insert(row.end(), std::make_move_iterator(fields.begin()),
+                 std::make_move_iterator(fields.end()));
+      table_.rows.push_back(std::move(row));
+    });
+  }
+  ReportTable Take() override { return std::move(table_); }
+
+ private:
+  ReportTable table_;
+  void (*list_)(AddIn& add_in, const Emit& emit);
+};
+
+}  // namespace
+
+std::unique_ptr<Report> MakeListReport(std::string_view kind, bool with_drawing) {
+  for (const ListKind& known : ListKinds()) {
+    if (known.name == kind) return std::make_unique<ListReport>(known, with_drawing);
+  }
+  Raise(Err::kInvalidCall);
+}
+
+}  // namespace ohmwise::cli
