@@ -5,6 +5,7 @@
 
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
+#include "lang/clsLLang.h"
 #include "crossref/progress.h"
 #include "platform/conversion.h"
 #include "platform/host.h"
@@ -90,7 +91,7 @@ void clsLCrossRef::GetRefComp(const CollectionRef& tcolRefShape, const Collectio
   Trapped([&] {
     crossref::ProgressLine progress(kBusyText);
     if (ShowMssg) progress.Show();
-    const std::u16string group_text = crossref::UserText(kGroupText);
+    const std::u16string group_text = UserText(kGroupText);
     crossref::Need(colRefComp);
     for (const CollectionRef& entry : crossref::EntriesOf(crossref::Need(tcolRefShape))) {
       const std::vector<ShapeRef> shapes = crossref::ShapesOf(entry);

@@ -1,6 +1,5 @@
 #include "crossref/index_access.h"
 
-#include "lang/clsLLang.h"
 #include "platform/host.h"
 #include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
@@ -122,13 +121,6 @@ std::u16string NetNameOf(const ShapeRef& shape) {
 
 std::u16string TextOf(const ShapeRef& shape) { return Need(shape)->Text(); }
 
-void EnsurePageNumber(const PageRef& page) {
-  const ShapeRef sheet = Need(page)->PageSheet();
-  if (sheet->CellExists(u"User.PageNumber", true)) return;
-  sheet->AddNamedRow(section::kUser, u"PageNumber", row_tag::kDefault);
-  sheet->Cells(u"User.PageNumber")->SetFormula(u"PageNumber()");
-}
-
 std::u16string PageKey(int32_t page_id) { return DecimalText(page_id); }
 
 int32_t PageOf(const ShapeRef& shape) { return Need(shape)->ContainingPageID(); }
@@ -139,12 +131,6 @@ std::u16string QuotedText(std::u16string_view text) {
 
 double NumberOrZero(const ShapeRef& shape, std::u16string_view cell) {
   return shape->CellExists(cell, false) ? shape->Cells(cell)->ResultNumber() : 0.0;
-}
-
-std::u16string UserText(int32_t number) {
-  std::u16string text = u"Error: Unable to get language strings from LangDB.mdb";
-  Trapped([&] { text = SharedLang().GetStr(number); });
-  return text;
 }
 
 }  // namespace ohmwise::crossref

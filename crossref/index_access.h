@@ -79,8 +79,6 @@ std::u16string ReferenceOf(const ShapeRef& shape);  ///< result of "User.Ref"
 std::u16string NetNameOf(const ShapeRef& shape);    ///< result of "Scratch.B1"
 std::u16string TextOf(const ShapeRef& shape);       ///< the visible text
 
-/// Gives the page its row "User.PageNumber" unless it has one of its own.
-void EnsurePageNumber(const PageRef& page);
 /// Key of a page: its ID in decimal.
 std::u16string PageKey(int32_t page_id);
 /// ID of the page that holds the shape; raises 91 for an empty handle.
@@ -90,9 +88,5 @@ int32_t PageOf(const ShapeRef& shape);
 std::u16string QuotedText(std::u16string_view text);
 /// Number of a cell, 0 when the shape lacks it.
 double NumberOrZero(const ShapeRef& shape, std::u16string_view cell);
-
-/// A text by number. Without a language database the fixed error sentence stands in, so that what
-/// has to be shown can be shown.
-std::u16string UserText(int32_t number);
 
 }  // namespace ohmwise::crossref

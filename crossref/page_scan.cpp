@@ -2,9 +2,11 @@
 
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
+#include "lang/clsLLang.h"
 #include "platform/host.h"
 #include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/location_formulas.h"
 
 namespace ohmwise {
 
@@ -26,16 +28,16 @@ constexpr int32_t kEmptyTextWarning = 275;  // speaks of a net
 /// Warns of a shape without text and gives it a placeholder.
 void EnsureText(const ShapeRef& shape, const RoleTexts& texts) {
   if (!TrimSpaces(shape->Text()).empty()) return;
-  const std::u16string role = crossref::UserText(texts.role);
-  const std::u16string title = crossref::UserText(kNoText);
-  std::u16string message = crossref::UserText(kEmptyTextWarning);
+  const std::u16string role = UserText(texts.role);
+  const std::u16string title = UserText(kNoText);
+  std::u16string message = UserText(kEmptyTextWarning);
   if (texts.role != kNetTexts.role) {
-    message = ReplaceAll(message, crossref::UserText(kNetTexts.role), role);
+    message = ReplaceAll(message, UserText(kNetTexts.role), role);
   }
   const PageRef page = crossref::Need(shape->ContainingPage());
-  message += u"\r\n" + crossref::UserText(kPageText) + u": " + page->Name();
+  message += u"\r\n" + UserText(kPageText) + u": " + page->Name();
   message += u"\r\n" + role + u": " + shape->Name();
-  message += u"\r\n" + crossref::UserText(texts.shape_text) + u": " + shape->Text();
+  message += u"\r\n" + UserText(texts.shape_text) + u": " + shape->Text();
   CurrentHost().ShowMessageBox(message, title, MessageIcon::kExclamation);
   shape->SetText(role + u" " + title);
 }
@@ -55,7 +57,7 @@ void CopyTextInto(const ShapeRef& shape, std::u16string_view cell, AddRow add_ro
 }  // namespace
 
 void clsLCrossRef::ScanPage(const PageRef& tPage, std::u16string_view SkipShape) {
-  crossref::EnsurePageNumber(tPage);
+  shapeutil::EnsurePageNumber(tPage);
   ScanShapes(tPage->Shapes(), SkipShape);
 }
 

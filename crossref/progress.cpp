@@ -1,6 +1,7 @@
 #include "crossref/progress.h"
 
 #include "crossref/index_access.h"
+#include "lang/clsLLang.h"
 
 namespace ohmwise::crossref {
 

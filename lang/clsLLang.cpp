@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/conversion.h"
+#include "platform/error.h"
 #include "platform/host.h"
 #include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
@@ -112,6 +113,14 @@ clsLLang& SharedLang() {
     AtHostEnd([] { SharedSlot().reset(); });
   }
   return *instance;
+}
+
+std::u16string UserText(int32_t number) {
+  try {
+    return SharedLang().GetStr(number);
+  } catch (const AutomationError&) {
+    return std::u16string(kMissingText);
+  }
 }
 
 }  // namespace ohmwise

@@ -43,4 +43,8 @@ class clsLLang {
 /// The thread's shared instance, made on first use; it ends with the thread's host.
 clsLLang& SharedLang();
 
+/// A text by number from the shared instance. Without a language database the fixed error sentence
+/// stands in, so that what has to be shown can be shown.
+std::u16string UserText(int32_t number);
+
 }  // namespace ohmwise

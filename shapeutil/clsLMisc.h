@@ -83,7 +83,12 @@ class clsLMisc {
   /// in "Scratch.B1" and "Scratch.C1", at least 1. 1 on a failure.
   int16_t GetMaxRows(const ShapeRef& shpActive);
 
-  // Locations and presence tests (locations.cpp) ----------------------------------------------
+  // Locations and presence tests (locations.cpp, set_location.cpp) ------------------------------
+  /// Makes a label show where the target is: formulas in its scratch rows, in its text field when
+  /// it has one, in "User.Link" and in its hyperlink "Go1"; `NewRef` goes to "User.Reference". They
+  /// follow the target by themselves. False on a failure, which leaves the label as far as it had
+  /// come. Stands in the library `ohmwise_locations`, as it needs the texts and the options.
+  bool SetLocation(const ShapeRef& LocShape, const ShapeRef& tarShape, std::u16string_view NewRef);
   /// Adds the page's "User.PageName" with PAGENAME() when it is missing.
   void CheckPageName(const PageRef& pagActive);
   /// True when the collection has an item under the key; it is left as it was, order included.
@@ -109,7 +114,7 @@ class clsLMisc {
   ShapeRef GetLinkedShape(const ShapeRef& shpActive);
   bool GotLinkedShape(const ShapeRef& shpActive);
   /// The shape that "User.Link" names as "page/shape" (blanks and slashes of the page's name as
-  /// "%20" and "%2f"), or as "shape" on the same page.
+  /// "%20" and "%2f", or as they are), or as "shape" on the same page.
   ShapeRef GetUserLinkShape(const ShapeRef& shpActive);
   /// Height on the page of the control handle "Row_" `Row` of a ladder zone. The zone's first
   /// connection point marks its pin in its own coordinates. 0 on a failure.

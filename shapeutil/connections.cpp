@@ -97,15 +97,41 @@ void CollectWires(clsLMisc& misc, Shape& shape, const CollectionRef& wires) {
   }
 }
 
-/// The shape behind "page/shape", the page's blanks as "%20" and its slashes as "%2f"; without a
-/// slash a shape of the same page.
+std::u16string PageInLink(std::u16string_view name) {
+  return ReplaceAll(ReplaceAll(name, u" ", u"%20"), u"/", u"%2f");
+}
+
+/// The page that a link names: with blanks and slashes escaped, or as it is called. Nothing when
+/// there is none.
+PageRef PageAtLink(const PagesRef& pages, std::u16string_view link) {
+  std::u16string name = ReplaceAll(link, u"%20", u" ");
+  name = ReplaceAll(ReplaceAll(name, u"%2f", u"/"), u"%2F", u"/");
+  if (PageRef page = ValueOr(PageRef(), [&] { return pages->Item(name); })) return page;
+  // A name that holds such a sign itself reads as another one.
+  const int32_t count = pages->Count();
+  for (int32_t position = 1; position <= count; ++position) {
+    PageRef page = pages->Item(position);
+    const std::u16string own = page->Name();
+    if (EqualNoCase(own, link) || EqualNoCase(PageInLink(own), link)) return page;
+  }
+  return nullptr;
+}
+
+/// The shape behind "page/shape"; without a slash a shape of the same page. Where the page's own
+/// slashes stand as they are, each of them may be the one between the two names.
 ShapeRef ShapeAtLink(Shape& from, std::u16string_view link) {
-  const size_t slash = link.find(u'/');
+  size_t slash = link.find(u'/');
   if (slash == link.npos) return Required(from.ContainingPage()).Shapes()->Item(link);
-  std::u16string page = ReplaceAll(link.substr(0, slash), u"%20", u" ");
-  page = ReplaceAll(ReplaceAll(page, u"%2f", u"/"), u"%2F", u"/");
   const PagesRef pages = Required(from.Document()).Pages();
-  return pages->Item(page)->Shapes()->Item(link.substr(slash + 1));
+  for (; slash != link.npos; slash = link.find(u'/', slash + 1)) {
+    const PageRef page = PageAtLink(pages, link.substr(0, slash));
+    if (!page) continue;
+    const std::u16string_view name = link.substr(slash + 1);
+    if (ShapeRef shape = ValueOr(ShapeRef(), [&] { return page->Shapes()->Item(name); })) {
+      return shape;
+    }
+  }
+  return nullptr;
 }
 
 ShapeRef ShapeAtLinkCell(Shape& from, std::u16string_view cell) {

@@ -123,7 +123,9 @@ TEST(MiscOnDrawingTest, PagesAndShapesAreFoundByEveryName) {
 }
 
 TEST(MiscOnDrawingTest, LinksLeadToPagesWithBlanksAndSlashes) {
-  TestDrawing drawing({{u"A 1/2", {Plain(u"K1"), Plain(u"K2")}}, {u"P2", {Plain(u"L1")}}});
+  TestDrawing drawing({{u"A 1/2", {Plain(u"K1"), Plain(u"K2")}},
+                       {u"P2", {Plain(u"L1")}},
+                       {u"%25%20 ", {Plain(u"M1")}}});
   clsLMisc misc;
   const ShapeRef label = drawing.Shape(u"L1");
   EXPECT_FALSE(misc.GotLinkedShape(label));
@@ -131,7 +133,8 @@ TEST(MiscOnDrawingTest, LinksLeadToPagesWithBlanksAndSlashes) {
     Text link;
     Text target;
   } rows[] = {{u"\"A%201%2f2/K1\"", u"K1"}, {u"\"A%201%2F2/K2\"", u"K2"}, {u"\"L1\"", u"L1"},
-              {u"\"A 1/2/K1\"", u""},       {u"\"A%201%2f2/K9\"", u""},   {u"\"\"", u""}};
+              {u"\"A 1/2/K1\"", u"K1"},     {u"\"A%201%2f2/K9\"", u""},   {u"\"A 1/K1\"", u""},
+              {u"\"%25%20%20/M1\"", u"M1"}, {u"\"%25%20 /M1\"", u"M1"},   {u"\"\"", u""}};
   for (const auto& row : rows) {
     drawing.SetCell(label, u"User.Link", row.link);
     const ShapeRef target = misc.GetUserLinkShape(label);

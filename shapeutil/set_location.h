@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/drawing.h"
+
+namespace ohmwise::shapeutil {
+
+// What a location label needs besides its formulas (library `ohmwise_locations`).
+
+/// Gives the document the grid cells that location formulas refer to, as far as they are missing.
+void EnsureGrid(const DocumentRef& document);
+
+/// Formula of the text that names a link: what a component is called, a blank, and the text field
+/// of the shape behind `prefix` ("" for the shape itself, "Relay!" for another one).
+std::u16string LinkDescription(std::u16string_view prefix);
+
+}  // namespace ohmwise::shapeutil
