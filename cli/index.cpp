@@ -12,7 +12,9 @@
 #include "cli/json.h"
 #include "cli/output.h"
 #include "crossref/clsTBlockObj.h"
+#include "platform/error.h"
 #include "platform/text.h"
+#include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::cli {
@@ -24,6 +26,8 @@ struct IndexedShape {
   std::u16string page, name, name_u, text, reference;
   int32_t page_id = 0;
   int32_t type = 0;
+  std::u16string location;
+  ShapeRef handle;
 };
 
 /// One entry of an index collection: its key and its shapes in the collection's own order.
@@ -74,6 +78,19 @@ class Index {
     ReadTitleBlocks(add_in.index().GetTBlock(add_in.document()));
   }
 
+  /// Reads where the shapes are. A grid that the drawing lacks is made with its defaults for that;
+  /// so this is done when the drawing has been saved. What has no place in the grid gets no text.
+  void ReadLocations() {
+    clsLSettings settings;
+    for (auto& [uid, shape] : shapes) {
+      try {
+        shape.location = settings.GetLocation(shape.handle);
+      } catch (const AutomationError&) {
+        shape.location.clear();
+      }
+    }
+  }
+
   const IndexedShape& Shape(const Uid& uid) const { return shapes[positions_.at(uid)].second; }
 
   std::vector<IndexedPage> pages;
@@ -93,6 +110,7 @@ class Index {
     row.type = SharedMisc().TypeNo(shape);
     row.text = shape->Text();
     row.reference = ResultOrEmpty(shape, u"User.Ref");
+    row.handle = shape;
     shapes.emplace_back(uid, std::move(row));
     return uid;
   }
@@ -193,7 +211,8 @@ std::string AsJson(const AddIn& add_in, const Index& index,
     json.Key(u"page").Text(shape.page).Key(u"pageId").Number(shape.page_id);
     json.Key(u"name").Text(shape.name).Key(u"nameU").Text(shape.name_u);
     json.Key(u"type").Number(shape.type).Key(u"text").Text(shape.text);
-    json.Key(u"reference").Text(shape.reference).End();
+    json.Key(u"reference").Text(shape.reference);
+    json.Key(u"location").Text(shape.location).End();
   }
   json.End();
   json.Key(u"changes");
@@ -333,10 +352,11 @@ void PrintChanges(const Printer& printer, const std::vector<CellChange>& changes
 void Run(const CommonOptions& options) {
   AddIn add_in(options.drawing, AddIn::Boxes::kCollect);
   add_in.ScanDocument();
-  const Index index(add_in);
+  Index index(add_in);
   const std::vector<CellChange> changes = add_in.ChangedFormulas();
   const std::string written = options.Finish(add_in);
   if (options.json) {
+    index.ReadLocations();
     std::cout << AsJson(add_in, index, changes);
     return;
   }
