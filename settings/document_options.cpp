@@ -87,6 +87,9 @@ std::u16string TextOption(const DocumentRef& document, std::u16string_view name,
   return SharedMisc().Trim(otherwise, kQuote);
 }
 
+/// Formulas compare within this distance, so a pin may miss the origin by so much.
+bool IsNegative(double pin) { return pin < -1e-9; }
+
 /// Lines of the grid between its origin and a pin, as the location formulas count them.
 double GridLine(double pin, double origin, double pitch, double scale) {
   const double step = pitch * scale;
@@ -163,11 +166,12 @@ std::u16string clsLSettings::GetLocation(const ShapeRef& shpActive, bool Simple)
   const double x = shpActive->Cells(u"PinX")->ResultNumber();
   const double y = shpActive->Cells(u"PinY")->ResultNumber();
 
+  const bool below = IsNegative(y);
   const double row =
-      GridLine(y, LocationA(document), LocationB(document), scale) + 1 + (y < 0 ? 1 : 0);
+      GridLine(y, LocationA(document), LocationB(document), scale) + 1 + (below ? 1 : 0);
   const double column =
-      (x < 0 ? -1 : 1) * (GridLine(x, LocationC(document), LocationD(document), scale) + 2);
-  std::u16string grid = (y < 0 ? u" - " : u"") + RowLetters(row) + WholeText(column);
+      (IsNegative(x) ? -1 : 1) * (GridLine(x, LocationC(document), LocationD(document), scale) + 2);
+  std::u16string grid = (below ? u" - " : u"") + RowLetters(row) + WholeText(column);
   if (Simple) return grid;
 
   const std::u16string_view number = u"User.PageNumber";
