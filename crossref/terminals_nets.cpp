@@ -4,7 +4,7 @@
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
 #include "platform/host.h"
-#include "platform/text.h"
+#include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise {
@@ -13,42 +13,17 @@ using crossref::Trapped;
 
 namespace {
 
-/// An arrange text with every core that holds the key emptied; trailing empty cores are not stored.
-std::u16string WithoutCore(std::u16string_view arrange, std::u16string_view key) {
-  std::u16string result;
-  for (size_t begin = 0; begin <= arrange.size();) {
-    const size_t end = std::min(arrange.find(u'|', begin), arrange.size());
-    const std::u16string_view core = arrange.substr(begin, end - begin);
-    if (TrimSpaces(core) != TrimSpaces(key)) result += core;
-    result += u'|';
-    begin = end + 1;
-  }
-  result.erase(result.find_last_not_of(u'|') + 1);
-  return result;
-}
-
 /// Frees the cable cores of a net that is leaving the index: the cores that name the net shape by
-/// its unique ID and, once no other net shape carries it, those that hold the net's name. Each user
-/// row of the sheet of master "CableProp" is one cable; its prompt is the list of its cores.
+/// its unique ID and, once no other net shape carries it, those that hold the net's name.
 void FreeCableCores(const DocumentRef& document, std::u16string_view net_id,
                     std::u16string_view net_name, bool name_is_free) {
-  for (int32_t position = 1; position <= document->MasterCount(); ++position) {
-    const MasterRef master = document->MasterAt(position);
-    if (!EqualNoCase(master->NameU(), u"CableProp")) continue;
-    const ShapeRef cables = master->PageSheet();
-    const int16_t rows = cables->RowCount(section::kUser);
-    for (int16_t row = 0; row < rows; ++row) {
-      const std::u16string prompt = u"User." + cables->RowName(section::kUser, row) + u".Prompt";
-      if (!cables->CellExists(prompt, false)) continue;
-      const CellRef cell = cables->Cells(prompt);
-      const std::u16string arrange = cell->ResultText();
-      if (arrange.empty()) continue;
-      std::u16string left = WithoutCore(arrange, net_id);
-      if (name_is_free && !net_name.empty()) left = WithoutCore(left, net_name);
-      if (left != arrange) cell->SetFormula(crossref::QuotedText(left));
-    }
-    return;
-  }
+  shapeutil::ForEachCable(document, [&](std::u16string_view, const CellRef& prompt) {
+    const std::u16string arrange = prompt->ResultText();
+    if (arrange.empty()) return;
+    std::u16string left = shapeutil::WithoutCore(arrange, net_id);
+    if (name_is_free && !net_name.empty()) left = shapeutil::WithoutCore(left, net_name);
+    if (left != arrange) prompt->SetFormula(crossref::QuotedText(left));
+  });
 }
 
 }  // namespace

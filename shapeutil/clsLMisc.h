@@ -40,6 +40,43 @@ class clsLMisc {
   /// The part of a universal name before its first ".".
   std::u16string GetNameU(std::u16string_view NameU);
 
+  // Cable cores (cable_cores.cpp) -------------------------------------------------------------
+  //
+  // An arrange text has the keys of the wires at a cable's cores between "|"; cores count from 0.
+  // A key is the unique ID of a wire shape, the name of its net, or "page!shape". The cables of a
+  // drawing are the user rows of the page sheet of master "CableProp": the value is the cable text,
+  // the prompt the arrange text.
+  int32_t GetCoreCount(std::u16string_view Arrange);
+  /// As stored; "" for a core that is not there.
+  std::u16string GetCoreKey(std::u16string_view Arrange, int32_t CoreNo);
+  /// The first core with the key, blanks around keys aside; -1 without one.
+  int32_t GetCoreNo(std::u16string_view Arrange, std::u16string_view CoreKey);
+  /// The arrange text with one core set; missing cores before it are empty, empty ones at the end
+  /// are not stored. A negative core sets nothing. Raises 7 for a core beyond any cable.
+  std::u16string GetCoreArrange(std::u16string_view Arrange, int32_t CoreNo,
+                                std::u16string_view CoreKey);
+  /// The core names of a cable text. Raises 9 when it has fewer than five fields.
+  std::u16string GetCoreNames(std::u16string_view CableString);
+  /// "" for a core without a name.
+  std::u16string GetCoreName(std::u16string_view CoreNames, int16_t CoreNo);
+  /// Makes a shape show its cable: "Prop.Name" is the cable's row, "Prop.Data" refers to the cable
+  /// text, and its label is the name of the core that holds the shape (`CoreNo` when none does), or
+  /// that core's number from 1 when the cable names no cores. Without the master the label stays.
+  void SetCableProp(const ShapeRef& shpActive, std::u16string_view RowName, int32_t CoreNo);
+  /// Row of the first cable with a core that holds the shape, the first `Skip` such cables left
+  /// out; "" when there are no more, and on a failure.
+  std::u16string SearchCableProp(const ShapeRef& tShape, int32_t Skip);
+  /// A formula that gives the arrange text with each "page!shape" as "number of the page!shape".
+  /// Pages get their number cell when they lack it; a key that names no page is shown as it stands.
+  std::u16string ConvertCableArrange(std::u16string_view srcString, const DocumentRef& ActiveDoc);
+  /// Takes the shape off the cable in row `RowSkip`, off every cable when that is "": empties the
+  /// cores that hold it, deletes the shape's own user row of that name, and empties "Prop.Name" and
+  /// "Prop.Data" when they show that cable. What is missing is passed over.
+  void RemoveCableCore(const ShapeRef& shpActive, std::u16string_view RowSkip);
+  /// The wire at the next core that holds one, on the cable that "Prop.Name" names, else on the
+  /// first that holds the shape. Nothing after the last core, and on a failure.
+  ShapeRef GetNextWire(const ShapeRef& shpActive);
+
   // Shape properties and pins (shape_properties.cpp, pins.cpp) --------------------------------
   bool GotCompID(const ShapeRef& shpActive);
   bool GotCatID(const ShapeRef& shpActive);
