@@ -35,12 +35,12 @@ install_missing() {
 # What the program itself is built with and from; docs/dependencies.md gives the reasons.
 build_packages=(
   cmake ninja-build g++ ccache pkg-config
-  libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev)
+  libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev libpq-dev libcli11-dev nlohmann-json3-dev)
 
 # What the tests need besides.
 test_packages=(
   libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui
-  poppler-utils)
+  poppler-utils postgresql)
 
 # What the benchmarks need: the framework, and the peers they compare with.
 bench_packages=(libbenchmark-dev libicu-dev libvisio-tools)

@@ -1,10 +1,13 @@
 #include "platform/embedded/database/catalogue_file.h"
 
+#include <chrono>
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 #include "platform/embedded/database/database_file_writer.h"
 #include "platform/embedded/database/open_session.h"
+#include "platform/embedded/database/postgres_session.h"
 #include "platform/embedded/database/sqlite_session.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -49,6 +52,32 @@ AFTER UPDATE OF "CompID", "Name", "Brand", "Model", "Order", "Supplier" ON "Comp
 END;
 )sql";
 
+// The row number orders and finds rows; the search reads texts without signs, so that the server's
+// parser sees no addresses and numbers in them.
+constexpr const char* kPostgresTables = R"sql(
+CREATE TABLE "CompDB" (
+  "_rowid_" bigint GENERATED ALWAYS AS IDENTITY UNIQUE,
+  "CompID" integer PRIMARY KEY, "Name" text, "Desc" text, "Brand" text, "Rating" text,
+  "Model" text, "Order" text, "Supplier" text, "Remarks" text, "Price" text, "Layout" boolean,
+  "LayShape" text, "Width" text, "Height" text,
+  "_search_" tsvector GENERATED ALWAYS AS (to_tsvector('simple', regexp_replace(
+    coalesce("Name", '') || ' ' || coalesce("Order", '') || ' ' || coalesce("Model", '') || ' ' ||
+    coalesce("Brand", '') || ' ' || coalesce("Supplier", ''),
+    '[!-/:-@\[-`{-~]+', ' ', 'g'))) STORED);
+CREATE INDEX "CompSearch" ON "CompDB" USING gin ("_search_");
+CREATE TABLE "CatDB" ("_rowid_" bigint GENERATED ALWAYS AS IDENTITY UNIQUE,
+  "CatID" integer PRIMARY KEY, "CatName" text);
+CREATE TABLE "OrgDB" ("_rowid_" bigint GENERATED ALWAYS AS IDENTITY UNIQUE,
+  "CompID" integer, "CatID" integer);
+CREATE INDEX "OrgByComp" ON "OrgDB" ("CompID", "CatID");
+CREATE INDEX "OrgByCat" ON "OrgDB" ("CatID");
+CREATE TABLE "CableDB" ("_rowid_" bigint GENERATED ALWAYS AS IDENTITY UNIQUE,
+  "CableID" integer PRIMARY KEY, "Name" text, "Brand" text, "Model" text, "Cores" smallint,
+  "CoreNames" text, "Area" text, "Order" text, "Supplier" text, "Remarks" text, "Price" text);
+CREATE TABLE "Misc" ("_rowid_" bigint GENERATED ALWAYS AS IDENTITY UNIQUE,
+  "Version" smallint, "Upgraded" boolean);
+)sql";
+
 constexpr const char* kFirstRows = R"sql(
 INSERT INTO "CompDB" ("CompID", "Name", "Desc", "Brand", "Rating", "Model", "Order", "Supplier",
                       "Remarks", "Price", "Layout", "LayShape", "Width", "Height")
@@ -62,6 +91,12 @@ INSERT INTO "CableDB" ("CableID", "Name", "Brand", "Model", "Cores", "CoreNames"
 }  // namespace
 
 void CreateCatalogue(std::u16string_view location) {
+  if (IsPostgresUrl(location)) {
+    PostgresSession session(location, std::chrono::seconds(10));
+    session.Run(std::string("BEGIN;") + kPostgresTables + kFirstRows +
+                "INSERT INTO \"Misc\" (\"Version\", \"Upgraded\") VALUES (1, TRUE); COMMIT");
+    return;
+  }
   const std::filesystem::path path = PathFromText(location);
   std::error_code ignored;
   if (std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {

@@ -3,21 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <unordered_set>
 #include <utility>
 
-#include "platform/embedded/database/dialect.h"
 #include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {
 
-struct SearchField {
-  std::u16string_view column;
-  int32_t weight;
-};
-constexpr std::array<SearchField, 5> kFields = {SearchField{u"Name", 10}, SearchField{u"Order", 10},
-                                                SearchField{u"Model", 8}, SearchField{u"Brand", 4},
-                                                SearchField{u"Supplier", 2}};
+// Of `kSearchColumns`.
+constexpr std::array<int32_t, kSearchColumns.size()> kWeights = {10, 10, 8, 4, 2};
 constexpr size_t kMaxWords = 16;
 
 bool IsWordUnit(char16_t c) {
@@ -64,24 +59,15 @@ std::vector<int32_t> SearchCatalogue(Session& session, std::u16string_view text,
   std::vector<std::u16string> words = Words(wanted);
   if (words.size() > kMaxWords) words.resize(kMaxWords);
   if (words.empty() || limit <= 0) return {};
-  std::vector<int64_t> numbers = session.FindComponents(words);
-  std::sort(numbers.begin(), numbers.end());
-  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-
-  const Table& table = session.FindTable(u"CompDB");
-  const std::optional<size_t> key = table.Find(u"CompID");
-  if (!key) return {};
   std::vector<std::pair<int32_t, int32_t>> ranked;  // score downwards, then key
-  for (const int64_t number : numbers) {
-    const std::optional<Row> row = session.ReadRow(table, number);
-    if (!row) continue;
+  std::unordered_set<int32_t> seen;
+  for (const FoundComponent& component : session.FindComponents(words)) {
+    if (!seen.insert(component.key).second) continue;
     int32_t score = 0;
-    for (const SearchField& field : kFields) {
-      const std::optional<size_t> column = table.Find(field.column);
-      if (!column || !row->values[*column].IsText()) continue;
-      score += field.weight * FieldScore(FoldCase(row->values[*column].AsText()), wanted, words);
+    for (size_t i = 0; i < kWeights.size(); ++i) {
+      score += kWeights[i] * FieldScore(FoldCase(component.texts[i]), wanted, words);
     }
-    ranked.emplace_back(-score, row->values[*key].ToInt32());
+    ranked.emplace_back(-score, component.key);
   }
   std::sort(ranked.begin(), ranked.end());
   std::vector<int32_t> result;

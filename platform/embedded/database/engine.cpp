@@ -20,7 +20,7 @@ void Session::BeginTransaction() {
   }
   RequireWritable();
   EndKeyTransaction();
-  Begin();
+  Begin(true);
   transaction_ = Transaction::kCaller;
 }
 
@@ -59,7 +59,7 @@ void Session::BeforeKeyQuery(std::u16string_view table) {
   if (transaction_ != Transaction::kNone) return;  // the lock is ours already
   for (const auto& [owner, name] : pending_) {
     if (!EqualNoCase(name, table)) continue;
-    Begin();
+    Begin(true);
     transaction_ = Transaction::kKey;
     key_owner_ = owner;
     return;
@@ -100,7 +100,7 @@ Session::ChangeScope::ChangeScope(Session& session, const void* owner, bool seve
     session.EndKeyTransaction();
   }
   if (session.transaction_ != Transaction::kNone || !several) return;
-  session.Begin();
+  session.Begin(false);
   session.transaction_ = Transaction::kChange;
   own_ = true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -59,6 +60,14 @@ struct FieldValues {
   std::vector<Value> values;
 };
 
+/// The columns that are searched, in this order.
+inline constexpr std::array<std::u16string_view, 5> kSearchColumns = {u"Name", u"Order", u"Model",
+                                                                      u"Brand", u"Supplier"};
+struct FoundComponent {
+  int32_t key = 0;
+  std::array<std::u16string, kSearchColumns.size()> texts;
+};
+
 /// A result whose rows are still to be read; see `Session::BeforeChange`.
 class UnreadResult {
  public:
@@ -86,9 +95,9 @@ class Session : public Schema {
   /// Both return the row as it was stored.
   virtual Row Insert(const Table& table, const FieldValues& fields) = 0;
   virtual Row Change(const Table& table, int64_t number, const FieldValues& fields) = 0;
-  /// Row numbers of components that hold all words, or words that begin so; some may come twice.
-  /// Of many matches these are the first, whole words before beginnings.
-  virtual std::vector<int64_t> FindComponents(std::span<const std::u16string> words) = 0;
+  /// Components that hold all words, or words that begin so; some may come twice. Of many matches
+  /// these are the first, whole words before beginnings.
+  virtual std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words) = 0;
 
   /// The caller's transaction.
   void BeginTransaction();
@@ -125,8 +134,9 @@ class Session : public Schema {
   };
 
  protected:
-  /// `Begin` lets no other writer in until the end. `Rollback` does nothing without a transaction.
-  virtual void Begin() = 0;
+  /// `alone` lets no other writer in until the end; an engine that locks rows may let others in
+  /// otherwise. `Rollback` does nothing without a transaction.
+  virtual void Begin(bool alone) = 0;
   virtual void Commit() = 0;
   virtual void Rollback() noexcept = 0;
   /// Raises for a database that can only be read.

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <string>
 
+#include "platform/embedded/database/postgres_session.h"
 #include "platform/embedded/database/sqlite_session.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -27,6 +28,9 @@ bool IsPostgresUrl(std::u16string_view data_source) {
 
 std::shared_ptr<Session> OpenSession(std::u16string_view data_source,
                                      std::chrono::milliseconds busy_timeout) {
+  if (IsPostgresUrl(data_source)) {
+    return std::make_shared<PostgresSession>(data_source, busy_timeout);
+  }
   const std::filesystem::path path = PathFromText(data_source);
   if (IsJetFile(path)) {
     Raise(Err::kProvider, u"The database \"" + TextFromPath(path) +

@@ -162,7 +162,8 @@ SqliteSession::SqliteSession(const std::filesystem::path& path,
   // A double-quoted name that is no column is an error and never a text.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-  sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  // Triggers keep the search index, so the schema has to be trusted that far; it reaches no function
+  // of ours, and the engine's own are harmless.
   sqlite3_create_collation(handle, kTextCollation, SQLITE_UTF8, nullptr, Compare);
   const int pure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY;
   sqlite3_create_function(handle, kFoldFunction, 1, pure, nullptr, Fold, nullptr, nullptr);
@@ -374,25 +375,36 @@ Row SqliteSession::Change(const Table& table, int64_t number, const FieldValues&
   return row;
 }
 
-std::vector<int64_t> SqliteSession::FindComponents(std::span<const std::u16string> words) {
-  std::vector<int64_t> keys;
+std::vector<FoundComponent> SqliteSession::FindComponents(std::span<const std::u16string> words) {
+  std::string sql = "SELECT c.\"CompID\"";
+  for (const std::u16string_view column : kSearchColumns) sql += ", c." + QuotedName(column);
+  sql +=
+      " FROM _search JOIN \"CompDB\" AS c ON c.\"CompID\" = _search.rowid "
+      "WHERE _search MATCH ?1 ORDER BY _search.rowid LIMIT ?2";
+  std::vector<FoundComponent> found;
   const auto find = [&](bool beginnings, int limit) {
-    std::string expression;
+    std::u16string expression;
     for (const std::u16string& word : words) {
-      expression += "\"" + StoredText(word) + "\"" + (beginnings ? "* " : " ");
+      expression += u'"' + word + (beginnings ? u"\"* " : u"\" ");
     }
-    const Use search(
-        Prepared("SELECT rowid FROM _search WHERE _search MATCH ?1 ORDER BY rowid LIMIT ?2"));
-    search->Bind(1, Value(FromUtf8(expression)));
+    const Use search(Prepared(sql));
+    search->Bind(1, Value(expression));
     search->Bind(2, int64_t{limit});
-    while (search->Step()) keys.push_back(search->Number(0));
+    while (search->Step()) {
+      FoundComponent& component = found.emplace_back();
+      component.key = static_cast<int32_t>(search->Number(0));
+      for (size_t i = 0; i < component.texts.size(); ++i) {
+        const Value text = search->Column(static_cast<int>(i) + 1, ColumnType::kText);
+        if (text.IsText()) component.texts[i] = text.AsText();
+      }
+    }
   };
   find(false, kWholeWordHits);
   find(true, kSearchHits);
-  return keys;
+  return found;
 }
 
-void SqliteSession::Begin() { Run("BEGIN IMMEDIATE"); }
+void SqliteSession::Begin(bool) { Run("BEGIN IMMEDIATE"); }
 void SqliteSession::Commit() { Run("COMMIT"); }
 void SqliteSession::Rollback() noexcept {
   if (sqlite3_get_autocommit(handle()) == 0) {

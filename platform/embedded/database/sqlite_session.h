@@ -81,10 +81,10 @@ class SqliteSession : public Session {
   std::optional<Row> ReadRow(const Table& table, int64_t number) override;
   Row Insert(const Table& table, const FieldValues& fields) override;
   Row Change(const Table& table, int64_t number, const FieldValues& fields) override;
-  std::vector<int64_t> FindComponents(std::span<const std::u16string> words) override;
+  std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words) override;
 
  protected:
-  void Begin() override;
+  void Begin(bool alone) override;
   void Commit() override;
   void Rollback() noexcept override;
   /// Forgets what is known of a table.

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+
+namespace ohmwise::testing {
+
+/// A PostgreSQL server of this process alone: its own data in a temporary folder, on a free port of
+/// 127.0.0.1. It ends with this object, and should this process be killed, with the process.
+class PostgresServer {
+ public:
+  PostgresServer();
+  ~PostgresServer();
+  PostgresServer(const PostgresServer&) = delete;
+  PostgresServer& operator=(const PostgresServer&) = delete;
+
+  /// Why there is no server; "" when there is one.
+  const std::string& failure() const { return failure_; }
+  /// Makes an empty database and returns its URL.
+  std::u16string MakeDatabase();
+
+ private:
+  bool Start(const std::filesystem::path& programs);
+
+  std::filesystem::path folder_;
+  std::string failure_;
+  pid_t process_ = -1;
+  int port_ = 0;
+  int databases_ = 0;
+};
+
+}  // namespace ohmwise::testing
