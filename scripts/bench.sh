@@ -19,3 +19,17 @@ for bench in netcomp collection package index recalc; do
   printf '\n== %s\n' "$bench"
   "build/bench/bench/${bench}_bench" --benchmark_min_time="${OHMWISE_BENCH_SECONDS:-0.5}" 2>/dev/null
 done
+
+# The rows of a label beside the same formulas in a spreadsheet engine.
+printf '\n== labels\n'
+build/bench/bench/labels_bench --benchmark_min_time="${OHMWISE_BENCH_SECONDS:-0.5}" \
+  --benchmark_out=build/logs/labels.json 2>/dev/null
+peer=build/bench/hyperformula
+if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
+  echo "HyperFormula is left out: npm and node are not installed."
+elif ! { mkdir -p "$peer" && cp bench/hyperformula/* "$peer"/ &&
+         npm ci --prefix "$peer" --no-audit --no-fund; } >build/logs/npm.log 2>&1; then
+  echo "HyperFormula is left out: npm could not fetch it (build/logs/npm.log says why)."
+else
+  node "$peer/labels.mjs" build/logs/labels.json
+fi
