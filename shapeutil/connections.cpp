@@ -135,8 +135,12 @@ ShapeRef ShapeAtLink(Shape& from, std::u16string_view link) {
 }
 
 ShapeRef ShapeAtLinkCell(Shape& from, std::u16string_view cell) {
-  const std::u16string link = CellText(from, cell);
-  return link.empty() ? nullptr : ShapeAtLink(from, link);
+  if (!HasCell(from, cell)) return nullptr;
+  const std::u16string link = from.Cells(cell)->ResultText();
+  if (link.empty()) return nullptr;
+  // A name may end in a quote; a link that is stored in quotes is read without them.
+  if (ShapeRef shape = ValueOr(ShapeRef(), [&] { return ShapeAtLink(from, link); })) return shape;
+  return ShapeAtLink(from, shapeutil::Unquoted(link));
 }
 
 double NumberOr(Shape& shape, std::u16string_view cell, double otherwise) {

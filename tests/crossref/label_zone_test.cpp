@@ -1,4 +1,7 @@
 #include "crossref/clsLCrossRef.h"
+#include "crossref/index_access.h"
+#include "platform/text.h"
+#include "shapeutil/clsLMisc.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {
@@ -184,6 +187,113 @@ TEST_F(LocationLabelTest, ALabelIsFiledUnderItsTextAnew) {
   EXPECT_EQ(drawing.Names(u"colAutoLoc", u"K2"), u"Label");
   index_.SyncAutoLoc(drawing.Index(u"colAutoLoc"), u"K2", u"K1");
   EXPECT_EQ(label->RowCount(section::kHyperlink), 2);
+}
+
+TEST_F(LocationLabelTest, WhateverPagesAndShapesAreCalledTheFormulasResolve) {
+  const std::u16string pages[] = {u"it's",         u"say \"hi\"", u"A]B[c",    u"a!b",
+                                  u"Übersicht 水", u"A/B",        u"1st, 2nd", u" a ",
+                                  u"{T}",          u"Sheet.1",    u"100%",     u"ThePage"};
+  const std::u16string shapes[] = {u"Sheet.5", u"1K",  u"K 1",    u"it's",   u"a\"b",
+                                   u"[x]",     u"a!b", u"Größe",  u"{i}{S}", u"K1.",
+                                   u".K1",     u"-K1", u"TheDoc", u"PinX"};
+  const auto spec = [](const std::u16string& name) {
+    return ShapeSpec{name, 132, u"K1", {{u"PinX", u"2.6"}, {u"PinY", u"1.6"}}, {}};
+  };
+  std::vector<PageSpec> specs = {{u"Front", {{u"Label", 125, u"K1", {}, {}}}}};
+  for (const std::u16string& shape : shapes) specs[0].shapes.push_back(spec(shape));
+  for (const std::u16string& page : pages) specs.push_back({page, {spec(u"On " + page)}});
+  TestDrawing& drawing = Open(specs);
+  for (const PageSpec& page : specs) index_.ScanPage(drawing.Page(page.name), u"");
+  const ShapeRef label = drawing.Shape(u"Label");
+  index_.SetAutoLoc(label, u"K1");
+  const auto check = [&](const char* when) {
+    const std::vector<ShapeRef> targets = crossref::ShapesOf(drawing.Entry(u"colRefShape", u"K1"));
+    ASSERT_EQ(targets.size(), std::size(shapes) + std::size(pages));
+    for (size_t i = 0; i < targets.size(); ++i) {
+      const std::u16string row = DecimalText(static_cast<int32_t>(i + 1));
+      const std::string name = ToUtf8(targets[i]->Name()) + when;
+      EXPECT_EQ(Result(u"Label", u"Scratch.A" + row),
+                DecimalText(targets[i]->ContainingPage()->Index()))
+          << name;
+      EXPECT_EQ(Result(u"Label", u"Scratch.B" + row) + Result(u"Label", u"Scratch.C" + row), u"B4")
+          << name;
+      drawing.SetCell(label, u"User.Link", u"Hyperlink.Go" + row + u".SubAddress");
+      EXPECT_TRUE(Same(SharedMisc().GetUserLinkShape(label), targets[i])) << name;
+    }
+  };
+  check(" as written");
+  // Pages change their names behind the label's back, into one another's.
+  for (const std::u16string& page : pages) drawing.Page(page)->SetName(u"was " + page);
+  for (size_t i = 0; i < std::size(pages); ++i) {
+    drawing.Page(u"was " + pages[i])->SetName(pages[(i + 1) % std::size(pages)]);
+  }
+  check(" renamed");
+}
+
+TEST_F(LocationLabelTest, LocTypeChoosesWhatThePlacesShow) {
+  TestDrawing& drawing = OpenLabelled();
+  const ShapeRef label = drawing.Shape(u"Label");
+  for (const char16_t* place : {u"L0", u"L1.77"}) {
+    drawing.Shape(place)->AddRow(section::kTextField, -2, row_tag::kDefault);
+  }
+  const struct {
+    int16_t type;
+    const char16_t *first, *second;
+  } rows[] = {
+      {0, u"/1.D5", u"/2. - E-5"}, {1, u"D5", u" - E-5"},       {2, u"1", u"2"}, {3, u"", u""},
+      {4, u"/1.D5", u"/2. - E-5"}, {-1, u"/1.D5", u"/2. - E-5"}};
+  for (const auto& row : rows) {
+    SharedMisc().SetLocType(label, row.type);
+    index_.SetAutoLoc(label, u"K1");
+    EXPECT_EQ(Result(u"L0", u"Fields.Value"), row.first) << row.type;
+    EXPECT_EQ(Result(u"L1.77", u"Fields.Value"), row.second) << row.type;
+  }
+  EXPECT_EQ(drawing.Shape(u"L0")->Cells(u"Fields.Format")->Formula(), u"FIELDPICTURE(0)");
+  drawing.drawing().Move(drawing.Shape(u"Main relay"), 1, 1);
+  EXPECT_EQ(Result(u"L1.77", u"Fields.Value"), u"/2.C3");
+}
+
+TEST_F(LocationLabelTest, RowsBeyondThePlacesAreWrittenAndLeftoversGo) {
+  TestDrawing& drawing = OpenLabelled();
+  const ShapeRef label = drawing.Shape(u"Label");
+  const PageRef page = drawing.Page(u"Page 1");
+  label->AddNamedRow(section::kHyperlink, u"Manual", row_tag::kDefault);
+  // Two more shapes of the reference than there are places.
+  std::vector<ShapeRef> more = {drawing.Shape(u"L0"), drawing.Shape(u"L1.77")};
+  for (const ShapeRef& shape : more) {
+    drawing.SetCell(shape, u"User.Ref", u"\"K1\"");
+    index_.Add(shape);
+  }
+  index_.SetAutoLoc(label, u"K1");
+  EXPECT_EQ(label->RowCount(section::kScratch), 4);
+  EXPECT_EQ(label->RowCount(section::kHyperlink), 5);
+  EXPECT_TRUE(label->CellExists(u"Hyperlink.Go4", false));
+  EXPECT_EQ(Result(u"L1.77", u"HideText"), u"FALSE");
+  // Somebody took a link away by hand; the row behind it is a leftover all the same.
+  label->DeleteRow(section::kHyperlink, 2);
+  ASSERT_FALSE(label->CellExists(u"Hyperlink.Go2", false));
+  for (const ShapeRef& shape : more) {
+    crossref::RemoveKey(drawing.Entry(u"colRefShape", u"K1"), shape->UniqueID());
+  }
+  index_.Remove(drawing.Shape(u"Main relay"));
+  EXPECT_EQ(label->RowCount(section::kHyperlink), 2);
+  EXPECT_TRUE(label->CellExists(u"Hyperlink.Manual", false));
+  EXPECT_TRUE(label->CellExists(u"Hyperlink.Go1", false));
+  EXPECT_EQ(Result(u"L0", u"HideText") + Result(u"L1.77", u"HideText"), u"FALSETRUE");
+  EXPECT_EQ(Result(u"Label", u"Scratch.B1") + Result(u"Label", u"Scratch.C1"), u"D5");
+}
+
+TEST_F(LocationLabelTest, AMissingGridIsMadeBeforeItIsReferredTo) {
+  TestDrawing& drawing = OpenLabelled();
+  const ShapeRef sheet = drawing.document()->DocumentSheet();
+  for (int16_t row = sheet->RowCount(section::kUser); row-- > 0;) {
+    if (sheet->RowName(section::kUser, row) != u"LocationB") sheet->DeleteRow(section::kUser, row);
+  }
+  index_.SetAutoLoc(drawing.Shape(u"Label"), u"K1");
+  EXPECT_EQ(sheet->Cells(u"User.LocationB")->Formula(), u"1");  // what is there stays
+  EXPECT_EQ(sheet->Cells(u"User.LocationD")->Formula(), u"0.75");
+  EXPECT_EQ(sheet->Cells(u"User.LocationPage")->ResultText(), u"/");
+  EXPECT_EQ(Result(u"Label", u"Scratch.B1") + Result(u"Label", u"Scratch.C1"), u"C5");
 }
 
 }  // namespace
