@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/collection.h"
 #include "platform/com/windows.h"
+#include "platform/drawing.h"
 #include "platform/value.h"
 
 namespace ohmwise::com {
@@ -17,6 +19,14 @@ class Foreign {
 
 /// A new wrapper of a foreign object, late-bound by name; Nothing for null.
 ObjectRef WrapForeign(IDispatch* foreign);
+
+/// Typed views of objects that come in. Null gives Nothing; raise 13 for an object that cannot be
+/// one. Foreign objects are late-bound, so being one shows with the first member that is missing.
+CollectionRef AsCollection(IDispatch* object);
+DocumentRef AsDocument(IDispatch* object);
+PageRef AsPage(IDispatch* object);
+ShapeRef AsShape(IDispatch* object);
+ShapesRef AsShapes(IDispatch* object);
 
 /// An object that comes in: one of our own is taken for what it is, a foreign one gets a wrapper.
 /// Nothing for null.
