@@ -42,17 +42,21 @@ int16_t LinkRow(const ShapeRef& label, int32_t number) {
   return -1;
 }
 
-void WriteLink(const ShapeRef& label, const shapeutil::LocationTarget& target, int32_t number) {
+void WriteLink(const ShapeRef& label, const ShapeRef& shape,
+               const shapeutil::LocationTarget& target, int32_t number) {
   int16_t row = LinkRow(label, number);
   if (row < 0) {
     row = label->AddNamedRow(section::kHyperlink, u"Go" + DecimalText(number), row_tag::kDefault);
   }
   label->CellsSRC(section::kHyperlink, row, kLinkSubAddress)
       ->SetFormula(target.Formula(shapeutil::kLinkFormula, number));
-  // The target may have no text field to show; the link itself works without a description.
+  // The target may have no text field to show; its reference is what its text says. The link itself
+  // works without a description.
   Trapped([&] {
+    const bool has_field = shape->CellExists(u"Fields.Value", false);
     label->CellsSRC(section::kHyperlink, row, kLinkDescription)
-        ->SetFormula(shapeutil::LinkDescription(target.reference() + u"!"));
+        ->SetFormula(shapeutil::LinkDescription(target.reference() +
+                                                (has_field ? u"!Fields.Value" : u"!User.Ref")));
   });
 }
 
@@ -72,7 +76,7 @@ void WriteRow(const ShapeRef& label, const ShapeRef& shape, int32_t number) {
     label->Cells(std::u16string(u"Scratch.") + column + DecimalText(number))
         ->SetFormula(target.Formula(formula, number));
   }
-  WriteLink(label, target, number);
+  WriteLink(label, shape, target, number);
 }
 
 /// Number of the location row whose link has this name; 0 when it is no such name.
@@ -136,8 +140,9 @@ void ShowRows(const ShapeRef& label, int32_t count) {
     Trapped([&] { number += Value(name.substr(1)).ToInt32(); });
     const bool used = number <= count;
     part->Cells(u"HideText")->SetFormula(used ? u"FALSE" : u"TRUE");
-    if (!used || !part->CellExists(u"Fields.Value", false)) continue;
-    part->Cells(u"Fields.Value")->SetFormula(ShownLocation(label, number));
+    if (!part->CellExists(u"Fields.Value", false)) continue;
+    // An unused place must not hold on to a row that goes.
+    part->Cells(u"Fields.Value")->SetFormula(used ? ShownLocation(label, number) : u"\"\"");
     part->Cells(u"Fields.Format")->SetFormula(u"FIELDPICTURE(0)");
   }
 }
@@ -182,8 +187,8 @@ void clsLCrossRef::SetAutoLoc(const ShapeRef& shpActive, std::u16string_view tRe
     for (const ShapeRef& target : crossref::ShapesOf(GetShapes(references, tRef))) {
       WriteRow(shpActive, target, ++count);
     }
-    RemoveRowsAfter(shpActive, count);
     ShowRows(shpActive, count);
+    RemoveRowsAfter(shpActive, count);
   });
 }
 

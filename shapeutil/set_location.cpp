@@ -34,7 +34,7 @@ void WriteLink(Shape& label) {
   }
   label.Cells(row + u".SubAddress")->SetFormula(u"User.Link");
   if (HasCell(label, u"Fields.Value")) {
-    label.Cells(row + u".Description")->SetFormula(shapeutil::LinkDescription(u""));
+    label.Cells(row + u".Description")->SetFormula(shapeutil::LinkDescription(u"Fields.Value"));
   }
 }
 
@@ -60,9 +60,9 @@ void EnsureGrid(const DocumentRef& document) {
   read([&] { settings.LocationSeparator(document); });
 }
 
-std::u16string LinkDescription(std::u16string_view prefix) {
+std::u16string LinkDescription(std::u16string_view cell) {
   const std::u16string lead = ReplaceAll(UserText(kComponentText), u"\"", u"\"\"");
-  return u"\"" + lead + u" \"&" + std::u16string(prefix) + u"Fields.Value";
+  return u"\"" + lead + u" \"&" + std::u16string(cell);
 }
 
 }  // namespace shapeutil

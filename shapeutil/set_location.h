@@ -12,8 +12,8 @@ namespace ohmwise::shapeutil {
 /// Gives the document the grid cells that location formulas refer to, as far as they are missing.
 void EnsureGrid(const DocumentRef& document);
 
-/// Formula of the text that names a link: what a component is called, a blank, and the text field
-/// of the shape behind `prefix` ("" for the shape itself, "Relay!" for another one).
-std::u16string LinkDescription(std::u16string_view prefix);
+/// Formula of the text that names a link: what a component is called, a blank, and the result of a
+/// cell as the label's formulas refer to it.
+std::u16string LinkDescription(std::u16string_view cell);
 
 }  // namespace ohmwise::shapeutil
