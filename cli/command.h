@@ -30,7 +30,6 @@ void AddIndexCommand(CLI::App& app, Action& action);
 void AddCellCommand(CLI::App& app, Action& action);
 void AddTextCommand(CLI::App& app, Action& action);
 void AddMoveCommand(CLI::App& app, Action& action);
-void AddReportCommand(CLI::App& app, Action& action);
 void AddLabelsCommand(CLI::App& app, Action& action);
 void AddPageCommand(CLI::App& app, Action& action);
 void AddReportCommand(CLI::App& app, Action& action);

@@ -30,7 +30,6 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddCellCommand(app, action);
   ohmwise::cli::AddTextCommand(app, action);
   ohmwise::cli::AddMoveCommand(app, action);
-  ohmwise::cli::AddReportCommand(app, action);
   ohmwise::cli::AddLabelsCommand(app, action);
   ohmwise::cli::AddPageCommand(app, action);
   ohmwise::cli::AddReportCommand(app, action);
