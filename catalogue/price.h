@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,5 +16,11 @@ namespace ohmwise::catalogue {
 /// stored form already keeps its value whatever the user's form, so that a record read from the
 /// catalogue can be stored again.
 std::u16string PriceText(std::u16string_view text, const NumberFormat& format);
+
+/// A price as a person or another program writes it, in the stored form: a point or a comma before
+/// the decimals, groups of three, the sign or the letters of a currency on either side. The empty
+/// text is zero. nullopt for a text that is no price and for one that can be read in two ways
+/// ("1,234").
+std::optional<std::u16string> PriceOf(std::u16string_view text);
 
 }  // namespace ohmwise::catalogue

@@ -42,7 +42,7 @@ wrapped() {  # wrapped PATTERN FOLDER
     sources platform "${existing[@]}" cli data bench fuzz | includes |
       grep -E "include[[:space:]]*[<\"]$1" | grep -vE "^$2/[^:]*\.cpp:")
 }
-wrapped 'pugixml|pugiconfig' platform/embedded/vsdx
+wrapped 'pugixml|pugiconfig' 'platform/embedded/(vsdx|spreadsheet)'
 wrapped 'zip\.h|zipconf\.h|zlib\.h' platform/embedded/vsdx
 wrapped 'sqlite3' platform/embedded/database
 wrapped 'CLI/' cli

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ohmwise::embedded {
+
+/// A table of texts: a sheet of a workbook or a file of separated values.
+struct TextTable {
+  struct Row {
+    size_t line = 0;  ///< as a person finds it: line of the file, row of the sheet
+    std::vector<std::u16string> cells;
+  };
+  std::u16string name;  ///< of the sheet, "" in a file of separated values
+  std::vector<Row> rows;
+};
+
+/// The tables of a file, told apart by content: a workbook (.xlsx) has one per sheet, any other
+/// file is one of separated values. Raises 53 for a missing file, else a host error in one sentence
+/// that names the file.
+std::vector<TextTable> ReadTextTables(const std::string& path);
+
+/// Separated values (RFC 4180): UTF-8 with or without a mark at its beginning, else code page 1252;
+/// the separator is that of ";", "," and tab which the first line has most of, or the one that a
+/// first line "sep=;" names. Lines may end in any way. Raises a host error with the line for a
+/// quote that is not closed or is followed by something.
+TextTable ParseSeparatedValues(std::string_view bytes);
+
+/// The same in writing: UTF-8 with a mark, which spreadsheet programs go by, "," and CRLF.
+std::string WriteSeparatedValues(const TextTable& table);
+
+/// The sheets of a workbook in their order. Numbers have up to 15 digits and a point, Booleans are
+/// "TRUE" and "FALSE", errors their sign ("#N/A"); formulas count by their last value.
+std::vector<TextTable> ReadXlsx(const std::string& path);
+
+}  // namespace ohmwise::embedded
