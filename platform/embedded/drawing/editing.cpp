@@ -596,6 +596,7 @@ void LiveDocument::DeleteRow(LiveSheet& live, int16_t section, int16_t row) {
   CellAddress address;
   address.section = static_cast<uint16_t>(section);
   address.row = rows[position].key;
+  const std::vector<uint32_t> renumbered = RenumberReferences(live, address.section, position);
   bool inherited = false;
   for (size_t level = 1; level < live.chain.size(); ++level) {
     const StoredRow* found = FindRow(*live.chain[level], address);
@@ -616,7 +617,9 @@ void LiveDocument::DeleteRow(LiveSheet& live, int16_t section, int16_t row) {
     // An odd file may have a second row of that name, which shows from now on.
     if (FindRow(*live.sheet, address) != nullptr) ForgetRows(live, address.section);
   }
+  for (const uint32_t index : renumbered) Reformulate(index);
   RowChanged(live, address);
+  if (!renumbered.empty()) Propagate({}, renumbered);
 }
 
 }  // namespace ohmwise::embedded

@@ -327,6 +327,11 @@ class LiveDocument {
   /// Puts REF() in place of references to sheets about to go; returns the cells that had some.
   std::vector<uint32_t> CutReferences(const std::vector<Sheet*>& going);
   std::string WithoutReferences(const Node& node, const std::unordered_set<const Sheet*>& going);
+  /// What formulas say about a row that goes and the rows behind it: REF() and one number less.
+  /// Gives the cells whose formulas changed; they are taken up when the row has gone.
+  std::vector<uint32_t> RenumberReferences(LiveSheet& live, uint16_t section, size_t position);
+  std::string WithoutRow(LiveSheet& live, LiveSheet& from, std::string_view text, uint16_t section,
+                         size_t position);
   std::unique_ptr<Sheet> CopyInstance(const Sheet& model, Contents& contents, Sheet* parent,
                                       MasterModel& master, bool top, uint32_t& next_id);
   StoredSection& EnsureSection(Sheet& sheet, uint16_t section);
@@ -345,7 +350,8 @@ class LiveDocument {
   FormulaCodes codes_;
   std::unordered_map<std::string_view, std::unique_ptr<CompiledFormula>> formulas_;
   std::unordered_map<const Sheet*, std::vector<Sheet*>> instances_;  ///< master shape → sheets
-  std::unordered_map<uint32_t, std::string_view> typed_;             ///< constants as they were set
+  std::unordered_set<uint16_t> counted_sections_;         ///< some formula refers to rows by number
+  std::unordered_map<uint32_t, std::string_view> typed_;  ///< constants as they were set
   std::vector<uint32_t> page_nodes_;
   std::unordered_map<std::u16string, ohmwise::Value> module_;
   bool indexed_ = false;

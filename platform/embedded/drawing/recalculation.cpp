@@ -185,7 +185,8 @@ const CompiledFormula& LiveDocument::Compile(std::string_view text) {
   compiled->formula = Formula::Parse(text, compiled->error, &codes_);
   if (compiled->formula) {
     for (const Reference& reference : compiled->formula->references()) {
-      compiled->cells.push_back(ParseCellName(names_, reference.cell));
+      const auto& spec = compiled->cells.emplace_back(ParseCellName(names_, reference.cell));
+      if (spec && spec->ordinal != 0) counted_sections_.insert(spec->section);
       if (reference.scope != Reference::Scope::kSelf) compiled->crosses = true;
     }
     compiled->parent_point = ContainsNoCase(text, "PAR(");

@@ -189,6 +189,102 @@ std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& goi
   return result;
 }
 
+std::string LiveDocument::WithoutRow(LiveSheet& live, LiveSheet& from, std::string_view text,
+                                     uint16_t section, size_t position) {
+  const size_t gone = position + 1;  // formulas count from 1
+  std::string out;
+  for (size_t i = 0; i < text.size();) {
+    size_t end = i + 1;
+    if (text[i] == '"') {
+      end = QuoteEnd(text, i);
+    } else if (IsNameByte(text[i]) || text[i] == '\'') {
+      end = std::max(WordEnd(text, i), i + 1);
+    }
+    const std::string_view word = text.substr(i, end - i);
+    i = end;
+    const size_t sign = text[end - word.size()] == '"' ? std::string_view::npos : word.rfind('!');
+    const std::string_view cell = word.substr(sign == std::string_view::npos ? 0 : sign + 1);
+    const auto spec = cell.size() > 2 && cell.find('.') != std::string_view::npos
+                          ? ParseCellName(names_, cell)
+                          : std::nullopt;
+    const bool counted = spec && spec->section == section && spec->ordinal >= gone &&
+                         (spec->row == CellSpec::Row::kOrdinal ||
+                          (spec->row == CellSpec::Row::kNamedOrOrdinal &&
+                           !Rows(live, section).Find(CellAddress::kNamedRow | spec->row_name)));
+    Sheet* target = from.sheet;
+    if (counted && sign != std::string_view::npos) {
+      const CompiledFormula& reference = Compile(word);
+      target = reference.formula && reference.cells.size() == 1
+                   ? Target(from, *from.sheet, reference.formula->references()[0])
+                   : nullptr;
+    }
+    if (!counted || target != live.sheet) {
+      out += word;
+    } else if (spec->ordinal == gone) {
+      out += "REF()";
+    } else {
+      // The last digits, but for "Row_3.X" whose column may end in digits, too.
+      const size_t row =
+          spec->row == CellSpec::Row::kNamedOrOrdinal ? word.rfind('.') : word.size();
+      const size_t last = word.find_last_of("0123456789", row);
+      const size_t first = word.find_last_not_of("0123456789", last) + 1;
+      out += word.substr(0, first);
+      out += std::to_string(spec->ordinal - 1);
+      out += word.substr(last + 1);
+    }
+  }
+  return out;
+}
+
+std::vector<uint32_t> LiveDocument::RenumberReferences(LiveSheet& live, uint16_t section,
+                                                       size_t position) {
+  RowList& rows = Rows(live, section);
+  const SectionInfo& info = *FindSection(static_cast<int16_t>(section));
+  std::vector<uint32_t> found;
+  std::unordered_set<uint32_t> seen;
+  const SelfGraph& graph = Graph(*live.sheet);
+  // In geometry the number is the row's own index, which stays.
+  if (info.style == RowStyle::kGeometry || !counted_sections_.contains(section)) return found;
+  CellAddress cell;
+  cell.section = section;
+  const uint32_t gone = rows[position].key;
+  const auto note = [&](uint32_t index) {
+    const CellAddress& place = nodes_[index].address;
+    const bool goes = nodes_[index].sheet == &live && place.section == section && place.row == gone;
+    if (!goes && seen.insert(index).second) found.push_back(index);
+  };
+  for (size_t at = position; at < rows.size(); ++at) {
+    cell.row = rows[at].key;
+    for (size_t column = 0; column < info.columns.size(); ++column) {
+      ++work.cells;
+      cell.column = static_cast<uint16_t>(column);
+      if (const auto own = graph.dependents.find(cell.Packed()); own != graph.dependents.end()) {
+        for (const CellAddress& address : own->second) note(NodeOf(live, address));
+      }
+      const auto node = node_ids_.find({&live, cell.Packed()});
+      if (node == node_ids_.end()) continue;
+      for (const uint32_t dependent : nodes_[node->second].dependents) {
+        if (dependent != kNoNode && nodes_[dependent].sheet != &live) note(dependent);
+      }
+    }
+  }
+  std::vector<uint32_t> changed;
+  for (const uint32_t index : found) {
+    LiveSheet& from = *nodes_[index].sheet;
+    const ResolvedCell place = Resolve(from, nodes_[index].address);
+    // A master's formula stays as it is: other instances use it.
+    if (place.local == nullptr || place.local->formula_state != FormulaState::kOwn) continue;
+    const std::string text = WithoutRow(live, from, place.local->formula, section, position);
+    if (text == place.local->formula) continue;
+    Value(index);
+    place.local->formula = model_.arena.Keep(text);
+    place.local->changed = true;
+    Mark(*from.sheet);
+    changed.push_back(index);
+  }
+  return changed;
+}
+
 void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
   sheet.erased = true;
   if (sheet.live != nullptr) {
