@@ -15,6 +15,9 @@
 
 #include "platform/ref.h"
 
+// Interfaces of the automation border have no destructor: Release ends an object.
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+
 // Texts pass between the two kinds of 16-bit unit by reinterpretation.
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
 

@@ -1,0 +1,120 @@
+#include "platform/com/collection_client.h"
+
+#include <utility>
+
+#include "platform/com/error_mapping.h"
+#include "platform/com/late_binding.h"
+#include "platform/error.h"
+
+namespace ohmwise::com {
+
+namespace {
+
+/// Error information belongs to a failed call only if the object says that it supplies it.
+[[noreturn]] void RaiseDualFailure(IUnknown* object, HRESULT result) {
+  const Ref<ISupportErrorInfo> supports = Query<ISupportErrorInfo>(object);
+  if (supports && supports->InterfaceSupportsErrorInfo(kKeyedCollection) == S_OK) {
+    EXCEPINFO exception{};
+    result = FillException(result, &exception);
+    RaiseInvokeFailure(result, exception);
+  }
+  Check(result);
+  Raise(Err::kHost);  // a success code that is none
+}
+
+class CollectionClient final : public Client<Collection, Kind::kCollection> {
+ public:
+  CollectionClient(Ref<IDispatch> object, Ref<KeyedCollection> dual)
+      : Client(std::move(object)), dual_(std::move(dual)) {}
+
+  bool IsCollection() {
+    return dual_ || (late_.Has(Member::kCount) && late_.Has(Member::kItem) &&
+                     late_.Has(Member::kAdd) && late_.Has(Member::kRemove));
+  }
+
+  int32_t Count() override {
+    if (!dual_) return late_.Number(Member::kCount);
+    LONG count = 0;
+    Demand(dual_->Count(&count));
+    return static_cast<int32_t>(count);
+  }
+  Value Item(int32_t position) override { return ItemAt(position); }
+  Value Item(std::u16string_view key) override { return ItemAt(key); }
+
+  void Add(const Value& item, std::optional<std::u16string_view> key) override {
+    Insert(item, key, Omitted{}, Omitted{});
+  }
+  void AddBefore(const Value& item, std::optional<std::u16string_view> key,
+                 int32_t position) override {
+    Insert(item, key, position, Omitted{});
+  }
+  void AddAfter(const Value& item, std::optional<std::u16string_view> key,
+                int32_t position) override {
+    Insert(item, key, Omitted{}, position);
+  }
+  void Remove(int32_t position) override { RemoveAt(position); }
+  void Remove(std::u16string_view key) override { RemoveAt(key); }
+
+ private:
+  void Demand(HRESULT result) {
+    if (result != S_OK) RaiseDualFailure(dual_.get(), result);
+  }
+  template <class Where>
+  Value ItemAt(const Where& where) {
+    if (!dual_) return FromVariant(late_.Call(Member::kItem, where).get());
+    Variant index, item;
+    Fill(index.get(), where);
+    Demand(dual_->Item(&index.get(), item.Fresh()));
+    return FromVariant(item.get());
+  }
+  template <class Where>
+  void RemoveAt(const Where& where) {
+    if (!dual_) {
+      late_.Call(Member::kRemove, where);
+      return;
+    }
+    Variant index;
+    Fill(index.get(), where);
+    Demand(dual_->Remove(&index.get()));
+  }
+  template <class Before, class After>
+  void Insert(const Value& item, std::optional<std::u16string_view> key, const Before& before,
+              const After& after) {
+    Variant what, name, first, second;
+    Fill(what.get(), item);
+    if (key) {
+      Fill(name.get(), *key);
+    } else {
+      Fill(name.get(), Omitted{});
+    }
+    Fill(first.get(), before);
+    Fill(second.get(), after);
+    if (dual_) {
+      Demand(dual_->Add(&what.get(), &name.get(), &first.get(), &second.get()));
+    } else {
+      late_.Call(Member::kAdd, what.get(), name.get(), first.get(), second.get());
+    }
+  }
+
+  Ref<KeyedCollection> dual_;
+};
+
+}  // namespace
+
+CollectionRef AsCollection(const ObjectRef& object) {
+  if (!object) return nullptr;
+  if (auto* own = dynamic_cast<Collection*>(object.get())) return CollectionRef::Share(own);
+  const auto* foreign = dynamic_cast<const Foreign*>(object.get());
+  if (!foreign) Raise(Err::kTypeMismatch);
+  Ref<KeyedCollection> dual;
+  static_cast<void>(
+      foreign->dispatch()->QueryInterface(kKeyedCollection, Receive<KeyedCollection>(dual)));
+  auto client =
+      MakeRef<CollectionClient>(Ref<IDispatch>::Share(foreign->dispatch()), std::move(dual));
+  if (!client->IsCollection()) Raise(Err::kTypeMismatch);
+  return client;
+}
+
+CollectionRef AsCollection(IDispatch* object) { return AsCollection(FromDispatch(object)); }
+
+}  // namespace ohmwise::com
