@@ -35,7 +35,8 @@ install_missing() {
 # What the program itself is built with and from; docs/dependencies.md gives the reasons.
 build_packages=(
   cmake ninja-build g++ ccache pkg-config
-  libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev libpq-dev libcli11-dev nlohmann-json3-dev)
+  libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev libpq-dev mdbtools-dev libcli11-dev
+  nlohmann-json3-dev)
 
 # What the tests need besides.
 test_packages=(

@@ -384,10 +384,16 @@ TEST_P(CatalogueTest, FindsComponentsByBeginningsOfWords) {
     std::u16string keys;
   } searches[] = {
       {u"contact", u"3;2;4;"},  // the word before its beginnings, the name before the brand
-      {u"CONTACTA", u"4;"},    {u"vc-09", u"2;3;"},  // a model that is the text before an order
-                                                     // code that begins so
-      {u"VC-09.1", u"3;"},     {u"nord block", u"3;"}, {u"schü ωm", u"5;"},      {u"s'1 (n", u"5;"},
-      {u"relay nowhere", u""}, {u" '\"*:- ", u""},     {u"\" OR name : *", u""},
+      {u"CONTACTA", u"4;"},
+      {u"vc-09", u"2;3;"},  // a model that is the text before an order
+                            // code that begins so
+      {u"VC-09.1", u"3;"},
+      {u"nord block", u"3;"},
+      {u"schü ωm", u"5;"},
+      {u"s'1 (n", u"5;"},
+      {u"relay nowhere", u""},
+      {u" '\"*:- ", u""},
+      {u"\" OR name : *", u""},
   };
   for (const auto& row : searches) EXPECT_EQ(find(row.text), row.keys) << ToUtf8(row.text);
   EXPECT_EQ(find(u"c", 1).size(), 2u);

@@ -162,8 +162,8 @@ SqliteSession::SqliteSession(const std::filesystem::path& path,
   // A double-quoted name that is no column is an error and never a text.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-  // Triggers keep the search index, so the schema has to be trusted that far; it reaches no function
-  // of ours, and the engine's own are harmless.
+  // Triggers keep the search index, so the schema has to be trusted that far; it reaches no
+  // function of ours, and the engine's own are harmless.
   sqlite3_create_collation(handle, kTextCollation, SQLITE_UTF8, nullptr, Compare);
   const int pure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY;
   sqlite3_create_function(handle, kFoldFunction, 1, pure, nullptr, Fold, nullptr, nullptr);
