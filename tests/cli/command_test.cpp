@@ -69,7 +69,8 @@ TEST(IndexCommandTest, JsonHasExactlyItsMembers) {
   EXPECT_EQ(Keys(index["changes"][0]), (Names{"page", "shape", "cell", "formula"}));
   EXPECT_EQ(Keys(index["messages"][0]), (Names{"title", "text", "icon"}));
   for (const auto& [uid, shape] : index["shapes"].items()) {
-    EXPECT_EQ(Keys(shape), (Names{"page", "pageId", "name", "nameU", "type", "text", "reference"}));
+    EXPECT_EQ(Keys(shape),
+              (Names{"page", "pageId", "name", "nameU", "type", "text", "reference", "location"}));
   }
   // Whatever a list names is among the shapes.
   std::set<std::string> named;
@@ -265,7 +266,7 @@ TEST(CommandTest, FailureIsOneAndOneSentence) {
 TEST(CommandTest, HelpShowsAnExampleForEach) {
   EXPECT_EQ(Ohmwise({"--version"}).out, "ohmwise " OHMWISE_TESTED_VERSION "\n");
   EXPECT_EQ(Ohmwise({"--help"}).exit_code, 0);
-  for (const char* command : {"index", "cell", "text", "move"}) {
+  for (const char* command : {"index", "cell", "text", "move", "labels", "page"}) {
     EXPECT_NE(Ohmwise({"--help"}).out.find(command), std::string::npos);
     const ProgramResult help = Ohmwise({command, "--help"});
     EXPECT_EQ(help.exit_code, 0);

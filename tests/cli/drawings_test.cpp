@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <vector>
 
 #include "tests/cli/program.h"
 
@@ -55,6 +57,42 @@ TEST(RealDrawingsTest, ASavedSampleOpensInLibreOffice) {
   const std::string picture = FileBytes(folder.Path("picture/saved.svg"));
   EXPECT_NE(picture.find("Power circuit"), std::string::npos);
   EXPECT_NE(picture.find("M 3~"), std::string::npos);
+}
+
+TEST(RealDrawingsTest, LibreOfficeShowsTheLabelsAsComputed) {
+  for (const char* program : {"soffice", "pdftotext"}) {
+    if (RunProgram(program, {"--version"}).exit_code == 127) {
+      GTEST_SKIP() << program << " is not installed";
+    }
+  }
+  const SampleFolder folder;
+  const std::string file = folder.drawing();
+  for (const std::vector<std::string>& step :
+       {std::vector<std::string>{"labels", file, "--save"},
+        {"move", file, "Signals", "Make contact", "130 mm", "90 mm", "--save"},
+        {"page", file, "rename", "Signals", "Schütz / 'K1'", "--save"},
+        {"page", file, "delete", "Inputs and terminals", "--save"}}) {
+    const ProgramResult result = Ohmwise(step);
+    ASSERT_EQ(result.exit_code, 0) << result.err;
+  }
+  const ProgramResult office =
+      RunProgram("soffice",
+                 {"-env:UserInstallation=file://" + folder.Path("profile"), "--headless",
+                  "--convert-to", "pdf", "--outdir", folder.Path("picture"), file},
+                 {"HOME=" + folder.Path("home")});
+  ASSERT_EQ(office.exit_code, 0) << office.err;
+  // Page 2 has the labels. Each line of theirs is shown once and nothing else that looks like one.
+  const ProgramResult text = RunProgram(
+      "pdftotext", {"-f", "2", "-l", "2", "-layout", folder.Path("picture/sample.pdf"), "-"});
+  std::vector<std::string> shown;
+  std::istringstream words(text.out);
+  for (std::string word; words >> word;) {
+    if ((word.size() > 2 && word[0] == '/') || word.find('#') != word.npos) shown.push_back(word);
+  }
+  std::sort(shown.begin(), shown.end());
+  EXPECT_EQ(shown,
+            (std::vector<std::string>{"/1.C2", "/1.C5", "/2.B2", "/2.B4", "/2.B7", "/2.C2", "/2.C5",
+                                      "/2.D7", "/2.D8", "/3.B4", "/3.D3", "/3.D7"}));
 }
 
 }  // namespace

@@ -143,6 +143,7 @@ TEST_F(LocationLabelTest, RowsReferToTargetsHereByNameAndElsewhereThroughTheirPa
                 Result(u"Label", u"Scratch.C2"),
             u"2 - E-5");
   EXPECT_EQ(Link(0), u"Page%201/Relay.1");
+  EXPECT_EQ(Result(u"Label", u"Hyperlink.Go1.Description"), u"T197 K1");
   EXPECT_EQ(Link(1), u"A%2fB's%20c/Main relay");
 }
 
@@ -251,6 +252,12 @@ TEST_F(LocationLabelTest, LocTypeChoosesWhatThePlacesShow) {
   EXPECT_EQ(drawing.Shape(u"L0")->Cells(u"Fields.Format")->Formula(), u"FIELDPICTURE(0)");
   drawing.drawing().Move(drawing.Shape(u"Main relay"), 1, 1);
   EXPECT_EQ(Result(u"L1.77", u"Fields.Value"), u"/2.C3");
+  // A target with a text field is named after it; a place that is no longer needed shows nothing.
+  drawing.Shape(u"Relay.1")->AddRow(section::kTextField, -2, row_tag::kDefault);
+  drawing.Shape(u"Relay.1")->Cells(u"Fields.Value")->SetFormula(u"\"coil\"");
+  index_.Remove(drawing.Shape(u"Main relay"));
+  EXPECT_EQ(Result(u"L1.77", u"Fields.Value"), u"");
+  EXPECT_EQ(Result(u"Label", u"Hyperlink.Go1.Description"), u"T197 coil");
 }
 
 TEST_F(LocationLabelTest, RowsBeyondThePlacesAreWrittenAndLeftoversGo) {
