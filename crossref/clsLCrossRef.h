@@ -70,8 +70,11 @@ class clsLCrossRef {
 
   // Location labels (location_labels.cpp) --------------------------------------------------------
   void AddAutoLoc(const ShapeRef& shpActive);
+  /// Takes the label out of the entry of its text. Its rows stay: it is about to go itself, or it
+  /// is filed anew and written then.
   void RemoveAutoLoc(const ShapeRef& shpActive);
-  /// Makes the label follow a reference. A failure leaves it as far as it had come.
+  /// Writes a row for each shape of the reference, takes leftover rows away and files the label
+  /// under its text, whatever entry it was in. A failure leaves it as far as it had come.
   void SetAutoLoc(const ShapeRef& shpActive, std::u16string_view tRef);
   /// Makes the labels of the old reference follow the new one.
   void SyncAutoLoc(const CollectionRef& tcolAutoLoc, std::u16string_view OldRef,

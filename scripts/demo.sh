@@ -43,14 +43,22 @@ run "$ohmwise" index out/renamed.vsdx --save >out/renamed-index.txt
 grep -E 'Reference  |K1(0)? |Saved' out/renamed-index.txt
 "$ohmwise" index out/renamed.vsdx --json >out/renamed-index.json
 
-say "A contact is moved; the location labels that name it follow"
+say "Location labels are written: where the shapes of a reference are"
+run "$ohmwise" labels out/renamed.vsdx --save
+
+say "A contact is moved; the location labels that name it follow by formula"
 run "$ohmwise" move out/renamed.vsdx Signals 'Make contact' '60 mm' '125 mm' --output out/moved.vsdx
+
+say "Its page gets another name and the last page goes: links stay right, labels get shorter"
+run "$ohmwise" page out/moved.vsdx rename Signals "Signals / it's lamps" --save
+run "$ohmwise" page out/moved.vsdx delete 'Inputs and terminals' --save
+run "$ohmwise" labels out/moved.vsdx
 
 say "Results"
 cat <<END
 out/motor-starter.vsdx   the sample drawing, as it was
 out/renamed.vsdx         K10 on the coil, texts and reference cells in step
 out/renamed-index.txt    its index as a table, out/renamed-index.json as JSON
-out/moved.vsdx           the same with one contact moved
+out/moved.vsdx           the same with one contact moved, one page renamed, one deleted
 Demo finished: the drawings in out/ open in LibreOffice Draw and Microsoft Visio.
 END
