@@ -31,8 +31,9 @@
 namespace ohmwise::embedded {
 namespace {
 
-constexpr size_t kLongestText = size_t{1} << 20;
-constexpr rlim_t kReaderMemory = rlim_t{2} << 30;
+// Forms take 65,535 characters; the library takes this much memory for every text.
+constexpr size_t kLongestText = size_t{256} << 10;
+[[maybe_unused]] constexpr rlim_t kReaderMemory = rlim_t{2} << 30;
 constexpr rlim_t kReaderSeconds = 60;
 constexpr std::chrono::seconds kReaderPatience{120};
 // What one file may grow to: texts of one byte per unit in the file become one byte of UTF-8, so
@@ -106,10 +107,10 @@ std::vector<bool> Nulls(MdbHandle* file, MdbTableDef* table) {
   int start = 0;
   size_t size = 0;
   if (mdb_find_row(file, static_cast<int>(table->cur_row) - 1, &start, &size) != 0) return nulls;
-  std::vector<MdbField> fields(table->num_cols + 1);
-  const int count = mdb_crack_row(table, start & 0x1fff, size, fields.data());
-  for (int i = 0; i < count; ++i) {
-    const MdbField& field = fields[static_cast<size_t>(i)];
+  std::vector<MdbField> fields(table->num_cols);
+  // What comes back counts the row's fields, with those of dropped columns.
+  if (mdb_crack_row(table, start & 0x1fff, size, fields.data()) < 0) return nulls;
+  for (const MdbField& field : fields) {
     if (field.colnum >= 0 && static_cast<unsigned int>(field.colnum) < table->num_cols) {
       nulls[static_cast<size_t>(field.colnum)] = field.is_null != 0;
     }
