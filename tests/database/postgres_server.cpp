@@ -73,7 +73,7 @@ int FreePort() {
 
 }  // namespace
 
-PostgresServer::PostgresServer() {
+PostgresServer::PostgresServer(Durability durability) : durability_(durability) {
   const fs::path programs = ServerPrograms();
   if (programs.empty()) {
     failure_ = "no PostgreSQL server is installed";

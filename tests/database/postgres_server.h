@@ -11,7 +11,9 @@ namespace ohmwise::testing {
 /// 127.0.0.1. It ends with this object, and should this process be killed, with the process.
 class PostgresServer {
  public:
-  PostgresServer();
+  /// Tests care for what a killed client leaves behind, not for power cuts of the server.
+  enum class Durability { kMemory, kDisk };
+  explicit PostgresServer(Durability durability = Durability::kMemory);
   ~PostgresServer();
   PostgresServer(const PostgresServer&) = delete;
   PostgresServer& operator=(const PostgresServer&) = delete;
@@ -24,6 +26,7 @@ class PostgresServer {
  private:
   bool Start(const std::filesystem::path& programs);
 
+  Durability durability_;
   std::filesystem::path folder_;
   std::string failure_;
   pid_t process_ = -1;
