@@ -1,3 +1,4 @@
+#include "platform/embedded/drawing/cell_names.h"
 #include "tests/drawing/fixture.h"
 
 namespace ohmwise::testing {
@@ -199,6 +200,31 @@ TEST_F(CellNameTest, RowsAreAddedAndRemoved) {
   EXPECT_FALSE(shape->CellExists(u"User.Ref", false));
   EXPECT_TRUE(shape->CellExists(u"User.Group", false));
   EXPECT_NE(Refusal([&] { shape->DeleteRow(section::kUser, 1); }), "");
+}
+
+TEST(NameTableTest, NamesThatDifferInCaseAloneAreOneName) {
+  const struct {
+    const char* first;
+    const char* second;
+    bool same;
+  } kNames[] = {
+      {"Relay_7", "rELAY_7", true},
+      {"K\u00E4fer", "K\u00C4FER", true},
+      {"\u0420\u0435\u043B\u0435 1", "\u0440\u0415\u041B\u0415 1", true},
+      {"\u0420\u0435\u043B\u0435", "\u041A\u043B\u044E\u0447", false},
+      {"\u5F00\u5173", "\u7EE7\u7535", false},
+      {"", "a", false},
+  };
+  embedded::NameTable names;
+  for (const auto& row : kNames) {
+    EXPECT_EQ(names.Intern(row.first) == names.Intern(row.second), row.same) << row.first;
+  }
+  // Letters outside ASCII that fold into it, if any do: the table agrees with the comparison.
+  for (const char* letter : {"\u212A", "\u017F", "\u0130", "\u0131"}) {
+    for (const char* plain : {"k", "K", "s", "S", "i", "I"}) {
+      EXPECT_EQ(names.Intern(letter) == names.Intern(plain), embedded::SameName(letter, plain));
+    }
+  }
 }
 
 }  // namespace

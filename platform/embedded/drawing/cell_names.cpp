@@ -458,12 +458,18 @@ bool SameName(std::string_view a, std::string_view b) noexcept {
   return a.size() == b.size();
 }
 
-size_t NameTable::Hash::operator()(std::string_view name) const noexcept {
-  // Letters outside ASCII count alike: folding may change their bytes, not their number of units.
+size_t NameTable::Hash::operator()(std::string_view name) const {
   uint64_t hash = 1469598103934665603ull;
-  for (const char c : name) {
-    if (!IsAscii(c)) continue;
-    hash = (hash ^ static_cast<unsigned char>(Lower(c))) * 1099511628211ull;
+  const auto add = [&](char16_t unit) { hash = (hash ^ unit) * 1099511628211ull; };
+  if (std::all_of(name.begin(), name.end(), IsAscii)) {
+    for (const char c : name) add(static_cast<unsigned char>(Lower(c)));
+    return hash;
+  }
+  // By folded units, so that names in other scripts do not all fall together; some letters outside
+  // ASCII fold into it.
+  for (const char16_t unit : FromUtf8(name)) {
+    const char16_t folded = FoldCase(unit);
+    add(folded < 0x80 ? static_cast<unsigned char>(Lower(static_cast<char>(folded))) : folded);
   }
   return hash;
 }

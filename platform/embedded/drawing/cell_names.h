@@ -26,7 +26,7 @@ class NameTable {
  private:
   struct Hash {
     using is_transparent = void;
-    size_t operator()(std::string_view name) const noexcept;
+    size_t operator()(std::string_view name) const;
   };
   struct Equal {
     using is_transparent = void;
