@@ -331,7 +331,7 @@ void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::
   const uint32_t index = NodeOf(live, address);
   const FormulaValue before = Value(index);
   Unprepare(index);
-  typed_.erase(index);
+  bool typed = false;
   std::optional<FormulaValue> constant;
   if (compiled == nullptr) {
     const ObjectCellInfo* info = address.IsObject() ? FindObjectCell(address.column) : nullptr;
@@ -355,8 +355,10 @@ void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::
     if (IsLiteral(text, value)) {
       constant = std::move(value);
       typed_[index] = model_.arena.Keep(text);
+      typed = true;
     }
   }
+  if (!typed) typed_.erase(index);
   if (constant) {
     WriteConstant(live, address, *constant);
   } else {

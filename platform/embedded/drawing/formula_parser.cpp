@@ -696,7 +696,10 @@ std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSynt
     return nullptr;
   }
   const Code* code = program.get();
-  if (codes != nullptr) code = &codes->Share(std::move(static_cast<Code&>(*program)));
+  // Without references there is nothing that others would do with other cells.
+  if (codes != nullptr && !program->references.empty()) {
+    code = &codes->Share(std::move(static_cast<Code&>(*program)));
+  }
   return std::unique_ptr<const Formula>(new Formula(std::move(program), code));
 }
 
