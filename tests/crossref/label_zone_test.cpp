@@ -159,7 +159,7 @@ TEST_F(LocationLabelTest, RowsFollowTheirTargetsWithoutBeingWrittenAgain) {
               {-0.5, 26.5, u"AB-2"},
               {1, -0.5, u" - C3"}};
   for (const auto& row : rows) {
-    drawing.drawing().Move(drawing.Shape(u"Main relay"), row.x, row.y);
+    drawing.Move(drawing.Shape(u"Main relay"), row.x, row.y);
     EXPECT_EQ(Result(u"Label", u"Scratch.B2") + Result(u"Label", u"Scratch.C2"), row.shown);
   }
 }
@@ -250,7 +250,7 @@ TEST_F(LocationLabelTest, LocTypeChoosesWhatThePlacesShow) {
     EXPECT_EQ(Result(u"L1.77", u"Fields.Value"), row.second) << row.type;
   }
   EXPECT_EQ(drawing.Shape(u"L0")->Cells(u"Fields.Format")->Formula(), u"FIELDPICTURE(0)");
-  drawing.drawing().Move(drawing.Shape(u"Main relay"), 1, 1);
+  drawing.Move(drawing.Shape(u"Main relay"), 1, 1);
   EXPECT_EQ(Result(u"L1.77", u"Fields.Value"), u"/2.C3");
   // A target with a text field is named after it; a place that is no longer needed shows nothing.
   drawing.Shape(u"Relay.1")->AddRow(section::kTextField, -2, row_tag::kDefault);

@@ -154,7 +154,7 @@ TEST(MiscOnDrawingTest, GluedWiresKnowTheirEnds) {
   drawing.SetCell(coil, u"User.Ref", u"\"K7\"");
   misc.SetPinSet(coil, 1);
   AddPoint(coil, u"\"1,A1\"");
-  drawing.drawing().Glue(wire, u"EndX", coil, 0);
+  drawing.Glue(wire, u"EndX", coil, 0);
   misc.DetectConnection(wire);
   EXPECT_EQ(wire->Cells(u"User.End")->ResultText(), u"K7:A1");
   EXPECT_FALSE(wire->CellExists(u"User.Begin", false));

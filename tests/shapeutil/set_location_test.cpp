@@ -84,7 +84,7 @@ TEST_F(SetLocationTest, FormulasReferToTheTargetHereByItsNameAndElsewhereThrough
   EXPECT_EQ(label->RowCount(section::kScratch), 2);
   EXPECT_EQ(label->RowCount(section::kHyperlink), 1);
   // Without any of this code.
-  drawing.drawing().Move(drawing.Shape(u"Main \"relay\" {i}"), -1.8, -2.5);
+  drawing.Move(drawing.Shape(u"Main \"relay\" {i}"), -1.8, -2.5);
   EXPECT_EQ(Result(u"Fields.Value"), u"/3. - E-3");
   drawing.Page(u"A/B's \"c\" {T}")->SetName(u"Schütz / 'K1'");
   EXPECT_EQ(Result(u"User.Link"), u"Schütz%20%2f%20'K1'/Main \"relay\" {i}");

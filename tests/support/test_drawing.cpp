@@ -84,7 +84,7 @@ void TestDrawing::FillCells(const ShapeSpec& spec) {
 
 ShapeRef TestDrawing::Shape(std::u16string_view name) {
   for (const auto& [shape, page] : places_) {
-    if (shape == name) return drawing_->FindShape(page, shape);
+    if (shape == name) return Door::Current().Outside(drawing_->FindShape(page, shape));
   }
   Raise(Err::kHost, u"the test has no such shape");
 }
@@ -92,9 +92,9 @@ ShapeRef TestDrawing::Shape(std::u16string_view name) {
 void TestDrawing::DeclareIndex() {
   for (const char16_t* member : {u"colRefShape", u"colShapeRef", u"colAutoLoc", u"colLZone",
                                  u"colPageTerm", u"colPageNet", u"colUNetName", u"colOther"}) {
-    document()->Put(member, Value(MakeCollection()));
+    document()->Put(member, Value(Door::Current().MakeModuleCollection()));
   }
-  Index(u"colOther")->Add(Value(MakeCollection()), u"TBlock");
+  Index(u"colOther")->Add(Value(Door::Current().MakeModuleCollection()), u"TBlock");
 }
 
 CollectionRef TestDrawing::Entry(std::u16string_view member, std::u16string_view key) {
@@ -110,6 +110,16 @@ std::u16string TestDrawing::Names(std::u16string_view member, std::u16string_vie
 }
 
 CollectionRef TestDrawing::TitleBlocks() { return Entry(u"colOther", u"TBlock"); }
+
+void TestDrawing::Move(const ShapeRef& shape, double x, double y) {
+  drawing_->Move(Door::Current().Inside(shape), x, y);
+}
+
+void TestDrawing::Glue(const ShapeRef& from, std::u16string_view from_cell, const ShapeRef& to,
+                       int connection_row) {
+  Door& door = Door::Current();
+  drawing_->Glue(door.Inside(from), from_cell, door.Inside(to), connection_row);
+}
 
 void TestDrawing::SetCell(const ShapeRef& shape, std::u16string_view cell,
                           std::u16string_view formula) {

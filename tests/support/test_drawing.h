@@ -14,6 +14,7 @@
 #include "platform/drawing.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/host.h"
+#include "tests/support/door.h"
 #include "tests/support/test_host.h"
 
 namespace ohmwise::testing {
@@ -45,7 +46,7 @@ class TestDrawing {
 
   TestHost& host() { return host_; }
   embedded::Drawing& drawing() { return *drawing_; }
-  DocumentRef document() { return drawing_->document(); }
+  DocumentRef document() { return Door::Current().Outside(drawing_->document()); }
   PageRef Page(std::u16string_view name) { return document()->Pages()->Item(name); }
   /// By name on any page.
   ShapeRef Shape(std::u16string_view name);
@@ -58,6 +59,11 @@ class TestDrawing {
   /// Names of the shapes of an entry, joined by blanks; "-" when there is no such entry.
   std::u16string Names(std::u16string_view member, std::u16string_view key);
   CollectionRef TitleBlocks();
+
+  /// As a drag and a glued wire end do it.
+  void Move(const ShapeRef& shape, double x, double y);
+  void Glue(const ShapeRef& from, std::u16string_view from_cell, const ShapeRef& to,
+            int connection_row);
 
   /// Writes a cell, making its row when missing.
   void SetCell(const ShapeRef& shape, std::u16string_view cell, std::u16string_view formula);
@@ -87,6 +93,7 @@ class DrawingTest : public ::testing::Test {
   void TearDown() override {
     drawing_.reset();
     EXPECT_EQ(LiveObjectCount(), objects_at_start_);
+    EXPECT_EQ(Door::Current().LiveForeignObjects(), 0);
   }
   TestDrawing& Open(const std::vector<PageSpec>& pages,
                     const std::vector<std::u16string>& masters = {}) {

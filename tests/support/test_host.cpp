@@ -6,10 +6,13 @@
 #include "platform/database.h"
 #include "platform/error.h"
 #include "platform/text.h"
+#include "tests/support/door.h"
 
 namespace ohmwise::testing {
 
 namespace {
+
+Door* installed_door = nullptr;
 
 class FakeConnection : public Connection {
  public:
@@ -98,6 +101,23 @@ void TestHost::ShowMessageBox(std::u16string_view text, std::u16string_view titl
 std::unique_ptr<MessageWindow> TestHost::MakeMessageWindow(const MessageFormLayout&) {
   return std::make_unique<RecordingWindow>(*this);
 }
+
+CollectionRef TestHost::AsCollection(const ObjectRef& object) {
+  if (CollectionRef foreign = Door::Current().ForeignCollection(object)) return foreign;
+  return Host::AsCollection(object);
+}
+
+ShapeRef TestHost::AsShape(const ObjectRef& object) {
+  if (ShapeRef foreign = Door::Current().ForeignShape(object)) return foreign;
+  return Host::AsShape(object);
+}
+
+Door& Door::Current() {
+  static Door direct;
+  return installed_door ? *installed_door : direct;
+}
+
+void Door::Install(Door& door) { installed_door = &door; }
 
 std::u16string TestHost::Text(int32_t number) const {
   const auto found = texts.find(number);

@@ -28,6 +28,8 @@ class TestHost : public Host {
                       MessageIcon icon) override;
   std::unique_ptr<MessageWindow> MakeMessageWindow(const MessageFormLayout& layout) override;
   void ProcessEvents() override {}
+  CollectionRef AsCollection(const ObjectRef& object) override;
+  ShapeRef AsShape(const ObjectRef& object) override;
 
   /// The text that the language database gives for a number.
   std::u16string Text(int32_t number) const;
