@@ -4,12 +4,11 @@ namespace ohmwise::com {
 
 std::span<const ClassEntry* const> PublicClasses() {
   static constexpr const ClassEntry* kClasses[] = {
-      &kClsLCrossRef, &kClsTBlockObj, &kClsLMisc,          &kClsLDB,           &kClsLCmpRec,
-      &kClsLLayShape, &kClsLSettings, &kClsLLang,          &kClsLMssg,         &kClsLSort,
-      &kClsLOSort,    &kClsLSortComp, &kClsLSortShapeText, &kClsLSortLayShape, &kClsLExport};
+      &clsLCrossRefClass,      &clsTBlockObjClass,     &clsLMiscClass,     &clsLDBClass,
+      &clsLCmpRecClass,        &clsLLayShapeClass,     &clsLSettingsClass, &clsLLangClass,
+      &clsLMssgClass,          &clsLSortClass,         &clsLOSortClass,    &clsLSortCompClass,
+      &clsLSortShapeTextClass, &clsLSortLayShapeClass, &clsLExportClass};
   return kClasses;
 }
-
-const ClassEntry& CollectionClass() { return kCollection; }
 
 }  // namespace ohmwise::com

@@ -3,13 +3,12 @@
 
 #include "platform/collection.h"
 #include "platform/com/server/classes.h"
-#include "platform/com/server/interfaces.h"
-#include "platform/com/server/members.h"
 #include "platform/error.h"
 
 namespace ohmwise::com {
-namespace collection {
 namespace {
+
+constexpr const char16_t* kSource = u"Collection";
 
 /// For Each: by position, so that the list may change while it is walked.
 class Enumerator final : public IEnumVARIANT {
@@ -42,7 +41,7 @@ class Enumerator final : public IEnumVARIANT {
       }
       if (done < count) result = S_FALSE;
     } catch (...) {
-      result = LeaveWithError(IID_IEnumVARIANT, kCollection.source);
+      result = LeaveWithError(IID_IEnumVARIANT, kSource);
       for (ULONG i = 0; i < done; ++i) VariantClear(&items[i]);
       done = 0;
     }
@@ -55,7 +54,7 @@ class Enumerator final : public IEnumVARIANT {
       walked_ += static_cast<int32_t>(std::min(count, left));
       return count <= left ? S_OK : S_FALSE;
     } catch (...) {
-      return LeaveWithError(IID_IEnumVARIANT, kCollection.source);
+      return LeaveWithError(IID_IEnumVARIANT, kSource);
     }
   }
   HRESULT STDMETHODCALLTYPE Reset() noexcept override {
@@ -69,7 +68,7 @@ class Enumerator final : public IEnumVARIANT {
       *out = new Enumerator(items_, walked_);
       return S_OK;
     } catch (...) {
-      return LeaveWithError(IID_IEnumVARIANT, kCollection.source);
+      return LeaveWithError(IID_IEnumVARIANT, kSource);
     }
   }
 
@@ -107,9 +106,11 @@ constexpr _CollectionVtbl kTable = {
 };
 
 }  // namespace
-}  // namespace collection
 
-const ClassEntry kCollection = DescribeClass<Collection>(
-    CLSID_Collection, IID__Collection, u"Collection", &collection::kTable, nullptr, 2);
+const ClassEntry& CollectionClass() {
+  static const ClassEntry entry =
+      DescribeClass<Collection>(CLSID_Collection, IID__Collection, kSource, &kTable, nullptr, 2);
+  return entry;
+}
 
 }  // namespace ohmwise::com

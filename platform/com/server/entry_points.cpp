@@ -82,9 +82,8 @@ HRESULT Registered(Registration scope) noexcept {
 // The exported functions; their names are the system's.
 extern "C" {
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) {
-    ohmwise::com::SetThisModule(module);
     ohmwise::com::AddFaceMaker(&ohmwise::com::AutomationObject::MakeFace);
   }
   return TRUE;

@@ -19,7 +19,7 @@
 // definition gives the automation types of the entry, the member function its own; what stands
 // here converts between the two, in both directions, and lets no exception out.
 //
-//   const _clsLSortVtbl table = {OHMWISE_DISPATCH_ENTRIES, .Add = Entry<&clsLSort::Add>{}, ...};
+//   const _clsLSortVtbl table = {..., .Add = Entry<&clsLSort::Add>{}, ...};
 namespace ohmwise::com {
 namespace members {
 
@@ -213,20 +213,3 @@ class CommonEntry {
 };
 
 }  // namespace ohmwise::com
-
-// clang-format off
-#define OHMWISE_DISPATCH_ENTRIES                                       \
-  .QueryInterface = CommonEntry<&AutomationObject::QueryInterface>{},  \
-  .AddRef = CommonEntry<&AutomationObject::AddRef>{},                  \
-  .Release = CommonEntry<&AutomationObject::Release>{},                \
-  .GetTypeInfoCount = CommonEntry<&AutomationObject::GetTypeInfoCount>{}, \
-  .GetTypeInfo = CommonEntry<&AutomationObject::GetTypeInfo>{},        \
-  .GetIDsOfNames = CommonEntry<&AutomationObject::GetIDsOfNames>{},    \
-  .Invoke = CommonEntry<&AutomationObject::Invoke>{}
-
-#define OHMWISE_METHOD(name) .name = Entry<&Contract::name>{}
-#define OHMWISE_GET(name) .get_##name = Entry<&Contract::name>{}
-#define OHMWISE_PUT(name) .put_##name = Entry<&Contract::Set##name>{}
-#define OHMWISE_PROPERTY(name) OHMWISE_GET(name), OHMWISE_PUT(name)
-#define OHMWISE_OBJECT_PUT(name) OHMWISE_PUT(name), .putref_##name = Entry<&Contract::Set##name>{}
-// clang-format on

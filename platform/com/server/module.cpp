@@ -4,26 +4,25 @@
 #include <cstdint>
 
 #include "platform/com/error_mapping.h"
+#include "platform/com/own_module.h"
+#include "platform/com/windows.h"
 
 namespace ohmwise::com {
 namespace {
 
 std::atomic<int32_t> locks{0};
-HINSTANCE this_module = nullptr;
 
 }  // namespace
 
 void LockModule() noexcept { ++locks; }
 void UnlockModule() noexcept { --locks; }
 bool ModuleInUse() noexcept { return locks > 0; }
-HINSTANCE ThisModule() noexcept { return this_module; }
-void SetThisModule(HINSTANCE module) noexcept { this_module = module; }
 
 std::wstring ModulePath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
     const DWORD length =
-        GetModuleFileNameW(this_module, path.data(), static_cast<DWORD>(path.size()));
+        GetModuleFileNameW(OwnModule(), path.data(), static_cast<DWORD>(path.size()));
     if (length == 0) Check(HRESULT_FROM_WIN32(GetLastError()));
     if (length < path.size()) {
       path.resize(length);
