@@ -284,6 +284,8 @@ class Planner {
   void SetField(PlannedRow& planned, size_t column, std::u16string_view text) {
     std::u16string& value = planned.article.values[column];
     if (text == value) return;
+    // A new component without one gets the standard shape; the next import is not to take it away.
+    if (text.empty() && table_.columns[column].name == u"LayShape") return;
     std::optional<std::u16string> stored = StoredForm(table_.columns[column], text);
     if (!stored) {
       const bool price = table_.columns[column].kind == ColumnKind::kPrice;

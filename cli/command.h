@@ -34,5 +34,7 @@ void AddLabelsCommand(CLI::App& app, Action& action);
 void AddPageCommand(CLI::App& app, Action& action);
 void AddReportCommand(CLI::App& app, Action& action);
 void AddSettingsCommand(CLI::App& app, Action& action);
+void AddCatalogueCommand(CLI::App& app, Action& action);
+void AddAssignCommand(CLI::App& app, Action& action);
 
 }  // namespace ohmwise::cli

@@ -34,6 +34,8 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddPageCommand(app, action);
   ohmwise::cli::AddReportCommand(app, action);
   ohmwise::cli::AddSettingsCommand(app, action);
+  ohmwise::cli::AddCatalogueCommand(app, action);
+  ohmwise::cli::AddAssignCommand(app, action);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

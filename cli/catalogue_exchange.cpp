@@ -1,0 +1,421 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "catalogue/article_import.h"
+#include "cli/catalogue.h"
+#include "platform/conversion.h"
+#include "platform/embedded/files/atomic_file.h"
+#include "platform/embedded/spreadsheet/text_table.h"
+#include "platform/embedded/spreadsheet/workbook.h"
+#include "platform/embedded/spreadsheet/xlsx_writer.h"
+#include "platform/error.h"
+#include "platform/text.h"
+
+namespace ohmwise::cli {
+namespace {
+
+using catalogue::Article;
+using catalogue::ArticleTable;
+using catalogue::Categories;
+using catalogue::ColumnKind;
+using catalogue::Header;
+using catalogue::ImportPlan;
+using catalogue::kCables;
+using catalogue::kComponents;
+using catalogue::PlannedRow;
+using embedded::TextTable;
+using Outcome = PlannedRow::Outcome;
+
+/// A table of a file, with what its first line says.
+struct Source {
+  std::u16string name;
+  Header header;
+  std::vector<catalogue::SourceRow> rows;
+};
+
+bool EndsWith(const std::string& path, std::u16string_view ending) {
+  const std::u16string text = FromUtf8(path);
+  return text.size() >= ending.size() &&
+         EqualNoCase(std::u16string_view(text).substr(text.size() - ending.size()), ending);
+}
+
+/// What a database may be called, and how the files of the engines begin.
+bool IsDatabase(const std::string& path) {
+  if (path.starts_with("postgresql://") || path.starts_with("postgres://")) return true;
+  const std::string bytes = embedded::ReadWholeFile(path, uint64_t{1} << 40).substr(0, 20);
+  return bytes.starts_with("SQLite format 3") ||
+         bytes.substr(std::min<size_t>(4, bytes.size())).starts_with("Standard ");
+}
+
+bool Named(const std::u16string& cell) { return !TrimSpaces(cell).empty(); }
+
+std::vector<Source> SourcesInTables(const std::string& path, std::vector<TextTable> tables) {
+  std::vector<Source> sources;
+  for (TextTable& table : tables) {
+    // Titles stand in the first line that has more than one cell: some files have a heading.
+    const auto titles =
+        std::find_if(table.rows.begin(), table.rows.end(), [](const TextTable::Row& row) {
+          return std::count_if(row.cells.begin(), row.cells.end(), Named) > 1;
+        });
+    const auto first = titles != table.rows.end() ? titles : table.rows.begin();
+    if (first == table.rows.end()) continue;
+    std::optional<Header> header = catalogue::ReadHeader(first->cells);
+    if (!header) continue;
+    Source& source = sources.emplace_back();
+    source.name = std::move(table.name);
+    source.header = std::move(*header);
+    for (auto row = first + 1; row != table.rows.end(); ++row) {
+      source.rows.push_back({row->line, std::move(row->cells)});
+    }
+  }
+  if (sources.empty()) {
+    Raise(Err::kHost,
+          FromUtf8("\"" + path +
+                   "\" has no line of titles with a name or an order code in it; titles such as "
+                   "Name, Brand, Order, Price tell what the columns are."));
+  }
+  return sources;
+}
+
+/// The tables of another catalogue, in the shape of a file with all columns it has.
+std::vector<Source> SourcesInDatabase(const std::string& path) {
+  clsLDB other;
+  other.OpenDB(FromUtf8(path));
+  std::vector<std::u16string> tables;
+  const RecordsetRef schema = other.connection()->OpenSchema(kSchemaTables);
+  for (; !schema->EndOfFile(); schema->MoveNext()) {
+    tables.push_back(schema->Field(u"TABLE_NAME").ToText());
+  }
+  const auto has = [&](std::u16string_view table) {
+    return std::any_of(tables.begin(), tables.end(),
+                       [&](const std::u16string& name) { return EqualNoCase(name, table); });
+  };
+  std::optional<Categories> categories;
+  if (has(u"CatDB") && has(u"OrgDB")) categories.emplace(other);
+  std::vector<Source> sources;
+  for (const ArticleTable* table : {&kComponents, &kCables}) {
+    if (!has(table->name)) continue;
+    Source& source = sources.emplace_back();
+    source.name = table->name;
+    source.header.table = table;
+    const RecordsetRef records = other.GetSQL(u"SELECT * FROM " + std::u16string(table->name));
+    // Catalogues of former releases lack columns.
+    for (size_t column = 0; column < table->columns.size() && !records->EndOfFile(); ++column) {
+      try {
+        records->Field(table->columns[column].name);
+        source.header.columns.push_back(column);
+      } catch (const AutomationError&) {
+      }
+    }
+    const size_t cells = source.header.columns.size();
+    source.header.key_cell = cells;
+    source.header.columns.emplace_back();
+    if (table == &kComponents && categories) {
+      source.header.category_cell = cells + 1;
+      source.header.columns.emplace_back();
+    }
+    for (size_t line = 1; !records->EndOfFile(); records->MoveNext(), ++line) {
+      const int32_t key = records->Field(table->key).ToInt32();
+      catalogue::SourceRow row{line, {}};
+      for (size_t cell = 0; cell < cells; ++cell) {
+        const Value value = records->Field(table->columns[*source.header.columns[cell]].name);
+        row.cells.push_back(value.kind() == Value::Kind::kNull ? std::u16string() : value.ToText());
+      }
+      if (key == table->stand_in && row.cells.front().empty()) continue;
+      row.cells.push_back(DecimalText(key));
+      if (source.header.category_cell) row.cells.push_back(categories->Of(key));
+      source.rows.push_back(std::move(row));
+    }
+  }
+  if (sources.empty()) {
+    std::u16string found;
+    for (const std::u16string& name : tables) found += (found.empty() ? u"" : u", ") + name;
+    Raise(Err::kHost, u"\"" + FromUtf8(path) + u"\" is no catalogue: it has no table CompDB or " +
+                          u"CableDB" + (found.empty() ? u"" : u", but " + found) + u".");
+  }
+  return sources;
+}
+
+std::vector<Source> SourcesOf(const std::string& path) {
+  if (IsDatabase(path)) return SourcesInDatabase(path);
+  return SourcesInTables(path, embedded::ReadTextTables(path));
+}
+
+std::vector<ImportPlan> PlanAll(clsLDB& db, const std::vector<Source>& sources) {
+  std::vector<ImportPlan> plans;
+  for (const Source& source : sources) {
+    plans.push_back(catalogue::PlanImport(db, source.header, source.rows));
+  }
+  return plans;
+}
+
+size_t CountAll(const std::vector<ImportPlan>& plans, Outcome outcome) {
+  size_t count = 0;
+  for (const ImportPlan& plan : plans) count += plan.Count(outcome);
+  return count;
+}
+
+// ---- import ----
+
+struct ImportOptions : CatalogueOptions {
+  std::string file;
+  bool dry_run = false;
+};
+
+const char* Word(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kAdd:
+      return "add";
+    case Outcome::kChange:
+      return "change";
+    case Outcome::kRefused:
+      return "refused";
+    case Outcome::kUnchanged:
+      break;
+  }
+  return "unchanged";
+}
+
+std::string What(const ImportPlan& plan, const PlannedRow& row) {
+  if (row.outcome == Outcome::kRefused) return Shown(row.reason);
+  std::string what;
+  for (const PlannedRow::FieldChange& change : row.changes) {
+    what += (what.empty() ? "" : "; ") + Shown(plan.table->columns[change.column].name) + " " +
+            Shown(change.from) + " -> " + Shown(row.article.values[change.column]);
+  }
+  for (const std::u16string& name : row.new_categories) {
+    what += (what.empty() ? "" : "; ") + ("category " + Shown(name));
+  }
+  return what;
+}
+
+std::string Totals(const std::vector<ImportPlan>& plans, bool done) {
+  const auto count = [&](Outcome outcome) { return std::to_string(CountAll(plans, outcome)); };
+  std::string text = count(Outcome::kAdd) + (done ? " added, " : " to add, ") +
+                     count(Outcome::kChange) + (done ? " changed, " : " to change, ") +
+                     count(Outcome::kUnchanged) + " unchanged";
+  if (CountAll(plans, Outcome::kRefused) > 0) text += ", " + count(Outcome::kRefused) + " refused";
+  return text + ".";
+}
+
+/// Lines that are not as they were; a list that nobody would read to its end is cut.
+void PrintPlan(const Printer& printer, const std::vector<Source>& sources,
+               const std::vector<ImportPlan>& plans, bool only_refused) {
+  constexpr size_t kMost = 1000;
+  for (size_t i = 0; i < plans.size(); ++i) {
+    for (const std::u16string& title : sources[i].header.ignored) {
+      printer.Line("Column \"" + Shown(title) + "\" is not taken over.");
+    }
+    std::vector<std::vector<std::string>> rows;
+    size_t left = 0;
+    for (const PlannedRow& row : plans[i].rows) {
+      if (row.outcome == Outcome::kUnchanged) continue;
+      if (only_refused && row.outcome != Outcome::kRefused) continue;
+      if (rows.size() == kMost) {
+        ++left;
+        continue;
+      }
+      const bool numbered = row.article.key != 0;
+      rows.push_back({std::to_string(row.line), Word(row.outcome),
+                      numbered ? std::to_string(row.article.key) : "",
+                      row.article.values.empty() ? "" : Shown(row.article.values[0]),
+                      What(plans[i], row)});
+    }
+    if (rows.empty()) continue;
+    printer.Heading(plans[i].table == &kComponents ? "Components" : "Cables");
+    printer.Table({"Line", "", ToUtf8(plans[i].table->key), "Name", ""}, rows);
+    if (left > 0)
+      printer.Line("  … and " + Counted(left, "more line") + "; --json lists them all.");
+  }
+}
+
+void PrintJson(const std::vector<Source>& sources, const std::vector<ImportPlan>& plans,
+               bool written) {
+  JsonWriter json;
+  json.BeginObject();
+  json.Key(u"added").Number(static_cast<double>(CountAll(plans, Outcome::kAdd)));
+  json.Key(u"changed").Number(static_cast<double>(CountAll(plans, Outcome::kChange)));
+  json.Key(u"unchanged").Number(static_cast<double>(CountAll(plans, Outcome::kUnchanged)));
+  json.Key(u"refused").Number(static_cast<double>(CountAll(plans, Outcome::kRefused)));
+  json.Key(u"written").Boolean(written);
+  json.Key(u"lines").BeginArray();
+  for (size_t i = 0; i < plans.size(); ++i) {
+    for (const PlannedRow& row : plans[i].rows) {
+      if (row.outcome == Outcome::kUnchanged) continue;
+      json.BeginObject().Key(u"table").Text(plans[i].table->name);
+      json.Key(u"sheet").Text(sources[i].name).Key(u"line").Number(static_cast<double>(row.line));
+      json.Key(u"outcome").Text(FromUtf8(Word(row.outcome))).Key(u"id").Number(row.article.key);
+      json.Key(u"name").Text(row.article.values.empty() ? u"" : row.article.values[0]);
+      json.Key(u"reason").Text(row.reason).Key(u"changes").BeginArray();
+      for (const PlannedRow::FieldChange& change : row.changes) {
+        json.BeginObject().Key(u"column").Text(plans[i].table->columns[change.column].name);
+        json.Key(u"from").Text(change.from).Key(u"to").Text(row.article.values[change.column]);
+        json.End();
+      }
+      json.End().Key(u"newCategories").BeginArray();
+      for (const std::u16string& name : row.new_categories) json.Text(name);
+      json.End().End();
+    }
+  }
+  json.End();
+  std::cout << json.End().Take();
+}
+
+void Import(const ImportOptions& options) {
+  CatalogueSession session(options);
+  const std::vector<Source> sources = SourcesOf(options.file);
+  std::optional<CatalogueTransaction> transaction;
+  if (!options.dry_run) transaction.emplace(session.db());
+  const std::vector<ImportPlan> plans = PlanAll(session.db(), sources);
+  const size_t refused = CountAll(plans, Outcome::kRefused);
+  const bool write = !options.dry_run && refused == 0;
+  if (write) {
+    for (const ImportPlan& plan : plans) catalogue::RunImport(session.db(), plan);
+    transaction->Commit();
+  }
+  if (options.json) {
+    PrintJson(sources, plans, write);
+  } else {
+    const Printer printer;
+    PrintPlan(printer, sources, plans, !options.dry_run);
+    printer.Line((write ? "" : "\n") + Totals(plans, write));
+  }
+  if (refused > 0) {
+    Raise(Err::kInvalidCall,
+          FromUtf8(Counted(refused, "line") + " cannot be taken over, so nothing " +
+                   (options.dry_run ? "would be" : "was") + " imported."));
+  }
+}
+
+// ---- export ----
+
+struct ExportOptions : CatalogueOptions {
+  std::string file;
+  bool cables = false;
+};
+
+TextTable TableOf(clsLDB& db, const ArticleTable& table) {
+  TextTable text;
+  std::vector<std::u16string> titles = {std::u16string(table.key)};
+  for (const catalogue::Column& column : table.columns) titles.emplace_back(column.name);
+  std::optional<Categories> categories;
+  if (&table == &kComponents) {
+    categories.emplace(db);
+    titles.emplace_back(u"Category");
+  }
+  text.rows.push_back({1, std::move(titles)});
+  for (Article& article : catalogue::ReadArticles(db, table)) {
+    std::vector<std::u16string> cells = {DecimalText(article.key)};
+    for (std::u16string& value : article.values) cells.push_back(std::move(value));
+    if (categories) cells.push_back(categories->Of(article.key));
+    text.rows.push_back({text.rows.size() + 1, std::move(cells)});
+  }
+  return text;
+}
+
+/// Numbers where the columns hold numbers, so that a spreadsheet can add them up.
+void WriteWorkbook(const TextTable& text, const ArticleTable& table, const std::string& path) {
+  embedded::SheetModel sheet;
+  sheet.layout.name = &table == &kComponents ? u"Components" : u"Cables";
+  sheet.layout.frozen_rows = 1;
+  const auto columns = CheckedCast<int32_t>(text.rows.front().cells.size());
+  for (const TextTable::Row& row : text.rows) {
+    const auto line = CheckedCast<int32_t>(row.line);
+    std::vector<Value> values;
+    for (size_t i = 0; i < row.cells.size(); ++i) {
+      const bool article = i > 0 && i <= table.columns.size();
+      const ColumnKind kind = article ? table.columns[i - 1].kind : ColumnKind::kText;
+      const bool number = i == 0 || kind == ColumnKind::kNumber || kind == ColumnKind::kPrice;
+      if (line > 1 && number && IsNumericText(row.cells[i])) {
+        values.emplace_back(TextToDouble(row.cells[i]));
+      } else {
+        values.emplace_back(row.cells[i]);
+      }
+    }
+    sheet.WriteRow({line, 1, line, columns}, values);
+  }
+  const embedded::Area titles{1, 1, 1, columns};
+  sheet.SetFormat(titles, embedded::FormatRule::What::kBold, 1);
+  for (size_t i = 0; i < table.columns.size(); ++i) {
+    if (table.columns[i].kind != ColumnKind::kPrice) continue;
+    sheet.layout.number_formats[CheckedCast<int32_t>(i + 2)] = "0.00";
+  }
+  sheet.AutoFit({1, 1, CheckedCast<int32_t>(text.rows.size()), columns});
+  embedded::WriteXlsx(sheet, path);
+}
+
+void Export(const ExportOptions& options) {
+  CatalogueSession session(options);
+  const ArticleTable& table = options.cables ? kCables : kComponents;
+  const TextTable text = TableOf(session.db(), table);
+  if (EndsWith(options.file, u".xlsx")) {
+    WriteWorkbook(text, table, options.file);
+  } else {
+    embedded::ReplaceFile(options.file, embedded::WriteSeparatedValues(text));
+  }
+  const size_t count = text.rows.size() - 1;
+  if (options.json) {
+    JsonWriter json;
+    json.BeginObject().Key(u"file").Text(FromUtf8(options.file));
+    json.Key(u"exported").Number(static_cast<double>(count));
+    std::cout << json.End().Take();
+    return;
+  }
+  Printer().Line("Wrote " + Counted(count, ToUtf8(table.noun)) + " to " +
+                 Shown(FromUtf8(options.file)) + ".");
+}
+
+std::string CheckExportName(const std::string& path) {
+  const bool known = EndsWith(path, u".csv") || EndsWith(path, u".xlsx");
+  return known ? "" : "\"" + path + "\" ends neither in .csv nor in .xlsx";
+}
+
+}  // namespace
+
+ImportTotals ImportStarter(CatalogueSession& session) {
+  ImportTotals totals;
+  CatalogueTransaction transaction(session.db());
+  for (const char16_t* name : {u"starter-components.csv", u"starter-cables.csv"}) {
+    const std::vector<Source> sources =
+        SourcesOf(ToUtf8(CurrentHost().LibraryFolder().append(name)));
+    const std::vector<ImportPlan> plans = PlanAll(session.db(), sources);
+    for (const ImportPlan& plan : plans) catalogue::RunImport(session.db(), plan);
+    totals.added += CountAll(plans, Outcome::kAdd);
+  }
+  transaction.Commit();
+  return totals;
+}
+
+void AddCatalogueExchange(CLI::App& group, Action& action) {
+  const auto import = std::make_shared<ImportOptions>();
+  CLI::App* const import_command =
+      group.add_subcommand("import", "Take over articles from a price list or another catalogue");
+  import_command
+      ->add_option("FILE", import->file, ".csv, .xlsx, or a catalogue (.mdb, postgresql://…)")
+      ->required()
+      ->type_name("");
+  import_command->add_flag("--dry-run", import->dry_run, "List what would change, change nothing");
+  import->AddTo(*import_command);
+  import_command->footer(
+      "The first line of a table tells what its columns are (Name, Brand, Order, Price …; "
+      "Hersteller,\nBestellnummer, Preis … serve as well). A table with cores is one of cables. "
+      "Either all lines are\ntaken over or none.\n");
+  import_command->callback([import, &action] { action = [import] { Import(*import); }; });
+
+  const auto out = std::make_shared<ExportOptions>();
+  CLI::App* const export_command =
+      group.add_subcommand("export", "Write the components, or the cables, into a file");
+  export_command->add_option("FILE", out->file, ".csv or .xlsx")
+      ->required()
+      ->check(CLI::Validator(CheckExportName, ""))
+      ->type_name("");
+  export_command->add_flag("--cables", out->cables, "The cables instead of the components");
+  out->AddTo(*export_command);
+  export_command->callback([out, &action] { action = [out] { Export(*out); }; });
+}
+
+}  // namespace ohmwise::cli
