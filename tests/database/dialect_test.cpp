@@ -24,7 +24,9 @@ class FakeSchema final : public Schema {
                  {u"Cores", ColumnType::kInt16},
                  {u"Order", ColumnType::kText},
                  {u"b\"c", ColumnType::kDouble}},
-                known != u"Names"};
+                known != u"Names",
+                {}};
+      table_.ListColumns();
       return table_;
     }
     Raise(Err::kProvider, u"no table");
@@ -168,6 +170,7 @@ TEST(DialectTest, RefusesEverythingElseWithThePlace) {
       {u"SELECT ID", u"FROM is missing"},
       {u"SELECT Name, COUNT(*) FROM CompDB", u"neither in GROUP BY"},
       {u"SELECT Name FROM CompDB GROUP BY Name HAVING Name = 'x'", u"HAVING is not known"},
+      {u"SELECT * FROM CompDB GROUP BY Name", u"\"*\" with GROUP BY"},
       {u"SELECT TOP 1.5 * FROM CompDB", u"whole number is missing"},
       {u"SELECT * FROM CompDB WHERE ID = 'x'", u"does not fit the type of the column \"ID\""},
       {u"SELECT * FROM CompDB WHERE Done > 0", u"does not fit"},

@@ -26,6 +26,7 @@ constexpr std::array<std::u16string_view, 36> kReserved = {
     u"IN",     u"INNER", u"INSERT",   u"INTO", u"IS",     u"JOIN",    u"LEFT",   u"LIKE",
     u"NOT",    u"NULL",  u"ON",       u"OR",   u"ORDER",  u"RIGHT",   u"SELECT", u"SET",
     u"TOP",    u"UNION", u"UPDATE",   u"WHERE"};
+constexpr size_t kLongestReserved = 8;
 constexpr std::array<std::u16string_view, 5> kAggregates = {u"MAX", u"MIN", u"COUNT", u"SUM",
                                                             u"AVG"};
 
@@ -50,11 +51,11 @@ class Scanner {
 
   std::vector<Token> Run() {
     std::vector<Token> tokens;
+    tokens.reserve(sql_.size() / 4 + 2);
     for (;;) {
       while (at_ < sql_.size() && IsBlank(sql_[at_])) ++at_;
-      Token token = Next();
-      tokens.push_back(token);
-      if (token.kind == TokenKind::kEnd) return tokens;
+      tokens.push_back(Next());
+      if (tokens.back().kind == TokenKind::kEnd) return tokens;
     }
   }
 
@@ -223,6 +224,7 @@ class Translator {
   void Put(std::string_view sql) { result_.sql += sql; }
 
   static bool IsReserved(const std::u16string& word) {
+    if (word.size() > kLongestReserved) return false;
     return std::any_of(kReserved.begin(), kReserved.end(),
                        [&](std::u16string_view known) { return EqualNoCase(known, word); });
   }
@@ -254,7 +256,7 @@ class Translator {
     const std::u16string name = Name(u"table");
     if (!table_) {
       table_ = &schema_.FindTable(name);
-      result_.table = table_->name;
+      result_.table = table_;
     }
     if (TakeSymbol(u",") || IsWord(u"INNER") || IsWord(u"LEFT") || IsWord(u"RIGHT") ||
         IsWord(u"JOIN")) {
@@ -323,13 +325,14 @@ class Translator {
     const std::optional<std::u16string> top = Top();
     const bool star = TakeSymbol(u"*");
     std::vector<Item> items;
-    if (star) {
-      if (!table_) ExpectWord(u"FROM");
+    if (star && !table_) ExpectWord(u"FROM");
+    const bool whole = star && !distinct;
+    if (star && distinct) {
       for (const Column& column : table_->columns) {
         const std::string name = QuotedName(column.name);
         items.push_back({name, column, name, ToUtf8(column.name)});
       }
-    } else {
+    } else if (!star) {
       do items.push_back(ListItem());
       while (TakeSymbol(u","));
     }
@@ -340,14 +343,21 @@ class Translator {
     const bool where = Where();
     const std::vector<std::string> groups = GroupBy();
     const bool grouped = functions || !groups.empty();
-    result_.updatable = star && !distinct && !grouped && table_->updatable;
-    result_.sql.insert(list, List(items, groups, grouped, distinct));
+    if (whole && grouped) Refuse(u"\"*\" with GROUP BY is not known.", 0);
+    result_.updatable = whole && table_->updatable;
+    if (whole) {
+      const std::string_view number = result_.updatable ? ", _rowid_" : "";
+      result_.sql.insert(list, table_->list + std::string(number));
+    } else {
+      result_.sql.insert(list, List(items, groups, grouped, distinct));
+    }
     const bool ordered = OrderBy(items, distinct, grouped, list);
     if (top) Put(" LIMIT " + ToUtf8(*top));
     result_.reads = true;
     result_.whole_table = result_.updatable && !where && !ordered && !top;
     result_.key_query = key_item_ && items.size() == 1 && !where && groups.empty();
-    for (Item& item : items) result_.columns.push_back(std::move(item.column));
+    result_.all_columns = whole;
+    for (Item& item : items) result_.own_columns.push_back(std::move(item.column));
   }
 
   std::optional<std::u16string> Top() {
@@ -435,7 +445,6 @@ class Translator {
         list += item.sql;
       }
     }
-    if (result_.updatable) list += ", " + std::string(kRowNumberColumn);
     return list;
   }
 
@@ -725,15 +734,6 @@ class Translator {
 
 DialectStatement TranslateStatement(std::u16string_view sql, Schema& schema) {
   return Translator(sql, schema).Run();
-}
-
-std::string QuotedName(std::u16string_view name) {
-  std::string result = "\"";
-  for (const char c : ToUtf8(name)) {
-    result += c;
-    if (c == '"') result += c;
-  }
-  return result + '"';
 }
 
 }  // namespace ohmwise::embedded

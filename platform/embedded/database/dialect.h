@@ -25,10 +25,15 @@ struct DialectStatement {
   std::string sql;
   std::vector<Value> parameters;
   bool reads = false;
+  /// The table that is read, owned by the schema; null for a result without a statement.
+  const Table* table = nullptr;
+  /// True when the result's columns are those of the table.
+  bool all_columns = false;
+  /// Names and types of the columns otherwise.
+  std::vector<Column> own_columns;
   /// Names and types of the result's columns, without the hidden one.
-  std::vector<Column> columns;
-  std::u16string table;
-  /// True when every row of the result is a whole row of `table` and can be changed.
+  const std::vector<Column>& Columns() const { return all_columns ? table->columns : own_columns; }
+  /// True when every row of the result is a whole row of the table and can be changed.
   bool updatable = false;
   /// True for all rows of a table in stored order.
   bool whole_table = false;
@@ -39,8 +44,5 @@ struct DialectStatement {
 /// Turns a statement of the Jet dialect into one of the engine; see README.md for what is known.
 /// Raises the provider's error for everything else, with the place; a ";" may only end the text.
 DialectStatement TranslateStatement(std::u16string_view sql, Schema& schema);
-
-/// A name between double quotes, in UTF-8.
-std::string QuotedName(std::u16string_view name);
 
 }  // namespace ohmwise::embedded

@@ -14,6 +14,22 @@ std::optional<size_t> Table::Find(std::u16string_view column) const {
   return std::nullopt;
 }
 
+void Table::ListColumns() {
+  list.clear();
+  for (const Column& column : columns) {
+    list += (list.empty() ? "" : ", ") + QuotedName(column.name);
+  }
+}
+
+std::string QuotedName(std::u16string_view name) {
+  std::string result = "\"";
+  for (const char c : ToUtf8(name)) {
+    result += c;
+    if (c == '"') result += c;
+  }
+  return result + '"';
+}
+
 void Session::BeginTransaction() {
   if (transaction_ == Transaction::kCaller) {
     Raise(Err::kProvider, u"A transaction is open already; transactions do not nest.");

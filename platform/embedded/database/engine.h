@@ -28,10 +28,17 @@ struct Table {
   std::vector<Column> columns;
   /// True when a row can be found again by its number.
   bool updatable = false;
+  /// The columns as a statement lists them, quoted, in UTF-8; made by `ListColumns`.
+  std::string list;
 
   /// Position of a column, by name without case.
   std::optional<size_t> Find(std::u16string_view column) const;
+  /// To be called when the columns are complete.
+  void ListColumns();
 };
+
+/// A name between double quotes, in UTF-8.
+std::string QuotedName(std::u16string_view name);
 
 struct Row {
   std::vector<Value> values;

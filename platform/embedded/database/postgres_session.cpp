@@ -141,11 +141,7 @@ Row RowAt(const PGresult* result, int row, size_t columns, bool numbered) {
   return read;
 }
 
-std::string ColumnList(const Table& table) {
-  std::string list;
-  for (const Column& column : table.columns) list += QuotedName(column.name) + ", ";
-  return list + kRowNumberColumn;
-}
+std::string ColumnList(const Table& table) { return table.list + ", " + kRowNumberColumn; }
 
 }  // namespace
 
@@ -256,6 +252,7 @@ const Table& PostgresSession::FindTable(std::u16string_view name) {
     Raise(Err::kProvider,
           u"The database \"" + name_ + u"\" has no table \"" + std::u16string(name) + u"\".");
   }
+  table.ListColumns();
   return tables_.emplace(std::move(key), std::move(table)).first->second;
 }
 
@@ -280,7 +277,7 @@ std::vector<Row> PostgresSession::Read(const DialectStatement& statement, size_t
   std::vector<Row> rows;
   rows.reserve(static_cast<size_t>(PQntuples(result.get())));
   for (int row = 0; row < PQntuples(result.get()); ++row) {
-    rows.push_back(RowAt(result.get(), row, statement.columns.size(), statement.updatable));
+    rows.push_back(RowAt(result.get(), row, statement.Columns().size(), statement.updatable));
   }
   return rows;
 }

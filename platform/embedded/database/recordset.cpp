@@ -162,7 +162,7 @@ class EngineRecordset final : public Counted<Recordset>, private UnreadResult {
       scope.Commit();
       return;
     }
-    if (statement.key_query) session->BeforeKeyQuery(statement.table);
+    if (statement.key_query) session->BeforeKeyQuery(statement.table->name);
     // One row of a whole table shows that it can be read.
     std::vector<Row> rows = session->Read(statement, statement.whole_table ? 1 : kAllRows);
     Fill(session, connection, std::move(statement), std::move(rows));
@@ -177,7 +177,7 @@ class EngineRecordset final : public Counted<Recordset>, private UnreadResult {
       session->AddUnread(this);
       rows.clear();
     }
-    table_ = statement.updatable ? &session->FindTable(statement.table) : nullptr;
+    table_ = statement.updatable ? statement.table : nullptr;
     statement_ = std::move(statement);
     rows_ = std::move(rows);
     at_ = 0;
@@ -206,19 +206,19 @@ class EngineRecordset final : public Counted<Recordset>, private UnreadResult {
 
   Value Field(int32_t index) override {
     OpenSession();
-    if (index < 0 || static_cast<size_t>(index) >= statement_.columns.size()) RefuseField();
+    if (index < 0 || static_cast<size_t>(index) >= statement_.Columns().size()) RefuseField();
     return CurrentValue(static_cast<size_t>(index));
   }
 
   void SetField(std::u16string_view name, const Value& value) override {
     OpenSession();
     const size_t index = IndexOf(name);
-    Value fitted = Fitted(value, statement_.columns[index]);
+    Value fitted = Fitted(value, statement_.Columns()[index]);
     if (!edit_) {
       ReadRows();
       if (at_ >= rows_.size()) Raise(Err::kNoCurrentRecord);
       RequireUpdatable();
-      edit_ = Edit{false, std::vector<std::optional<Value>>(statement_.columns.size())};
+      edit_ = Edit{false, std::vector<std::optional<Value>>(statement_.Columns().size())};
     }
     edit_->values[index] = std::move(fitted);
   }
@@ -228,7 +228,7 @@ class EngineRecordset final : public Counted<Recordset>, private UnreadResult {
     RequireUpdatable();
     if (edit_) Update();
     session->AddPending(this, table_->name);
-    edit_ = Edit{true, std::vector<std::optional<Value>>(statement_.columns.size())};
+    edit_ = Edit{true, std::vector<std::optional<Value>>(statement_.Columns().size())};
   }
 
   void Update() override {
@@ -339,8 +339,8 @@ class EngineRecordset final : public Counted<Recordset>, private UnreadResult {
   }
 
   size_t IndexOf(std::u16string_view name) const {
-    for (size_t i = 0; i < statement_.columns.size(); ++i) {
-      if (EqualNoCase(statement_.columns[i].name, name)) return i;
+    for (size_t i = 0; i < statement_.Columns().size(); ++i) {
+      if (EqualNoCase(statement_.Columns()[i].name, name)) return i;
     }
     RefuseField();
   }
@@ -400,7 +400,7 @@ RecordsetRef EngineConnection::OpenSchema(int32_t schema) {
     Raise(Err::kProvider, u"Object or provider is not capable of performing requested operation.");
   }
   DialectStatement statement;
-  statement.columns = {{u"TABLE_NAME", ColumnType::kText}, {u"TABLE_TYPE", ColumnType::kText}};
+  statement.own_columns = {{u"TABLE_NAME", ColumnType::kText}, {u"TABLE_TYPE", ColumnType::kText}};
   std::vector<Row> rows;
   for (const std::u16string& name : session->TableNames()) {
     rows.push_back({{Value(name), Value(u"TABLE")}, 0});

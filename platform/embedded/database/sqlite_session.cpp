@@ -97,6 +97,13 @@ void Number(sqlite3_context* context, int, sqlite3_value** arguments) noexcept {
   }
 }
 
+// Most texts are ASCII, which is read in wide steps.
+std::u16string ReadText(std::string_view utf8) {
+  unsigned char all = 0;
+  for (const char c : utf8) all |= static_cast<unsigned char>(c);
+  return all < 0x80 ? std::u16string(utf8.begin(), utf8.end()) : FromUtf8(utf8);
+}
+
 ColumnType TypeOf(const char* declared) {
   if (!declared) return ColumnType::kAny;
   const std::u16string type = FoldCase(FromUtf8(declared));
@@ -249,6 +256,7 @@ const Table& SqliteSession::FindTable(std::u16string_view name) {
     table.updatable = sqlite3_prepare_v2(handle(), sql.c_str(), -1, &probe, nullptr) == SQLITE_OK;
     sqlite3_finalize(probe);
   }
+  table.ListColumns();
   return tables_.emplace(std::move(key), std::move(table)).first->second;
 }
 
@@ -289,17 +297,18 @@ SqliteStatement& SqliteSession::Prepared(const std::string& sql) {
 std::vector<Row> SqliteSession::Read(const DialectStatement& statement, size_t limit) {
   const Use use(Prepared(statement.sql));
   if (!use->IsReadOnly()) FailFile(name_, u"refuses: a reading statement would write.");
-  int position = 0;
-  for (const Value& value : statement.parameters) use->Bind(++position, value);
-  const int columns = static_cast<int>(statement.columns.size());
+  int parameter = 0;
+  for (const Value& value : statement.parameters) use->Bind(++parameter, value);
+  const std::vector<Column>& columns = statement.Columns();
   std::vector<Row> rows;
   while (rows.size() < limit && use->Step()) {
     Row& row = rows.emplace_back();
-    row.values.reserve(statement.columns.size());
-    for (int i = 0; i < columns; ++i) {
-      row.values.push_back(use->Column(i, statement.columns[static_cast<size_t>(i)].type));
+    row.values.reserve(columns.size());
+    int position = 0;
+    for (const Column& column : columns) {
+      row.values.push_back(use->Column(position++, column.type));
     }
-    if (statement.updatable) row.number = use->Number(columns);
+    if (statement.updatable) row.number = use->Number(position);
   }
   return rows;
 }
@@ -314,11 +323,7 @@ void SqliteSession::Delete(const DialectStatement& statement) {
 
 namespace {
 
-std::string ColumnList(const Table& table) {
-  std::string list;
-  for (const Column& column : table.columns) list += QuotedName(column.name) + ", ";
-  return list + kRowNumberColumn;
-}
+std::string ColumnList(const Table& table) { return table.list + ", " + kRowNumberColumn; }
 
 }  // namespace
 
@@ -497,7 +502,7 @@ Value SqliteStatement::Column(int column, ColumnType type) const {
       // Bytes of a blob are read as text: no column of ours holds one.
       const auto* text = static_cast<const char*>(sqlite3_column_blob(statement, column));
       const int size = sqlite3_column_bytes(statement, column);
-      return text ? FromUtf8({text, static_cast<size_t>(size)}) : std::u16string();
+      return text ? ReadText({text, static_cast<size_t>(size)}) : std::u16string();
     }
   }
 }
