@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "crossref/clsLCrossRef.h"
@@ -25,29 +27,62 @@ constexpr int16_t kLinkSubAddress = 2;
 /// What the sub-shapes of a label display, by its "User.LocType".
 enum LocationForm : int16_t { kGridOnly = 1, kPageOnly = 2, kNothing = 3 };
 
-/// Index of the hyperlink row of location row `number`, -1 when there is none. The rows stand in
-/// order unless somebody edited the label, so a long list is not searched for each of its rows.
-int16_t LinkRow(const ShapeRef& label, int32_t number) {
-  const std::u16string name = u"Go" + DecimalText(number);
-  if (!label->CellExists(u"Hyperlink." + name, false)) return -1;
-  const int16_t rows = label->RowCount(section::kHyperlink);
-  const auto is_row = [&](int16_t row) {
-    return EqualNoCase(label->RowName(section::kHyperlink, row), name);
-  };
-  const auto expected = static_cast<int16_t>(number - 1);
-  if (expected < rows && is_row(expected)) return expected;
-  for (int16_t row = 0; row < rows; ++row) {
-    if (is_row(row)) return row;
+/// Number of the location row whose link has this name; 0 when it is no such name.
+int32_t NumberOfLink(std::u16string_view name) {
+  if (!EqualNoCase(name.substr(0, 2), u"Go") || name.size() > 7) return 0;
+  int32_t number = 0;
+  for (const char16_t unit : name.substr(2)) {
+    if (unit < u'0' || unit > u'9') return 0;
+    number = number * 10 + (unit - u'0');
   }
-  return -1;
+  return EqualNoCase(name, u"Go" + DecimalText(number)) ? number : 0;
 }
 
-void WriteLink(const ShapeRef& label, const ShapeRef& shape,
-               const shapeutil::LocationTarget& target, int32_t number) {
-  int16_t row = LinkRow(label, number);
-  if (row < 0) {
-    row = label->AddNamedRow(section::kHyperlink, u"Go" + DecimalText(number), row_tag::kDefault);
+/// The hyperlink rows of a label by the number of their location row. They are read once: a long
+/// list is not searched for each of its rows.
+class LinkRows {
+ public:
+  explicit LinkRows(const ShapeRef& label) : label_(label) {
+    const int16_t count = label->RowCount(section::kHyperlink);
+    for (int16_t row = 0; row < count; ++row) {
+      const int32_t number = NumberOfLink(label->RowName(section::kHyperlink, row));
+      if (number > 0) rows_.try_emplace(number, row);
+    }
   }
+
+  /// The row of a number, made when it is missing.
+  int16_t Row(int32_t number) {
+    const auto [known, is_new] = rows_.try_emplace(number, int16_t{0});
+    if (is_new) {
+      known->second =
+          label_->AddNamedRow(section::kHyperlink, u"Go" + DecimalText(number), row_tag::kDefault);
+    }
+    return known->second;
+  }
+
+  /// Takes away the rows of an earlier, longer list: what has a link is such a row. The order is
+  /// from the end, so that no row moves before it is its turn.
+  void RemoveAfter(int32_t last) {
+    std::vector<std::pair<int16_t, int32_t>> leftovers;
+    for (auto row = rows_.upper_bound(last); row != rows_.end(); ++row) {
+      leftovers.emplace_back(row->second, row->first);
+    }
+    std::sort(leftovers.begin(), leftovers.end(), std::greater<>());
+    for (const auto& [row, number] : leftovers) label_->DeleteRow(section::kHyperlink, row);
+    for (auto row = rows_.rbegin(); row != rows_.rend() && row->first > last; ++row) {
+      if (label_->RowCount(section::kScratch) < row->first) continue;
+      label_->DeleteRow(section::kScratch, static_cast<int16_t>(row->first - 1));
+    }
+  }
+
+ private:
+  ShapeRef label_;
+  std::map<int32_t, int16_t> rows_;
+};
+
+void WriteLink(const ShapeRef& label, const ShapeRef& shape,
+               const shapeutil::LocationTarget& target, int32_t number, LinkRows& links) {
+  const int16_t row = links.Row(number);
   label->CellsSRC(section::kHyperlink, row, kLinkSubAddress)
       ->SetFormula(target.Formula(shapeutil::kLinkFormula, number));
   // The target may have no text field to show; its reference is what its text says. The link itself
@@ -61,7 +96,7 @@ void WriteLink(const ShapeRef& label, const ShapeRef& shape,
 }
 
 /// Writes row `number` (from 1): formulas that compute where the target is, and the link to it.
-void WriteRow(const ShapeRef& label, const ShapeRef& shape, int32_t number) {
+void WriteRow(const ShapeRef& label, const ShapeRef& shape, int32_t number, LinkRows& links) {
   const shapeutil::LocationTarget target(label, shape);
   while (label->RowCount(section::kScratch) < number) {
     label->AddRow(section::kScratch, kLastRow, row_tag::kDefault);
@@ -76,35 +111,7 @@ void WriteRow(const ShapeRef& label, const ShapeRef& shape, int32_t number) {
     label->Cells(std::u16string(u"Scratch.") + column + DecimalText(number))
         ->SetFormula(target.Formula(formula, number));
   }
-  WriteLink(label, shape, target, number);
-}
-
-/// Number of the location row whose link has this name; 0 when it is no such name.
-int32_t NumberOfLink(std::u16string_view name) {
-  if (!EqualNoCase(name.substr(0, 2), u"Go") || name.size() > 7) return 0;
-  int32_t number = 0;
-  for (const char16_t unit : name.substr(2)) {
-    if (unit < u'0' || unit > u'9') return 0;
-    number = number * 10 + (unit - u'0');
-  }
-  return EqualNoCase(name, u"Go" + DecimalText(number)) ? number : 0;
-}
-
-/// Takes away the rows of an earlier, longer list. Only rows that have a link are such rows.
-void RemoveRowsAfter(const ShapeRef& label, int32_t last) {
-  std::vector<int32_t> numbers;
-  for (int16_t row = label->RowCount(section::kHyperlink); row-- > 0;) {
-    const int32_t number = NumberOfLink(label->RowName(section::kHyperlink, row));
-    if (number <= last) continue;
-    label->DeleteRow(section::kHyperlink, row);
-    numbers.push_back(number);
-  }
-  // From the end, so that no row moves before it is its turn.
-  std::sort(numbers.begin(), numbers.end(), std::greater<>());
-  for (const int32_t number : numbers) {
-    if (label->RowCount(section::kScratch) < number) continue;
-    label->DeleteRow(section::kScratch, static_cast<int16_t>(number - 1));
-  }
+  WriteLink(label, shape, target, number, links);
 }
 
 /// Formula of the text that the sub-shape for a row displays.
@@ -183,12 +190,13 @@ void clsLCrossRef::SetAutoLoc(const ShapeRef& shpActive, std::u16string_view tRe
 
     const CollectionRef references = crossref::IndexMember(document, u"colRefShape");
     shapeutil::EnsureGrid(shpActive->Document());
+    LinkRows links(shpActive);
     int32_t count = 0;
     for (const ShapeRef& target : crossref::ShapesOf(GetShapes(references, tRef))) {
-      WriteRow(shpActive, target, ++count);
+      WriteRow(shpActive, target, ++count, links);
     }
     ShowRows(shpActive, count);
-    RemoveRowsAfter(shpActive, count);
+    links.RemoveAfter(count);
   });
 }
 
