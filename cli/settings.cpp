@@ -236,6 +236,7 @@ void Print(const SettingsOptions& options, const std::vector<Row>& rows, bool sa
   }
   const Printer printer;
   if (options.option == nullptr) {
+    printer.Line("Options file: " + Shown(CurrentHost().settings_store().Location()));
     PrintTable(printer, rows, false);
     PrintTable(printer, rows, true);
     return;
