@@ -35,4 +35,19 @@ void PrintChangedResults(const Printer& printer, const std::vector<CellChange>& 
                                : "Saved to " + Shown(FromUtf8(written)));
 }
 
+void PrintWarnings(const Printer& printer, const std::vector<embedded::ShownMessage>& messages) {
+  if (messages.empty()) return;
+  printer.Heading("Warnings");
+  for (const embedded::ShownMessage& message : messages) {
+    std::string lead = printer.Styled(Style::kWarning, Shown(message.title) + ":") + " ";
+    std::u16string_view rest = message.text;
+    while (!rest.empty()) {
+      const size_t end = std::min(rest.find(u"\r\n"), rest.size());
+      printer.Line("  " + lead + Shown(rest.substr(0, end)));
+      rest.remove_prefix(std::min(end + 2, rest.size()));
+      lead = "  ";
+    }
+  }
+}
+
 }  // namespace ohmwise::cli

@@ -17,5 +17,7 @@ void PrintFields(const Printer& printer,
 /// Which results changed, and where the drawing was written, "" for nowhere.
 void PrintChangedResults(const Printer& printer, const std::vector<CellChange>& changes,
                          const std::string& written);
+/// The message boxes that were collected, under a heading; nothing when there are none.
+void PrintWarnings(const Printer& printer, const std::vector<embedded::ShownMessage>& messages);
 
 }  // namespace ohmwise::cli

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/addin.h"
+#include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
@@ -314,21 +315,6 @@ void PrintTitleBlocks(const Printer& printer, const Index& index) {
   if (rows.empty()) return;
   printer.Heading("Title blocks");
   printer.Table({"Key", "Page", "Shape"}, rows);
-}
-
-void PrintWarnings(const Printer& printer, const std::vector<embedded::ShownMessage>& messages) {
-  if (messages.empty()) return;
-  printer.Heading("Warnings");
-  for (const embedded::ShownMessage& message : messages) {
-    std::string lead = printer.Styled(Style::kWarning, Shown(message.title) + ":") + " ";
-    std::u16string_view rest = message.text;
-    while (!rest.empty()) {
-      const size_t end = std::min(rest.find(u"\r\n"), rest.size());
-      printer.Line("  " + lead + Shown(rest.substr(0, end)));
-      rest.remove_prefix(std::min(end + 2, rest.size()));
-      lead = "  ";
-    }
-  }
 }
 
 void PrintChanges(const Printer& printer, const std::vector<CellChange>& changes,

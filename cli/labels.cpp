@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/addin.h"
+#include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
@@ -126,6 +127,7 @@ void Run(const CommonOptions& options) {
   printer.Line(printer.Styled(Style::kStrong, Shown(FromUtf8(options.drawing))) + ": " +
                Counted(labels.size(), "label"));
   if (!rows.empty()) printer.Table({"Follows", "Page", "Label", "Location", "Link"}, rows);
+  PrintWarnings(printer, add_in.messages());
   if (written.empty()) {
     printer.Line("\n" + Counted(changes.size(), "cell") +
                  " would change (--save or --output FILE writes them)");

@@ -74,6 +74,7 @@ void Run(const PageOptions& options) {
   }
   const Printer printer;
   PrintPages(printer, pages);
+  PrintWarnings(printer, add_in.messages());
   if (options.verb != "list") {
     PrintChangedResults(printer, changed, written);
   } else if (!written.empty()) {
