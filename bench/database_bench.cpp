@@ -144,6 +144,18 @@ void AddComponentPlain(benchmark::State& state) {
 BENCHMARK(AddComponent)->Arg(1000)->Arg(1000000)->UseRealTime();
 BENCHMARK(AddComponentPlain)->Arg(1000)->Arg(1000000)->UseRealTime();
 
+// An import: every row by the same calls, all of them in one transaction.
+void ImportComponents(benchmark::State& state) {
+  Ours ours(FromUtf8(Catalogue(1000)));
+  for (auto _ : state) {
+    ours.connection().BeginTrans();
+    for (int i = 0; i < 10000; ++i) ours.Add();
+    ours.connection().RollbackTrans();
+  }
+  state.SetItemsProcessed(state.iterations() * 10000);
+}
+BENCHMARK(ImportComponents)->UseRealTime()->Unit(benchmark::kMillisecond);
+
 // Keys all over the table, the same for both.
 int32_t NextKey(uint32_t& seed) {
   seed = seed * 1664525u + 1013904223u;

@@ -64,6 +64,15 @@ std::u16string PublicName(std::u16string_view url) {
   return std::u16string(url);
 }
 
+// A message of the library in one line, without the stop at its end.
+std::u16string Sentence(const char* message) {
+  std::u16string sentence = ReplaceAll(FromUtf8(message), u"\n", u" ");
+  while (!sentence.empty() && (sentence.back() == u' ' || sentence.back() == u'.')) {
+    sentence.pop_back();
+  }
+  return sentence;
+}
+
 std::string ParameterText(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::kBoolean:
@@ -161,7 +170,12 @@ PostgresSession::PostgresSession(std::u16string_view url, std::chrono::milliseco
   const char* const values[] = {"ohmwise", "10", "30", "10", "3", address.c_str(), "UTF8", nullptr};
   connection_.reset(PQconnectdbParams(keys, values, 1));
   if (!connection_) Raise(Err::kOutOfMemory);
-  if (PQstatus(connection_.get()) != CONNECTION_OK) Fail(nullptr);
+  if (PQstatus(connection_.get()) != CONNECTION_OK) {
+    // What the library says about a URL that it cannot read repeats the URL, password and all.
+    Raise(Err::kProvider, u"The database \"" + name_ + u"\" cannot be reached: " +
+                              ReplaceAll(Sentence(PQerrorMessage(connection_.get())), url, name_) +
+                              u".");
+  }
   PQsetNoticeProcessor(
       connection_.get(), [](void*, const char*) {}, nullptr);
   // A client that stands still between a key and its row must not hold up an office for ever.
@@ -184,12 +198,9 @@ void PostgresSession::Fail(const pg_result* result) const {
   if (code == "25006" || code == "42501") raise(u"cannot be changed by this user.");
   if (code == "25P02") raise(u"refused a statement of this transaction, which has to be undone.");
   const char* primary = result ? PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
-  std::u16string sentence = FromUtf8(primary ? primary : PQerrorMessage(connection_.get()));
-  while (!sentence.empty() && (sentence.back() == u'\n' || sentence.back() == u' ')) {
-    sentence.pop_back();
-  }
-  raise((PQstatus(connection_.get()) == CONNECTION_OK ? u"refuses: " : u"cannot be reached: ") +
-        ReplaceAll(sentence, u"\n", u" ") + u".");
+  const bool connected = PQstatus(connection_.get()) == CONNECTION_OK;
+  raise((connected ? u"refuses: " : u"cannot be reached: ") +
+        Sentence(primary ? primary : PQerrorMessage(connection_.get())) + u".");
   Raise(Err::kProvider);
 }
 

@@ -380,12 +380,21 @@ Row SqliteSession::Change(const Table& table, int64_t number, const FieldValues&
   return row;
 }
 
+bool SqliteSession::Has(const char* table) const {
+  return sqlite3_table_column_metadata(handle(), nullptr, table, nullptr, nullptr, nullptr, nullptr,
+                                       nullptr, nullptr) == SQLITE_OK;
+}
+
 std::vector<FoundComponent> SqliteSession::FindComponents(std::span<const std::u16string> words) {
   std::string sql = "SELECT c.\"CompID\"";
   for (const std::u16string_view column : kSearchColumns) sql += ", c." + QuotedName(column);
   sql +=
       " FROM _search JOIN \"CompDB\" AS c ON c.\"CompID\" = _search.rowid "
       "WHERE _search MATCH ?1 ORDER BY _search.rowid LIMIT ?2";
+  if (!Has("_search")) {
+    FailFile(name_,
+             u"has no search index; a catalogue made by \"ohmwise catalogue init\" has one.");
+  }
   std::vector<FoundComponent> found;
   const auto find = [&](bool beginnings, int limit) {
     std::u16string expression;

@@ -101,6 +101,7 @@ class SqliteSession : public Session {
   // A statement of the cache in use; back in its first state at the end.
   class Use;
 
+  bool Has(const char* table) const;
   static int Wait(void* waiting, int attempt) noexcept;
   SqliteStatement& Prepared(const std::string& sql);
   Row ReadBack(SqliteStatement& statement, const Table& table) const;
