@@ -15,7 +15,7 @@ if ! { cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DOHMWISE_T
   exit 1
 fi
 nproc | sed 's/$/ cores/'
-for bench in netcomp collection package index recalc; do
+for bench in netcomp collection package index recalc database; do
   printf '\n== %s\n' "$bench"
   "build/bench/bench/${bench}_bench" --benchmark_min_time="${OHMWISE_BENCH_SECONDS:-0.5}" 2>/dev/null
 done

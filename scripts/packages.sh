@@ -44,7 +44,7 @@ test_packages=(
   poppler-utils postgresql)
 
 # What the benchmarks need: the framework, and the peers they compare with.
-bench_packages=(libbenchmark-dev libicu-dev libvisio-tools)
+bench_packages=(libbenchmark-dev libicu-dev libvisio-tools postgresql)
 
 use_ccache() {
   command -v ccache >/dev/null || return 0
