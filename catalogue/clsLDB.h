@@ -94,7 +94,8 @@ class clsLDB {
   void DeleteCable(int32_t tCableID);
   /// As `GetComponent`, with cable 0 in place of an unknown one.
   RecordsetRef GetCable(int32_t tCableID, bool Silent = false);
-  /// True when a cable has exactly these fields; the price is compared as the number it is.
+  /// True when a cable has exactly these fields, the price as it is stored ("3.50"). Its recordset
+  /// is not closed.
   bool CableExist(std::u16string_view tName, std::u16string_view tBrand, std::u16string_view tModel,
                   int16_t tCores, std::u16string_view tCoreNames, std::u16string_view tArea,
                   std::u16string_view tOrder, std::u16string_view tSupplier,
