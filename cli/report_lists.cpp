@@ -62,6 +62,7 @@ constexpr int32_t kNetType = 106;
 constexpr int32_t kJunctionType = 107;
 constexpr int32_t kTerminalType = 113;
 constexpr int32_t kOtherTerminalType = 114;
+constexpr int32_t kCableType = 1004;
 constexpr int16_t kPinListColumn = 5;
 
 using Kind = ReportColumn::Kind;
@@ -228,9 +229,22 @@ void ListTerminals(AddIn& add_in, const Emit& emit) {
   }
 }
 
+/// Cables that are drawn; what their shape says they are, by reference.
+std::map<std::u16string, std::u16string> DrawnCables(AddIn& add_in) {
+  std::map<std::u16string, std::u16string> drawn;
+  const CollectionRef references = add_in.Member(u"colRefShape");
+  for (int32_t position = 1; position <= references->Count(); ++position) {
+    for (const ShapeRef& shape : ShapesOf(ToCollection(references->Item(position)))) {
+      if (SharedMisc().TypeNo(shape) != kCableType) continue;
+      drawn.try_emplace(CellOrEmpty(shape, u"User.Ref"), CellOrEmpty(shape, u"Prop.Name"));
+    }
+  }
+  return drawn;
+}
+
 void ListCables(AddIn& add_in, const Emit& emit) {
   const ShapeRef cables = shapeutil::CableSheet(add_in.document());
-  if (!cables) return;
+  std::map<std::u16string, std::u16string> drawn = DrawnCables(add_in);
   std::map<std::u16string, ShapeRef> wires;
   for (const PageRef& page : add_in.ForegroundPages()) {
     const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
@@ -241,10 +255,16 @@ void ListCables(AddIn& add_in, const Emit& emit) {
   }
   clsLMisc& misc = SharedMisc();
   std::vector<std::u16string> names;
-  for (int16_t row = 0; row < cables->RowCount(section::kUser); ++row) {
+  for (int16_t row = 0; cables && row < cables->RowCount(section::kUser); ++row) {
     names.push_back(cables->RowName(section::kUser, row));
+    std::erase_if(drawn, [&](const auto& cable) { return EqualNoCase(cable.first, names.back()); });
   }
+  for (const auto& [name, type] : drawn) names.push_back(name);
   for (const std::u16string& name : InReferenceOrder(names)) {
+    if (const auto shape = drawn.find(name); shape != drawn.end()) {
+      emit({name, shape->second, u"", u"", u"", u"", u"", u""});
+      continue;
+    }
     const std::u16string cable = CellOrEmpty(cables, u"User." + name);
     const std::u16string arrange = CellOrEmpty(cables, u"User." + name + u".Prompt");
     std::u16string core_names;

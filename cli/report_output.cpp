@@ -57,8 +57,11 @@ class WorkbookReport {
     WriteRow(1, titles);
     book_.RowBold(1);
     for (size_t i = 0; i < table_.columns.size(); ++i) {
-      if (IsNumber(table_.columns[i])) {
-        book_.HorAlignment(std::u16string{ColumnLetter(i), u'1'}, sheet_alignment::kRight);
+      const std::u16string letter(1, ColumnLetter(i));
+      if (table_.columns[i].kind == Kind::kNumber) {
+        book_.HorAlignment(letter + u":" + letter, sheet_alignment::kCenter);
+      } else if (table_.columns[i].kind == Kind::kPrice) {
+        book_.HorAlignment(letter + u"1", sheet_alignment::kRight);
       }
     }
     for (const Row& row : table_.rows) {
@@ -74,6 +77,7 @@ class WorkbookReport {
       }
     }
     book_.AutoFit(u"A:" + std::u16string{ColumnLetter(table_.columns.size() - 1)});
+    HideEmptyColumns();
     book_.SelectRange(u"A2");
     if (!failure_.empty()) Fail();
     Interrupt::Check();
@@ -97,8 +101,20 @@ class WorkbookReport {
     layout.widest_column = kWidestColumn;
     for (size_t i = 0; i < table_.columns.size(); ++i) {
       if (table_.columns[i].kind == Kind::kPrice) {
-        layout.number_formats[static_cast<int32_t>(i) + 1] = "#,##0.00";
+        layout.number_formats[static_cast<int32_t>(i) + 1] =
+            "#,##0.00_ ";  // a blank's room beside the next column
       }
+    }
+  }
+
+  /// What no row tells anything about only takes room on paper.
+  void HideEmptyColumns() {
+    if (table_.rows.empty()) return;
+    for (size_t i = 0; i < table_.columns.size(); ++i) {
+      const bool is_empty = std::all_of(table_.rows.begin(), table_.rows.end(),
+                                        [i](const Row& row) { return row[i].empty(); });
+      const std::u16string letter(1, ColumnLetter(i));
+      if (is_empty) book_.HideCols(letter + u":" + letter);
     }
   }
 

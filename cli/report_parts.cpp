@@ -258,7 +258,7 @@ Catalogue ReadCatalogue(const std::string& path) {
     record->SetSupplier(FieldText(records, u"Supplier"));
     record->SetRemarks(FieldText(records, u"Remarks"));
     record->SetPrice(PriceOf(FieldText(records, u"Price")));
-    catalogue[record->CompID()] = std::move(record);
+    catalogue.try_emplace(record->CompID(), record);
   }
   records->Close();
   return catalogue;

@@ -51,11 +51,13 @@ int32_t TextWidth(std::string_view utf8, bool bold) {
 
 int32_t NumberWidth(double number, const std::string& format, bool bold) {
   if (format.empty()) return TextWidth(ToUtf8(DoubleText(number)), bold);
-  const size_t point = format.find('.');
-  const int decimals = point == std::string::npos ? 0 : static_cast<int>(format.size() - point - 1);
+  const size_t point = std::min(format.find('.'), format.size());
+  const size_t end = std::min(format.find_first_not_of("0#", point + 1), format.size());
+  const int decimals = point == format.size() ? 0 : static_cast<int>(end - point - 1);
   char text[400];
   const int length = std::snprintf(text, sizeof text, "%.*f", decimals, number);
   int32_t width = TextWidth(std::string_view(text, static_cast<size_t>(std::max(length, 0))), bold);
+  if (format.find('_') != std::string::npos) width += kWidths['0' - ' '];
   if (format.find(',') != std::string::npos && std::fabs(number) >= 1000) {
     width += static_cast<int32_t>(std::log10(std::fabs(number)) / 3) * kWidths[',' - ' '];
   }
