@@ -67,6 +67,16 @@ class Classes {
   void Remove(const std::wstring& path) noexcept {
     if (key_) RegDeleteTreeW(key_, path.c_str());
   }
+  /// A key that only this server had entries in.
+  void RemoveEmpty(const wchar_t* path) noexcept {
+    HKEY key = nullptr;
+    if (!key_ || RegOpenKeyExW(key_, path, 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+    DWORD keys = 1, values = 1;
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values, nullptr,
+                     nullptr, nullptr, nullptr);
+    RegCloseKey(key);
+    if (keys == 0 && values == 0) RegDeleteKeyW(key_, path);
+  }
 
  private:
   HKEY key_ = nullptr;
@@ -121,6 +131,7 @@ void Unregister(Registration scope) noexcept {
       classes.Remove(InterfaceKey(*entry));
     }
     classes.Remove(LibraryKey());
+    for (const wchar_t* key : {L"CLSID", L"Interface", L"TypeLib"}) classes.RemoveEmpty(key);
   } catch (...) {
     // Without memory for the names of the keys there is nothing else to try.
   }

@@ -1,0 +1,114 @@
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+#include "Ohmwise6.h"
+#include "platform/text.h"
+#include "tests/com/server/server.h"
+
+namespace ohmwise::com {
+namespace {
+
+/// Every key and value below a key, as lines; names of keys in lower case, as they count without.
+void Collect(HKEY key, const std::wstring& path, std::set<std::wstring>& lines) {
+  lines.insert(path);
+  wchar_t name[512];
+  BYTE data[2048];
+  for (DWORD i = 0;; ++i) {
+    DWORD length = 512, size = sizeof data, type = 0;
+    const LSTATUS status = RegEnumValueW(key, i, name, &length, nullptr, &type, data, &size);
+    if (status == ERROR_NO_MORE_ITEMS) break;
+    if (status != ERROR_SUCCESS || type != REG_SZ) continue;
+    lines.insert(path + L" " + name + L"=" +
+                 std::wstring(reinterpret_cast<const wchar_t*>(data), size / sizeof(wchar_t)));
+  }
+  for (DWORD i = 0;; ++i) {
+    DWORD length = 512;
+    if (RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+      break;
+    }
+    CharLowerBuffW(name, length);
+    HKEY sub = nullptr;
+    if (RegOpenKeyExW(key, name, 0, KEY_READ, &sub) != ERROR_SUCCESS) continue;
+    Collect(sub, path + L"\\" + name, lines);
+    RegCloseKey(sub);
+  }
+}
+
+std::set<std::wstring> ClassesOf(HKEY root) {
+  std::set<std::wstring> lines;
+  HKEY key = nullptr;
+  if (RegCreateKeyW(root, L"Software\\Classes", &key) == ERROR_SUCCESS) {
+    Collect(key, L"", lines);
+    RegCloseKey(key);
+  }
+  return lines;
+}
+
+std::set<std::wstring> Added(const std::set<std::wstring>& now,
+                             const std::set<std::wstring>& before) {
+  std::set<std::wstring> added;
+  std::set_difference(now.begin(), now.end(), before.begin(), before.end(),
+                      std::inserter(added, added.end()));
+  return added;
+}
+
+class RegistrationTest : public ServerTest {
+ protected:
+  HRESULT Machine(const char* function) const {
+    return server_.Function<HRESULT(WINAPI*)()>(function)();
+  }
+  HRESULT Install(bool install, const wchar_t* arguments) const {
+    return server_.Function<HRESULT(WINAPI*)(BOOL, LPCWSTR)>("DllInstall")(install, arguments);
+  }
+
+  static void ExpectUsable() {
+    for (const PublicClass& c : AllClasses()) {
+      SCOPED_TRACE(ToUtf8(Narrow(c.name)));
+      CLSID clsid{};
+      EXPECT_EQ(CLSIDFromProgID((std::wstring(L"Ohmwise6.") + c.name).c_str(), &clsid), S_OK);
+      EXPECT_EQ(clsid, c.clsid);
+      if (std::wstring_view(c.name) == L"clsLLang") continue;  // needs its database
+      Ref<IDispatch> object;
+      EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                                 Receive<IDispatch>(object)),
+                S_OK);
+    }
+    Ref<ITypeLib> library;
+    EXPECT_EQ(LoadRegTypeLib(LIBID_Ohmwise6, 6, 0, LOCALE_NEUTRAL, Receive<ITypeLib>(library)),
+              S_OK);
+    CoFreeUnusedLibrariesEx(0, 0);
+  }
+};
+
+TEST_F(RegistrationTest, ForTheMachineAndForOneUserLeavesNothingBehind) {
+  const std::set<std::wstring> machine = ClassesOf(HKEY_LOCAL_MACHINE);
+  const std::set<std::wstring> user = ClassesOf(HKEY_CURRENT_USER);
+  for (int round = 0; round < 2; ++round) {  // registering twice changes nothing more
+    ASSERT_EQ(Machine("DllRegisterServer"), S_OK);
+  }
+  ExpectUsable();
+  std::set<std::wstring> of_machine = Added(ClassesOf(HKEY_LOCAL_MACHINE), machine);
+  EXPECT_GT(of_machine.size(), AllClasses().size() * 10);
+  EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER), user);
+  for (int round = 0; round < 2; ++round) ASSERT_EQ(Machine("DllUnregisterServer"), S_OK);
+  EXPECT_EQ(ClassesOf(HKEY_LOCAL_MACHINE), machine);
+
+  // For one user: the same entries in the user's own place. (Wine does not look for classes there,
+  // so they cannot be made by name here.)
+  EXPECT_EQ(Install(true, L"somebody"), E_INVALIDARG);
+  ASSERT_EQ(Install(true, L"User"), S_OK);
+  std::set<std::wstring> of_user = Added(ClassesOf(HKEY_CURRENT_USER), user);
+  for (const wchar_t* key : {L"\\clsid", L"\\interface", L"\\typelib"}) {
+    of_user.erase(key);
+    of_machine.erase(key);
+  }
+  EXPECT_EQ(Added(of_user, of_machine), std::set<std::wstring>());
+  EXPECT_EQ(Added(of_machine, of_user), std::set<std::wstring>());
+  EXPECT_EQ(ClassesOf(HKEY_LOCAL_MACHINE), machine);
+  ASSERT_EQ(Install(false, L"user"), S_OK);
+  EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER), user);
+}
+
+}  // namespace
+}  // namespace ohmwise::com
