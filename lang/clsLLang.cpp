@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "platform/conversion.h"
 #include "platform/error.h"
@@ -31,10 +32,7 @@ std::u16string DataFolder() {
   return ReplaceAll(folder, u"Development", u"");
 }
 
-std::unique_ptr<clsLLang>& SharedSlot() {
-  thread_local std::unique_ptr<clsLLang> instance;
-  return instance;
-}
+thread_local clsLLang* shared_lang = nullptr;
 
 }  // namespace
 
@@ -107,12 +105,12 @@ void clsLLang::InitCombo(const ObjectRef& cmbActive) {
 }
 
 clsLLang& SharedLang() {
-  std::unique_ptr<clsLLang>& instance = SharedSlot();
-  if (!instance) {
-    instance = std::make_unique<clsLLang>();
-    AtHostEnd([] { SharedSlot().reset(); });
+  if (!shared_lang) {
+    auto made = std::make_unique<clsLLang>();
+    AtHostEnd([] { delete std::exchange(shared_lang, nullptr); });
+    shared_lang = made.release();
   }
-  return *instance;
+  return *shared_lang;
 }
 
 std::u16string UserText(int32_t number) {

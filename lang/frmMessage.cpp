@@ -1,15 +1,15 @@
 #include "lang/frmMessage.h"
 
+#include <memory>
+#include <utility>
+
 #include "lang/clsLLang.h"
 #include "platform/host.h"
 
 namespace ohmwise {
 namespace {
 
-std::unique_ptr<frmMessage>& FormSlot() {
-  thread_local std::unique_ptr<frmMessage> form;
-  return form;
-}
+thread_local frmMessage* loaded_form = nullptr;
 
 // The form comes and goes many times; its end is registered once per host.
 thread_local bool end_registered = false;
@@ -32,15 +32,15 @@ void frmMessage::Show() { window_->Show(); }
 void frmMessage::Refresh() { window_->Repaint(); }
 
 frmMessage& LoadedMessageForm() {
-  std::unique_ptr<frmMessage>& form = FormSlot();
-  if (!form) {
-    form = std::make_unique<frmMessage>();
+  if (!loaded_form) {
+    auto made = std::make_unique<frmMessage>();
     if (!end_registered) AtHostEnd(EndWithHost);
     end_registered = true;
+    loaded_form = made.release();
   }
-  return *form;
+  return *loaded_form;
 }
 
-void UnloadMessageForm() noexcept { FormSlot().reset(); }
+void UnloadMessageForm() noexcept { delete std::exchange(loaded_form, nullptr); }
 
 }  // namespace ohmwise

@@ -8,8 +8,10 @@
 namespace ohmwise {
 namespace {
 
+// Neither these nor the instances that end with a host have destructors that the thread would run:
+// the runtime keeps a DLL loaded for such threads, and a host program may let it go long before.
 thread_local Host* current_host = nullptr;
-thread_local std::vector<void (*)()> at_end;
+thread_local std::vector<void (*)()>* at_end = nullptr;
 
 }  // namespace
 
@@ -43,21 +45,25 @@ Host& CurrentHost() {
 }
 
 HostScope::HostScope(Host& host)
-    : former_(std::exchange(current_host, &host)), made_before_(at_end.size()) {}
+    : former_(std::exchange(current_host, &host)), made_before_(at_end ? at_end->size() : 0) {}
 
 HostScope::~HostScope() {
   if (current_host != former_) {
     // While an instance ends it may use the host, and even make another one anew.
-    while (at_end.size() > made_before_) {
-      const auto end = at_end.back();
-      at_end.pop_back();
+    while (at_end && at_end->size() > made_before_) {
+      const auto end = at_end->back();
+      at_end->pop_back();
       end();
     }
+    if (at_end && at_end->empty()) delete std::exchange(at_end, nullptr);
   }
   current_host = former_;
 }
 
-void AtHostEnd(void (*end)()) { at_end.push_back(end); }
+void AtHostEnd(void (*end)()) {
+  if (!at_end) at_end = new std::vector<void (*)()>;
+  at_end->push_back(end);
+}
 
 CollectionRef ToCollection(const Value& value) {
   return CurrentHost().AsCollection(value.AsObject());

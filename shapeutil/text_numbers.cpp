@@ -1,4 +1,5 @@
 #include <memory>
+#include <utility>
 
 #include "platform/code_page.h"
 #include "platform/conversion.h"
@@ -100,14 +101,15 @@ int16_t NetOrder(const Pieces& first, const Pieces& second) {
                   class1 == kMixedClass && first.end == -1);
 }
 
-thread_local std::unique_ptr<clsLMisc> shared_misc;
+thread_local clsLMisc* shared_misc = nullptr;
 
 }  // namespace
 
 clsLMisc& SharedMisc() {
   if (!shared_misc) {
-    shared_misc = std::make_unique<clsLMisc>();
-    AtHostEnd([] { shared_misc.reset(); });
+    auto made = std::make_unique<clsLMisc>();
+    AtHostEnd([] { delete std::exchange(shared_misc, nullptr); });
+    shared_misc = made.release();
   }
   return *shared_misc;
 }
