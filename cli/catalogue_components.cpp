@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/catalogue.h"
+#include "platform/conversion.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -52,6 +53,13 @@ void List(const ComponentOptions& options) {
     order = column ? std::u16string(kComponents.columns[*column].name) : u"CompID";
   }
   std::vector<Article> articles = catalogue::ReadArticles(session.db(), kComponents, order);
+  if (const auto column = catalogue::ColumnAt(kComponents, order);
+      column && kComponents.columns[*column].kind == catalogue::ColumnKind::kPrice) {
+    // Stored as texts, prices come in the order of their digits.
+    std::stable_sort(articles.begin(), articles.end(), [&](const Article& a, const Article& b) {
+      return LeadingNumber(a.values[*column]) < LeadingNumber(b.values[*column]);
+    });
+  }
   if (!options.category.empty()) {
     const int32_t key = session.FindCategory(categories, options.category);
     const auto category =

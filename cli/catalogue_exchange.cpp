@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -46,9 +47,9 @@ bool EndsWith(const std::string& path, std::u16string_view ending) {
 /// What a database may be called, and how the files of the engines begin.
 bool IsDatabase(const std::string& path) {
   if (path.starts_with("postgresql://") || path.starts_with("postgres://")) return true;
-  const std::string bytes = embedded::ReadWholeFile(path, uint64_t{1} << 40).substr(0, 20);
-  return bytes.starts_with("SQLite format 3") ||
-         bytes.substr(std::min<size_t>(4, bytes.size())).starts_with("Standard ");
+  std::string bytes(20, '\0');
+  std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<int>(bytes.size()));
+  return bytes.starts_with("SQLite format 3") || bytes.substr(4).starts_with("Standard ");
 }
 
 bool Named(const std::u16string& cell) { return !TrimSpaces(cell).empty(); }
@@ -227,7 +228,7 @@ void PrintPlan(const Printer& printer, const std::vector<Source>& sources,
     }
     if (rows.empty()) continue;
     printer.Heading(plans[i].table == &kComponents ? "Components" : "Cables");
-    printer.Table({"Line", "", ToUtf8(plans[i].table->key), "Name", ""}, rows);
+    printer.Table({"Line", "Outcome", ToUtf8(plans[i].table->key), "Name", "What"}, rows);
     if (left > 0)
       printer.Line("  … and " + Counted(left, "more line") + "; --json lists them all.");
   }
