@@ -1,26 +1,16 @@
 #include "platform/com/collection_client.h"
 
+#include <optional>
 #include <utility>
 
 #include "platform/com/error_mapping.h"
+#include "platform/com/foreign_object.h"
 #include "platform/com/late_binding.h"
 #include "platform/error.h"
 
 namespace ohmwise::com {
 
 namespace {
-
-/// Error information belongs to a failed call only if the object says that it supplies it.
-[[noreturn]] void RaiseDualFailure(IUnknown* object, HRESULT result) {
-  const Ref<ISupportErrorInfo> supports = Query<ISupportErrorInfo>(object);
-  if (supports && supports->InterfaceSupportsErrorInfo(kKeyedCollection) == S_OK) {
-    EXCEPINFO exception{};
-    result = FillException(result, &exception);
-    RaiseInvokeFailure(result, exception);
-  }
-  Check(result);
-  Raise(Err::kHost);  // a success code that is none
-}
 
 class CollectionClient final : public Client<Collection, Kind::kCollection> {
  public:
@@ -56,8 +46,19 @@ class CollectionClient final : public Client<Collection, Kind::kCollection> {
   void Remove(std::u16string_view key) override { RemoveAt(key); }
 
  private:
+  /// Error information belongs to a failed call only if the object says that it supplies it.
   void Demand(HRESULT result) {
-    if (result != S_OK) RaiseDualFailure(dual_.get(), result);
+    if (result == S_OK) return;
+    if (!explains_failures_) {
+      const Ref<ISupportErrorInfo> support = Query<ISupportErrorInfo>(dual_.get());
+      explains_failures_ = support && support->InterfaceSupportsErrorInfo(kKeyedCollection) == S_OK;
+    }
+    if (*explains_failures_) {
+      EXCEPINFO exception{};
+      RaiseInvokeFailure(FillException(result, &exception), exception);
+    }
+    Check(result);
+    Raise(Err::kHost);  // a success that is none
   }
   template <class Where>
   Value ItemAt(const Where& where) {
@@ -97,6 +98,7 @@ class CollectionClient final : public Client<Collection, Kind::kCollection> {
   }
 
   Ref<KeyedCollection> dual_;
+  std::optional<bool> explains_failures_;
 };
 
 }  // namespace
@@ -106,12 +108,19 @@ CollectionRef AsCollection(const ObjectRef& object) {
   if (auto* own = dynamic_cast<Collection*>(object.get())) return CollectionRef::Share(own);
   const auto* foreign = dynamic_cast<const Foreign*>(object.get());
   if (!foreign) Raise(Err::kTypeMismatch);
+  auto* late = dynamic_cast<ForeignObject*>(object.get());
+  if (late && late->typed) {
+    if (auto* typed = dynamic_cast<Collection*>(late->typed.get())) {
+      return CollectionRef::Share(typed);
+    }
+  }
   Ref<KeyedCollection> dual;
   static_cast<void>(
       foreign->dispatch()->QueryInterface(kKeyedCollection, Receive<KeyedCollection>(dual)));
   auto client =
       MakeRef<CollectionClient>(Ref<IDispatch>::Share(foreign->dispatch()), std::move(dual));
   if (!client->IsCollection()) Raise(Err::kTypeMismatch);
+  if (late) late->typed = client;
   return client;
 }
 

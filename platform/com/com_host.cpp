@@ -2,6 +2,7 @@
 
 #include "platform/com/collection_client.h"
 #include "platform/com/drawing_clients.h"
+#include "platform/com/moment.h"
 #include "platform/com/own_module.h"
 #include "platform/com/window_forms.h"
 #include "platform/com/windows.h"
@@ -35,13 +36,17 @@ std::u16string ComHost::LibraryFolder() { return OwnFolder(); }
 void ComHost::ShowMessageBox(std::u16string_view text, std::u16string_view title,
                              MessageIcon icon) {
   ShowBox(text, title, icon);
+  NoteEntry();
 }
 
 std::unique_ptr<MessageWindow> ComHost::MakeMessageWindow(const MessageFormLayout& layout) {
   return MakeProgressWindow(layout);
 }
 
-void ComHost::ProcessEvents() { RunPendingMessages(); }
+void ComHost::ProcessEvents() {
+  RunPendingMessages();
+  NoteEntry();
+}
 
 CollectionRef ComHost::AsCollection(const ObjectRef& object) { return com::AsCollection(object); }
 

@@ -1,10 +1,13 @@
 #include "platform/com/drawing_clients.h"
 
 #include <memory>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "platform/com/foreign_object.h"
 #include "platform/com/late_binding.h"
+#include "platform/com/moment.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -19,13 +22,13 @@ constexpr int16_t kLocalOnly = -1;
 constexpr int32_t kPageSheetType = 1;     // VisShapeTypes: visTypePage
 constexpr std::u16string_view kOwnUnits;  // ResultStr: the units of the cell
 
-/// What all objects of one page have in common, asked once while somebody walks the page.
+/// What the shapes of one list have in common, asked once while somebody walks the list.
 ///
-/// Only the list that is walked keeps it alive. A shape outlives the walk in the collections that a
-/// document holds, and must not hold that document in its turn.
+/// Only the list keeps it alive. A shape outlives the walk in the collections that a document
+/// holds, and must not hold that document in its turn.
 struct Surroundings {
-  Ref<IDispatch> application;
-  Ref<IDispatch> document;
+  ApplicationRef application;
+  DocumentRef document;
 };
 using SurroundingsRef = std::shared_ptr<Surroundings>;
 using SurroundingsHint = std::weak_ptr<Surroundings>;
@@ -56,13 +59,59 @@ class CellClient final : public Client<Cell, Kind::kCell> {
   std::u16string Name() override { return late_.Text(Member::kName); }
   std::u16string Formula() override { return late_.Text(Member::kFormulaU); }
   void SetFormula(std::u16string_view formula) override {
+    const ChangeNote note;
     late_.Assign(Member::kFormulaU, formula);
   }
-  std::u16string ResultText() override { return late_.Text(Member::kResultStr, kOwnUnits); }
-  double ResultNumber() override { return late_.Real(Member::kResultIU); }
-  void SetResultNumber(double number) override { late_.Assign(Member::kResultIU, number); }
+  std::u16string ResultText() override {
+    if (text_.good()) return text_.value();
+    return text_.Keep(late_.Text(Member::kResultStr, kOwnUnits));
+  }
+  double ResultNumber() override {
+    if (number_.good()) return number_.value();
+    return number_.Keep(late_.Real(Member::kResultIU));
+  }
+  void SetResultNumber(double number) override {
+    const ChangeNote note;
+    late_.Assign(Member::kResultIU, number);
+  }
   /// Name of the row that the cell is in.
   std::u16string RowName() { return late_.Text(Member::kRowNameU); }
+
+ private:
+  Remembered<std::u16string, Until::kChange> text_;
+  Remembered<double, Until::kChange> number_;
+};
+
+/// Cells that were asked for since the last entry. They are let go then: the program keeps every
+/// cell that somebody holds, and an index holds its shapes for as long as the document is open.
+class KnownCells {
+ public:
+  static KnownCells& OfThread() {
+    thread_local KnownCells known;
+    return known;
+  }
+  /// Null when it was not asked for.
+  CellRef Find(const void* shape, std::u16string_view name) const {
+    const auto [first, last] = cells_.equal_range(shape);
+    for (auto at = first; at != last; ++at) {
+      if (EqualNoCase(at->second.name, name)) return at->second.cell;
+    }
+    return nullptr;
+  }
+  void Add(const void* shape, std::u16string_view name, const CellRef& cell) {
+    cells_.emplace(shape, Known{std::u16string(name), cell});
+  }
+  void Forget(const void* shape) noexcept { cells_.erase(shape); }
+
+ private:
+  struct Known {
+    std::u16string name;
+    CellRef cell;
+  };
+  KnownCells() {
+    ForgetAtEntry([]() noexcept { OfThread().cells_.clear(); });
+  }
+  std::unordered_multimap<const void*, Known> cells_;
 };
 
 ShapeRef WrapShape(Ref<IDispatch> object, const SurroundingsRef& surroundings = nullptr);
@@ -74,6 +123,9 @@ class ApplicationClient final : public Client<Application, Kind::kApplication> {
   bool IsOne() { return late_.Has(Member::kActiveDocument) && late_.Has(Member::kDocuments); }
   DocumentRef ActiveDocument() override;
   DocumentRef DocumentNamed(std::u16string_view name) override;
+
+ private:
+  Remembered<DocumentRef, Until::kEntry> active_;
 };
 
 class ShapesClient final : public Client<Shapes, Kind::kShapes> {
@@ -123,6 +175,9 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
  public:
   ShapeClient(Ref<IDispatch> object, SurroundingsHint surroundings = {})
       : Client(std::move(object)), surroundings_(std::move(surroundings)) {}
+  ~ShapeClient() override {
+    if (knows_cells_) KnownCells::OfThread().Forget(this);
+  }
   bool IsOne() { return late_.Has(Member::kCellsU) && late_.Has(Member::kUniqueID); }
 
   int32_t ID() override { return late_.Number(Member::kID); }
@@ -131,15 +186,22 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
   std::u16string UniqueID() override { return late_.Text(Member::kUniqueID, kGetOrMakeGuid); }
   // The shape's own Text has a place holder for every field, and the text of another shape for some
   // groups; the characters are what is shown.
-  std::u16string Text() override { return Characters().Text(Member::kText); }
-  void SetText(std::u16string_view text) override { Characters().Assign(Member::kText, text); }
+  std::u16string Text() override {
+    if (text_.good()) return text_.value();
+    return text_.Keep(Characters().Text(Member::kText));
+  }
+  void SetText(std::u16string_view text) override {
+    const ChangeNote note;
+    Characters().Assign(Member::kText, text);
+  }
 
   ApplicationRef Application() override {
     const SurroundingsRef shared = surroundings_.lock();
-    Ref<IDispatch> application = shared ? shared->application : nullptr;
-    if (!application) application = late_.Object(Member::kApplication);
+    if (shared && shared->application) return shared->application;
+    ApplicationRef application =
+        WrapOrNothing<ApplicationClient>(late_.Object(Member::kApplication));
     if (shared) shared->application = application;
-    return WrapOrNothing<ApplicationClient>(std::move(application));
+    return application;
   }
   DocumentRef Document() override;
   PageRef ContainingPage() override { return WrapPage(late_.Object(Member::kContainingPage)); }
@@ -155,11 +217,25 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
   MasterRef Master() override { return WrapOrNothing<MasterClient>(late_.Object(Member::kMaster)); }
   bool OneD() override { return late_.Flag(Member::kOneD); }
 
+  // Who asks for a cell reads it next: asking for the cell itself saves a call.
   bool CellExists(std::u16string_view name, bool local_only) override {
+    if (!local_only) {
+      try {
+        Cells(name);
+        return true;
+      } catch (const AutomationError&) {
+        // Missing, or a failure that the question itself will tell.
+      }
+    }
     return late_.Flag(Member::kCellExistsU, name, local_only ? kLocalOnly : kInheritedToo);
   }
   CellRef Cells(std::u16string_view name) override {
-    return WrapCell(late_.Object(Member::kCellsU, name));
+    KnownCells& known = KnownCells::OfThread();
+    if (CellRef cell = known.Find(this, name)) return cell;
+    CellRef cell = WrapCell(late_.Object(Member::kCellsU, name));
+    known.Add(this, name, cell);
+    knows_cells_ = true;
+    return cell;
   }
   bool CellsSRCExists(int16_t section, int16_t row, int16_t column, bool local_only) override {
     return late_.Flag(Member::kCellsSRCExists, section, row, column,
@@ -202,18 +278,24 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
     }
   }
   int16_t AddNamedRow(int16_t section, std::u16string_view name, int16_t tag) override {
+    const ChangeNote note;
     return Short(late_.Call(Member::kAddNamedRow, section, name, tag));
   }
   int16_t AddRow(int16_t section, int16_t row, int16_t tag) override {
+    const EntryNote note;  // cells of the rows behind it move
     return Short(late_.Call(Member::kAddRow, section, row, tag));
   }
   void DeleteRow(int16_t section, int16_t row) override {
+    const EntryNote note;
     late_.Call(Member::kDeleteRow, section, row);
   }
 
   CollectionRef Connects() override { return Glue(Member::kConnects); }
   CollectionRef FromConnects() override { return Glue(Member::kFromConnects); }
-  void Delete() override { late_.Call(Member::kDelete); }
+  void Delete() override {
+    const EntryNote note;
+    late_.Call(Member::kDelete);
+  }
 
   Value Get(std::u16string_view member, std::span<const Value> arguments) override {
     if (arguments.empty()) {
@@ -226,7 +308,12 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
   void Put(std::u16string_view member, const Value& value,
            std::span<const Value> arguments) override {
     if (arguments.empty() && EqualNoCase(member, u"Text")) return SetText(value.ToText());
+    const EntryNote note;
     Client::Put(member, value, arguments);
+  }
+  Value Call(std::u16string_view member, std::span<const Value> arguments) override {
+    const EntryNote note;
+    return Client::Call(member, arguments);
   }
 
  private:
@@ -256,6 +343,8 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
   }
 
   SurroundingsHint surroundings_;
+  Remembered<std::u16string, Until::kChange> text_;
+  bool knows_cells_ = false;
 };
 
 class PageClient final : public Client<Page, Kind::kPage> {
@@ -267,11 +356,17 @@ class PageClient final : public Client<Page, Kind::kPage> {
   bool Background() override { return late_.Flag(Member::kBackground); }
   std::u16string Name() override { return late_.Text(Member::kName); }
   std::u16string NameU() override { return late_.Text(Member::kNameU); }
-  void SetName(std::u16string_view name) override { late_.Assign(Member::kName, name); }
+  void SetName(std::u16string_view name) override {
+    const ChangeNote note;
+    late_.Assign(Member::kName, name);
+  }
   ShapeRef PageSheet() override { return WrapShape(late_.Object(Member::kPageSheet)); }
   ShapesRef Shapes() override { return WrapOrNothing<ShapesClient>(late_.Object(Member::kShapes)); }
   DocumentRef Document() override;
-  void Delete() override { late_.Call(Member::kDelete, kKeepPageNames); }
+  void Delete() override {
+    const EntryNote note;
+    late_.Call(Member::kDelete, kKeepPageNames);
+  }
 };
 
 class PagesClient final : public Client<Pages, Kind::kPages> {
@@ -302,16 +397,49 @@ class DocumentClient final : public Client<Document, Kind::kDocument> {
     return WrapOrNothing<ApplicationClient>(late_.Object(Member::kApplication));
   }
 
+  Value Get(std::u16string_view member, std::span<const Value> arguments) override {
+    if (!arguments.empty()) return Client::Get(member, arguments);
+    std::vector<KnownMember> known;
+    if (members_.good()) known = members_.value();
+    for (const KnownMember& one : known) {
+      if (one.name == member) return one.value;
+    }
+    Value value = Client::Get(member, arguments);
+    // The index collections stay the same objects; what else there is may be read anew.
+    if (value.IsObject() && !value.IsNothing()) {
+      known.push_back({std::u16string(member), value});
+      members_.Keep(std::move(known));
+    }
+    return value;
+  }
+  void Put(std::u16string_view member, const Value& value,
+           std::span<const Value> arguments) override {
+    const EntryNote note;
+    Client::Put(member, value, arguments);
+  }
+  Value Call(std::u16string_view member, std::span<const Value> arguments) override {
+    const EntryNote note;
+    return Client::Call(member, arguments);
+  }
+
  private:
+  struct KnownMember {
+    std::u16string name;
+    Value value;
+  };
+
   LateBound Masters() {
     Ref<IDispatch> masters = late_.Object(Member::kMasters);
     if (!masters) RaiseMissing(u"masters");
     return LateBound(Kind::kMasters, std::move(masters));
   }
+
+  Remembered<std::vector<KnownMember>, Until::kEntry> members_;
 };
 
 DocumentRef ApplicationClient::ActiveDocument() {
-  return WrapOrNothing<DocumentClient>(late_.Object(Member::kActiveDocument));
+  if (active_.good()) return active_.value();
+  return active_.Keep(WrapOrNothing<DocumentClient>(late_.Object(Member::kActiveDocument)));
 }
 
 DocumentRef ApplicationClient::DocumentNamed(std::u16string_view name) {
@@ -323,10 +451,10 @@ DocumentRef ApplicationClient::DocumentNamed(std::u16string_view name) {
 
 DocumentRef ShapeClient::Document() {
   const SurroundingsRef shared = surroundings_.lock();
-  Ref<IDispatch> document = shared ? shared->document : nullptr;
-  if (!document) document = late_.Object(Member::kDocument);
+  if (shared && shared->document) return shared->document;
+  DocumentRef document = WrapOrNothing<DocumentClient>(late_.Object(Member::kDocument));
   if (shared) shared->document = document;
-  return WrapOrNothing<DocumentClient>(std::move(document));
+  return document;
 }
 
 DocumentRef PageClient::Document() {
@@ -346,8 +474,15 @@ Ref<Interface> TypedView(const ObjectRef& object) {
   if (auto* typed = dynamic_cast<Interface*>(object.get())) return Ref<Interface>::Share(typed);
   const auto* foreign = dynamic_cast<const Foreign*>(object.get());
   if (!foreign) Raise(Err::kTypeMismatch);
+  auto* late = dynamic_cast<ForeignObject*>(object.get());
+  if (late && late->typed) {
+    if (auto* typed = dynamic_cast<Interface*>(late->typed.get())) {
+      return Ref<Interface>::Share(typed);
+    }
+  }
   auto client = MakeRef<ClientOf>(Ref<IDispatch>::Share(foreign->dispatch()));
   if (!client->IsOne()) Raise(Err::kTypeMismatch);
+  if (late) late->typed = client;
   return client;
 }
 

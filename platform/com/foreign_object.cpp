@@ -1,11 +1,14 @@
-#include "platform/com/late_binding.h"
+#include "platform/com/foreign_object.h"
+
+#include <utility>
+
 #include "platform/com/objects.h"
 
 namespace ohmwise::com {
 
 ObjectRef WrapForeign(IDispatch* foreign) {
   if (!foreign) return nullptr;
-  return MakeRef<Client<Object, Kind::kOther>>(Ref<IDispatch>::Share(foreign));
+  return MakeRef<ForeignObject>(Ref<IDispatch>::Share(foreign));
 }
 
 }  // namespace ohmwise::com

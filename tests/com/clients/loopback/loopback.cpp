@@ -386,7 +386,9 @@ std::unordered_set<IDispatch*>& AllLive() {
 }
 
 /// Finds the foreign object of a drawing object quickly; equal for equal objects.
+constexpr int64_t kNoIdentity = -3;
 int64_t PlaceOf(Object& object) {
+  if (dynamic_cast<Cell*>(&object) || dynamic_cast<Characters*>(&object)) return kNoIdentity;
   try {
     if (auto* shape = dynamic_cast<Shape*>(&object)) {
       return shape->ID() * 100000 + shape->ContainingPageID();
@@ -466,7 +468,7 @@ class Loopback final : public Counting {
  public:
   explicit Loopback(ObjectRef object)
       : object_(std::move(object)), kind_(KindOfObject(*object_)), place_(PlaceOf(*object_)) {
-    AllServed().emplace(place_, this);
+    if (place_ != kNoIdentity) AllServed().emplace(place_, this);
   }
   const ObjectRef& object() const { return object_; }
 
@@ -660,7 +662,8 @@ void DescribeTypes(bool described) { describe_types = described; }
 
 Ref<IDispatch> Serve(const ObjectRef& object) {
   if (!object) return nullptr;
-  const auto [first, last] = AllServed().equal_range(PlaceOf(*object));
+  const int64_t place = PlaceOf(*object);
+  const auto [first, last] = AllServed().equal_range(place);
   for (auto at = first; at != last; ++at) {
     if (Same(at->second->object(), object)) return Ref<IDispatch>::Share(at->second);
   }

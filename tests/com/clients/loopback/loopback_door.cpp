@@ -4,6 +4,7 @@
 
 #include "platform/com/collection_client.h"
 #include "platform/com/drawing_clients.h"
+#include "platform/com/moment.h"
 #include "platform/com/objects.h"
 #include "tests/com/clients/loopback/loopback.h"
 #include "tests/support/door.h"
@@ -15,13 +16,16 @@ namespace {
 class LoopbackDoor final : public Door {
  public:
   DocumentRef Outside(const DocumentRef& document) override {
+    com::NoteEntry();  // what a test does next is a call of its own
     return com::AsDocument(loopback::Serve(document).get());
   }
   PageRef Outside(const PageRef& page) override { return com::AsPage(loopback::Serve(page).get()); }
   ShapeRef Outside(const ShapeRef& shape) override {
+    com::NoteEntry();
     return com::AsShape(loopback::Serve(shape).get());
   }
   ShapeRef Inside(const ShapeRef& shape) override {
+    com::NoteEntry();  // the drawing is about to change on its own
     const auto* foreign = dynamic_cast<const com::Foreign*>(shape.get());
     const ObjectRef served = foreign ? loopback::Served(foreign->dispatch()) : nullptr;
     auto* own = dynamic_cast<Shape*>(served.get());

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/com/late_binding.h"
+#include "platform/com/moment.h"
+
+namespace ohmwise::com {
+
+/// A foreign object of which nothing is known but that its members have names.
+class ForeignObject final : public Client<Object, Kind::kOther> {
+ public:
+  using Client::Client;
+
+  void Put(std::u16string_view member, const Value& value,
+           std::span<const Value> arguments) override {
+    const EntryNote note;  // it may be anything of the drawing
+    Client::Put(member, value, arguments);
+  }
+  Value Call(std::u16string_view member, std::span<const Value> arguments) override {
+    const EntryNote note;
+    return Client::Call(member, arguments);
+  }
+
+  /// The client that it turned out to be, made once.
+  ObjectRef typed;
+};
+
+}  // namespace ohmwise::com
