@@ -14,6 +14,14 @@ void NoteEntry() noexcept;
 /// A formula, a text or a name was written: results may be others now.
 void NoteChange() noexcept;
 
+/// One call into the library: nothing is remembered from before it, nor beyond it.
+struct LibraryCall {
+  LibraryCall() noexcept { NoteEntry(); }
+  ~LibraryCall() { NoteEntry(); }
+  LibraryCall(const LibraryCall&) = delete;
+  LibraryCall& operator=(const LibraryCall&) = delete;
+};
+
 /// Registers a function that lets go of foreign objects which were only remembered; run at every
 /// entry of this thread.
 void ForgetAtEntry(void (*forget)() noexcept);

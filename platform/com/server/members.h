@@ -11,6 +11,7 @@
 #include "catalogue/clsLCmpRec.h"
 #include "catalogue/clsLLayShape.h"
 #include "platform/com/error_mapping.h"
+#include "platform/com/moment.h"
 #include "platform/com/objects.h"
 #include "platform/com/server/automation_object.h"
 #include "platform/com/variant.h"
@@ -182,6 +183,7 @@ class Entry {
   static HRESULT STDMETHODCALLTYPE Call(This* face, Given... given) noexcept {
     AutomationObject& object = AutomationObject::Of(face);
     const auto held = Ref<AutomationObject>::Share(&object);  // a client may let go meanwhile
+    const LibraryCall call;
     try {
       using Parameters = typename members::Signature<decltype(Member)>::Parameters;
       members::Run<Member>(object, std::tuple<Given...>(given...),
