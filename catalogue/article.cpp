@@ -181,6 +181,28 @@ void DeleteArticle(clsLDB& db, const ArticleTable& table, int32_t key) {
   }
 }
 
+std::optional<int32_t> FindCategory(clsLDB& db, std::u16string_view name) {
+  std::optional<int32_t> key;
+  const RecordsetRef names = db.GetCategories();
+  for (; !key && !names->EndOfFile(); names->MoveNext()) {
+    if (name.empty() || !EqualNoCase(names->Field(u"CatName").ToText(), name)) continue;
+    key = names->Field(u"CatID").ToInt32();
+  }
+  names->Close();
+  return key;
+}
+
+std::u16string CategoriesOf(clsLDB& db, int32_t component) {
+  std::u16string names;
+  const RecordsetRef links = db.GetOrgByCompID(component);
+  for (; !links->EndOfFile(); links->MoveNext()) {
+    const std::u16string name = db.GetCatName(links->Field(u"CatID").ToInt32());
+    if (!name.empty()) names.append(names.empty() ? u"" : u"; ").append(name);
+  }
+  links->Close();
+  return names;
+}
+
 Categories::Categories(clsLDB& db) : db_(db) {
   const RecordsetRef names = db.GetCategories();
   std::map<int32_t, size_t> positions;

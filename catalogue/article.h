@@ -65,7 +65,13 @@ void SetArticle(clsLDB& db, const ArticleTable& table, const Article& article);
 /// Deletes a row, and a component's links to categories.
 void DeleteArticle(clsLDB& db, const ArticleTable& table, int32_t key);
 
-/// The categories with their links, read at once. Names compare without case.
+/// Key of a category by its name, without case; nullopt when there is none.
+std::optional<int32_t> FindCategory(clsLDB& db, std::u16string_view name);
+/// Names of the categories of one component, joined by "; ", in the order of their keys.
+std::u16string CategoriesOf(clsLDB& db, int32_t component);
+
+/// The categories with all their links, read at once: for what concerns the whole catalogue. Names
+/// compare without case.
 class Categories {
  public:
   explicit Categories(clsLDB& db);

@@ -78,10 +78,9 @@ void CopyInto(const ShapeRef& shape, const Article& component, int32_t category)
 }
 
 int32_t CategoryOf(clsLDB& db, const AssignOptions& options, int32_t component) {
-  const catalogue::Categories categories(db);
   if (!options.category.empty()) {
-    const auto* const category = categories.Find(FromUtf8(options.category));
-    if (category != nullptr) return category->key;
+    const std::optional<int32_t> category = catalogue::FindCategory(db, FromUtf8(options.category));
+    if (category) return *category;
     Raise(Err::kProvider,
           u"There is no category \"" + FromUtf8(options.category) + u"\" in the catalogue.");
   }

@@ -68,13 +68,10 @@ Article CatalogueSession::Find(const ArticleTable& table, int32_t key) {
   return std::move(*article);
 }
 
-int32_t CatalogueSession::FindCategory(const catalogue::Categories& categories,
-                                       const std::string& name) {
-  const auto* const category = categories.Find(FromUtf8(name));
-  if (category == nullptr) {
-    Raise(Err::kProvider, u"There is no category \"" + FromUtf8(name) + u"\" in the catalogue.");
-  }
-  return category->key;
+int32_t CatalogueSession::FindCategory(const std::string& name) {
+  const std::optional<int32_t> key = catalogue::FindCategory(db_, FromUtf8(name));
+  if (key) return *key;
+  Raise(Err::kProvider, u"There is no category \"" + FromUtf8(name) + u"\" in the catalogue.");
 }
 
 CatalogueTransaction::CatalogueTransaction(clsLDB& db) : connection_(db.connection()) {

@@ -38,7 +38,7 @@ class CatalogueSession {
   /// The article with the key. Raises a provider's error that says what is missing.
   catalogue::Article Find(const catalogue::ArticleTable& table, int32_t key);
   /// Key of a category. Raises likewise.
-  int32_t FindCategory(const catalogue::Categories& categories, const std::string& name);
+  int32_t FindCategory(const std::string& name);
 
  private:
   embedded::EmbeddedHost host_;

@@ -54,17 +54,17 @@ void List(const CategoryOptions& options) {
   if (rows.empty()) printer.Line("There are no categories.");
 }
 
-void RefuseTaken(const Categories& categories, const std::string& name) {
-  if (categories.Find(FromUtf8(name)) == nullptr) return;
+void RefuseTaken(clsLDB& db, const std::string& name) {
+  if (!catalogue::FindCategory(db, FromUtf8(name))) return;
   Raise(Err::kProvider, u"There is a category \"" + FromUtf8(name) + u"\" already.");
 }
 
 void Add(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
-  Categories categories(session.db());
-  RefuseTaken(categories, options.name);
-  const int32_t key = categories.Ensure(FromUtf8(options.name));
+  RefuseTaken(session.db(), options.name);
+  const int32_t key = session.db().GetNextCatID();
+  session.db().AddCategory(FromUtf8(options.name));
   transaction.Commit();
   Report(options, key, "Added category " + Quoted(options.name) + ".");
 }
@@ -72,10 +72,9 @@ void Add(const CategoryOptions& options) {
 void Rename(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
-  const Categories categories(session.db());
-  const int32_t key = session.FindCategory(categories, options.name);
+  const int32_t key = session.FindCategory(options.name);
   if (!EqualNoCase(FromUtf8(options.name), FromUtf8(options.new_name))) {
-    RefuseTaken(categories, options.new_name);
+    RefuseTaken(session.db(), options.new_name);
   }
   // By key: statements by name break on a name with a single quote.
   const RecordsetRef records =
@@ -91,7 +90,7 @@ void Rename(const CategoryOptions& options) {
 void Delete(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
-  const int32_t key = session.FindCategory(Categories(session.db()), options.name);
+  const int32_t key = session.FindCategory(options.name);
   session.db().DeleteOrgByCatID(key);
   session.db().DeleteCatByID(key);
   transaction.Commit();
@@ -102,9 +101,11 @@ void Assign(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
   session.Find(kComponents, options.component);
-  Categories categories(session.db());
-  const int32_t key = session.FindCategory(categories, options.name);
-  const bool is_new = categories.Link(options.component, key);
+  const int32_t key = session.FindCategory(options.name);
+  const RecordsetRef link = session.db().GetOrg(options.component, key);
+  const bool is_new = link->EndOfFile();
+  link->Close();
+  if (is_new) session.db().AddOrg(options.component, key);
   transaction.Commit();
   Report(options, key,
          "Component " + std::to_string(options.component) + (is_new ? " is now" : " was already") +
@@ -115,7 +116,7 @@ void Unassign(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
   session.Find(kComponents, options.component);
-  const int32_t key = session.FindCategory(Categories(session.db()), options.name);
+  const int32_t key = session.FindCategory(options.name);
   session.db().DeleteOrg(options.component, key);
   transaction.Commit();
   Report(options, key,

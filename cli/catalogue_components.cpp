@@ -25,15 +25,16 @@ struct ComponentOptions : CatalogueOptions {
   ArticleArguments arguments{kComponents};
 };
 
-void PrintFound(const ComponentOptions& options, const Categories& categories,
-                const std::vector<Article>& articles) {
+template <class CategoriesOf>
+void PrintFound(const ComponentOptions& options, const std::vector<Article>& articles,
+                const CategoriesOf& categories_of) {
   if (options.json) {
     JsonWriter json;
     json.BeginObject().Key(u"components").BeginArray();
     for (const Article& article : articles) {
       json.BeginObject();
       WriteArticle(json, kComponents, article);
-      json.Key(u"categories").Text(categories.Of(article.key)).End();
+      json.Key(u"categories").Text(categories_of(article.key)).End();
     }
     json.End();
     std::cout << json.End().Take();
@@ -46,12 +47,15 @@ void PrintFound(const ComponentOptions& options, const Categories& categories,
 
 void List(const ComponentOptions& options) {
   CatalogueSession session(options);
-  const Categories categories(session.db());
   std::u16string order;
   if (!options.order.empty()) {
     const auto column = catalogue::ColumnAt(kComponents, FromUtf8(options.order));
     order = column ? std::u16string(kComponents.columns[*column].name) : u"CompID";
   }
+  std::optional<int32_t> category;
+  if (!options.category.empty()) category = session.FindCategory(options.category);
+  std::optional<Categories> categories;
+  if (category || options.json) categories.emplace(session.db());
   std::vector<Article> articles = catalogue::ReadArticles(session.db(), kComponents, order);
   if (const auto column = catalogue::ColumnAt(kComponents, order);
       column && kComponents.columns[*column].kind == catalogue::ColumnKind::kPrice) {
@@ -60,16 +64,15 @@ void List(const ComponentOptions& options) {
       return LeadingNumber(a.values[*column]) < LeadingNumber(b.values[*column]);
     });
   }
-  if (!options.category.empty()) {
-    const int32_t key = session.FindCategory(categories, options.category);
-    const auto category =
-        std::find_if(categories.all().begin(), categories.all().end(),
-                     [key](const Categories::Category& one) { return one.key == key; });
+  if (category) {
+    const auto found =
+        std::find_if(categories->all().begin(), categories->all().end(),
+                     [&](const Categories::Category& one) { return one.key == *category; });
     std::erase_if(articles, [&](const Article& article) {
-      return category->components.count(article.key) == 0;
+      return found->components.count(article.key) == 0;
     });
   }
-  PrintFound(options, categories, articles);
+  PrintFound(options, articles, [&](int32_t key) { return categories->Of(key); });
 }
 
 void Search(const ComponentOptions& options) {
@@ -81,12 +84,13 @@ void Search(const ComponentOptions& options) {
     std::optional<Article> article = catalogue::FindArticle(session.db(), kComponents, key);
     if (article) articles.push_back(std::move(*article));
   }
-  PrintFound(options, Categories(session.db()), articles);
+  PrintFound(options, articles,
+             [&](int32_t key) { return catalogue::CategoriesOf(session.db(), key); });
 }
 
 void ShowOne(const ComponentOptions& options, CatalogueSession& session, const Article& article,
              const std::string& done) {
-  const std::u16string categories = Categories(session.db()).Of(article.key);
+  const std::u16string categories = catalogue::CategoriesOf(session.db(), article.key);
   if (options.json) {
     JsonWriter json;
     json.BeginObject();
@@ -110,11 +114,8 @@ void Add(const ComponentOptions& options) {
   Article article = catalogue::EmptyArticle(kComponents);
   options.arguments.Apply(article);
   CatalogueTransaction transaction(session.db());
-  const Categories categories(session.db());
   std::vector<int32_t> keys;
-  for (const std::string& name : options.categories) {
-    keys.push_back(session.FindCategory(categories, name));
-  }
+  for (const std::string& name : options.categories) keys.push_back(session.FindCategory(name));
   const int32_t key = catalogue::AddArticle(session.db(), kComponents, article);
   for (const int32_t category : keys) session.db().AddOrg(key, category);
   transaction.Commit();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "catalogue/clsLDB.h"
@@ -446,6 +447,17 @@ TEST_F(DatabaseCallsTest, OneConnectionAtATime) {
   EXPECT_EQ(host_.TakeLog(), Log{u"c5.State"}) << "closed already";
   { const clsLDB never_connected; }
   EXPECT_EQ(host_.TakeLog(), Log());
+}
+
+TEST_F(DatabaseCallsTest, PricesAreReadAsTheUserWritesThem) {
+  host_.numbers.decimal = u',';
+  host_.numbers.grouping = u'.';
+  host_.answers = {{u"SELECT * FROM CableDB WHERE CableID=1", {{}}}};
+  clsLDB db;
+  db.OpenDB(u"a.mdb");
+  db.SetCable(u"", u"", u"", 1, u"", u"", u"", u"", u"", u"1.234,5", 1);
+  const Log log = host_.TakeLog();
+  EXPECT_NE(std::find(log.begin(), log.end(), u"r1(Price)=\"1234.50\""), log.end());
 }
 
 TEST_F(DatabaseCallsTest, WhatTheProviderRefusesReachesTheCaller) {
