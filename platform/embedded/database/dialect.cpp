@@ -311,7 +311,7 @@ class Translator {
                      : std::string(kNumberFunction) + "(" + expression + ")";
   }
   std::string Sorted(const Column& column) const {
-    const std::string name = QuotedName(column.name);
+    std::string name = QuotedName(column.name);
     if (column.type == ColumnType::kText || column.type == ColumnType::kAny) return Folded(name);
     // True is -1.
     if (postgres_ && column.type == ColumnType::kBoolean) return "(-(" + name + "::int4))";

@@ -102,8 +102,8 @@ class Session : public Schema {
   /// Both return the row as it was stored.
   virtual Row Insert(const Table& table, const FieldValues& fields) = 0;
   virtual Row Change(const Table& table, int64_t number, const FieldValues& fields) = 0;
-  /// Components that hold all words, or words that begin so; some may come twice. Of many matches
-  /// these are the first, whole words before beginnings.
+  /// Components that hold words beginning with all of these; some may come twice. Of many matches
+  /// these are the first, and besides the first of those that hold the words themselves.
   virtual std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words) = 0;
 
   /// The caller's transaction.

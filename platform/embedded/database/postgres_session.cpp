@@ -180,7 +180,8 @@ PostgresSession::PostgresSession(std::u16string_view url, std::chrono::milliseco
       connection_.get(), [](void*, const char*) {}, nullptr);
   // A client that stands still between a key and its row must not hold up an office for ever.
   Run("SET lock_timeout = " + std::to_string(busy_timeout.count()) +
-      "; SET idle_in_transaction_session_timeout = 60000; SET standard_conforming_strings = on;"
+      "; SET jit = off; SET idle_in_transaction_session_timeout = 60000; SET "
+      "standard_conforming_strings = on;"
       " SET synchronous_commit = on; SET default_transaction_isolation = 'read committed'");
 }
 
@@ -274,6 +275,7 @@ std::vector<std::u16string> PostgresSession::TableNames() {
       "ORDER BY relname COLLATE \"C\"",
       {});
   std::vector<std::u16string> names;
+  names.reserve(static_cast<size_t>(PQntuples(list.get())));
   for (int row = 0; row < PQntuples(list.get()); ++row) {
     names.push_back(TextAt(list.get(), row, 0));
   }
@@ -338,6 +340,18 @@ Row PostgresSession::Change(const Table& table, int64_t number, const FieldValue
 }
 
 std::vector<FoundComponent> PostgresSession::FindComponents(std::span<const std::u16string> words) {
+  // The planner takes words to be independent. Where no row holds all of them it expects many, and
+  // walks through the whole table to find the first; the index of words knows better.
+  const bool by_index = words.size() > 1;
+  struct Planner {
+    pg_conn* connection;
+    ~Planner() { PQclear(PQexec(connection, "RESET enable_seqscan; RESET enable_indexscan")); }
+  };
+  std::optional<Planner> planner;
+  if (by_index) {
+    Run("SET enable_seqscan = off; SET enable_indexscan = off");
+    planner.emplace(Planner{connection_.get()});
+  }
   std::string sql = "SELECT \"CompID\"";
   for (const std::u16string_view column : kSearchColumns) sql += ", " + QuotedName(column);
   sql += " FROM \"CompDB\" WHERE \"_search_\" @@ to_tsquery('simple', $1) LIMIT ";
@@ -347,8 +361,12 @@ std::vector<FoundComponent> PostgresSession::FindComponents(std::span<const std:
     for (const std::u16string& word : words) {
       expression += (expression.empty() ? u"'" : u" & '") + word + (beginnings ? u"':*" : u"'");
     }
-    const Value parameters[] = {Value(expression)};
-    const Result result = Execute(sql + std::to_string(limit), parameters);
+    const std::string text = StoredText(expression);
+    const char* const parameters[] = {text.c_str()};
+    // Not prepared: the best plan depends on the words.
+    const Result result =
+        Check(PQexecParams(connection_.get(), (sql + std::to_string(limit)).c_str(), 1, nullptr,
+                           parameters, nullptr, nullptr, 0));
     for (int row = 0; row < PQntuples(result.get()); ++row) {
       FoundComponent& component = found.emplace_back();
       component.key = static_cast<int32_t>(NumberAt(result.get(), row, 0));
@@ -356,9 +374,9 @@ std::vector<FoundComponent> PostgresSession::FindComponents(std::span<const std:
         component.texts[i] = TextAt(result.get(), row, static_cast<int>(i) + 1);
       }
     }
+    return PQntuples(result.get()) == limit;
   };
-  find(false, kWholeWordHits);
-  find(true, kSearchHits);
+  if (find(true, kSearchHits)) find(false, kWholeWordHits);
   return found;
 }
 

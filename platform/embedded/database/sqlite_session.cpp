@@ -404,7 +404,8 @@ std::vector<FoundComponent> SqliteSession::FindComponents(std::span<const std::u
     const Use search(Prepared(sql));
     search->Bind(1, Value(expression));
     search->Bind(2, int64_t{limit});
-    while (search->Step()) {
+    int rows = 0;
+    for (; search->Step(); ++rows) {
       FoundComponent& component = found.emplace_back();
       component.key = static_cast<int32_t>(search->Number(0));
       for (size_t i = 0; i < component.texts.size(); ++i) {
@@ -412,9 +413,9 @@ std::vector<FoundComponent> SqliteSession::FindComponents(std::span<const std::u
         if (text.IsText()) component.texts[i] = text.AsText();
       }
     }
+    return rows == limit;
   };
-  find(false, kWholeWordHits);
-  find(true, kSearchHits);
+  if (find(true, kSearchHits)) find(false, kWholeWordHits);
   return found;
 }
 
