@@ -17,4 +17,8 @@ set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine_run.
 set(OHMWISE_WIDL i686-w64-mingw32-widl CACHE STRING "Compiler of interface definitions")
 set(OHMWISE_WIDL_MACHINE -m32)
 set(OHMWISE_IDL_INCLUDE /usr/include/wine/wine/windows CACHE PATH "Folder with oaidl.idl")
-set(OHMWISE_STDOLE_FOLDER /usr/lib/i386-linux-gnu/wine/i386-windows CACHE PATH "Folder with stdole2.tlb")
+set(stdole_folder /usr/lib/i386-linux-gnu/wine/i386-windows)
+if(NOT EXISTS ${stdole_folder})  # 32-bit Wine is missing; the library says the same for 64 bits
+  set(stdole_folder /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)
+endif()
+set(OHMWISE_STDOLE_FOLDER ${stdole_folder} CACHE PATH "Folder with stdole2.tlb")

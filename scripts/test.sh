@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Everything that is checked before a change goes in: format, layers, all tests built with gcc, all
-# tests built with clang and its sanitizers, and a short run of the fuzzers. Installs what is
+# tests built with clang and its sanitizers, the DLL for Visio with its tests under Wine, and a short
+# run of the fuzzers. Installs what is
 # missing. The last line gives the count over everything.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
@@ -43,10 +44,11 @@ build() {  # build PRESET [TARGET]
     quietly "$1-build.log" cmake --build --preset "$1" -j "$jobs" -t "${2:-all}"
 }
 
-run_tests() {  # run_tests PRESET
+run_tests() {  # run_tests PRESET [COMMAND…]: the tests, run by a command
   local preset=$1 report=$PWD/$logs/$1-tests.xml all bad unrun
+  shift
   rm -f "$report"
-  ctest --preset "$preset" -j "$jobs" --output-junit "$report" >"$logs/$preset-tests.log" 2>&1
+  "$@" ctest --preset "$preset" -j "$jobs" --output-junit "$report" >"$logs/$preset-tests.log" 2>&1
   if [ ! -s "$report" ]; then
     tail -n 20 "$logs/$preset-tests.log"
     fail "no test could be run ($preset)"
@@ -79,6 +81,23 @@ if build linux; then run_tests linux; else fail "build with gcc"; fi
 
 say "Build and test with clang, address and undefined-behaviour sanitizers"
 if build linux-asan; then run_tests linux-asan; else fail "build with sanitizers"; fi
+
+say "Build the DLL for Visio, test it under Wine"
+if install_missing "${windows_packages[@]}" && build win32; then
+  install_wine || true
+  if scripts/with_wine.sh scripts/wine_run.sh cmd /c exit >/dev/null 2>&1; then
+    run_tests win32 scripts/with_wine.sh
+  elif build win64; then
+    echo "32-bit Wine cannot be had here: the same sources as a 64-bit build under 64-bit Wine."
+    before=$passed
+    OHMWISE_WINEARCH=win64 run_tests win64 scripts/with_wine.sh
+    skipped=$((skipped + passed - before))  # the same tests with 32 bits
+  else
+    fail "64-bit build of the DLL"
+  fi
+else
+  fail "build of the DLL"
+fi
 
 say "Fuzz targets, $fuzz_seconds s each"
 if build linux-fuzz fuzz/all; then

@@ -28,6 +28,7 @@ void Collect(HKEY key, const std::wstring& path, std::set<std::wstring>& lines) 
       break;
     }
     CharLowerBuffW(name, length);
+    if (std::wstring_view(name) == L"wow6432node") continue;  // the 32-bit half of 64-bit systems
     HKEY sub = nullptr;
     if (RegOpenKeyExW(key, name, 0, KEY_READ, &sub) != ERROR_SUCCESS) continue;
     Collect(sub, path + L"\\" + name, lines);
