@@ -33,3 +33,20 @@ elif ! { mkdir -p "$peer" && cp bench/hyperformula/* "$peer"/ &&
 else
   node "$peer/labels.mjs" build/logs/labels.json
 fi
+
+# Calls over the automation border, by a compiled client and by a script, both under Wine.
+printf '\n== border\n'
+if ! { install_missing "${windows_packages[@]}" && install_wine; }; then
+  echo "The border is left out: 32-bit Wine cannot be had here."
+elif ! { cmake -S . -B build/bench-win32 -G Ninja -DCMAKE_BUILD_TYPE=Release \
+           -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/i686-w64-mingw32.cmake" -DOHMWISE_TESTS=OFF \
+           -DOHMWISE_BENCH=ON && cmake --build build/bench-win32 -j "$(nproc)"; } \
+         >build/logs/bench-win32.log 2>&1; then
+  tail -n 40 build/logs/bench-win32.log >&2
+  echo "The build failed." >&2
+  exit 1
+else
+  dll=$PWD/build/bench-win32/platform/com/server/Ohmwise6.dll
+  scripts/with_wine.sh scripts/wine_run.sh build/bench-win32/bench/com/border_bench.exe "$dll"
+  scripts/with_wine.sh tests/com/server/run_script.sh "$dll" "$PWD/bench/com/border_bench.vbs"
+fi
