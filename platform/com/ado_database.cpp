@@ -18,7 +18,7 @@ class RecordsetClient final : public Client<Recordset, Kind::kRecordset> {
   int32_t State() override { return late_.Number(Member::kState); }
   void Open(std::u16string_view sql, const ConnectionRef& connection, int32_t cursor_type,
             int32_t lock_type) override {
-    fields_.clear();
+    Forget();
     late_.Call(Member::kOpen, sql, Value(connection), cursor_type, lock_type);
   }
   bool EndOfFile() override { return late_.Flag(Member::kEOF); }
@@ -36,7 +36,7 @@ class RecordsetClient final : public Client<Recordset, Kind::kRecordset> {
   void AddNew() override { late_.Call(Member::kAddNew); }
   void Update() override { late_.Call(Member::kUpdate); }
   void Close() override {
-    fields_.clear();
+    Forget();
     late_.Call(Member::kClose);
   }
 
@@ -46,25 +46,35 @@ class RecordsetClient final : public Client<Recordset, Kind::kRecordset> {
     std::unique_ptr<LateBound> field;
   };
 
-  /// A field serves every record of one opening, so it is asked for once.
+  /// The list and its fields serve every record of one opening, so they are asked for once.
   LateBound& FieldNamed(std::u16string_view name) {
     for (const KnownField& known : fields_) {
       if (EqualNoCase(known.name, name)) return *known.field;
     }
-    fields_.push_back(
-        {std::u16string(name),
-         std::make_unique<LateBound>(Kind::kField, Demand(List().Object(Member::kItem, name)))});
+    auto field =
+        std::make_unique<LateBound>(Kind::kField, Demand(List().Object(Member::kItem, name)));
+    fields_.push_back({std::u16string(name), std::move(field)});
     return *fields_.back().field;
   }
   LateBound FieldAt(int32_t index) {
     return LateBound(Kind::kField, Demand(List().Object(Member::kItem, index)));
   }
-  LateBound List() { return LateBound(Kind::kFields, Demand(late_.Object(Member::kFields))); }
+  LateBound& List() {
+    if (!list_) {
+      list_ = std::make_unique<LateBound>(Kind::kFields, Demand(late_.Object(Member::kFields)));
+    }
+    return *list_;
+  }
+  void Forget() noexcept {
+    fields_.clear();
+    list_.reset();
+  }
   static Ref<IDispatch> Demand(Ref<IDispatch> object) {
     if (!object) Raise(Err::kProvider, u"The database provider gave no field.");
     return object;
   }
 
+  std::unique_ptr<LateBound> list_;
   std::vector<KnownField> fields_;
 };
 

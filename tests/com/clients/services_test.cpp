@@ -1,0 +1,282 @@
+// ADO, files and settings of a user's session.
+#include <fstream>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "catalogue/clsLDB.h"
+#include "platform/com/com_host.h"
+#include "platform/com/objects.h"
+#include "platform/error.h"
+#include "tests/com/clients/recorder.h"
+
+namespace ohmwise {
+namespace {
+
+using testing::CallLog;
+using testing::Recorder;
+using testing::StandIn;
+
+template <class Step>
+int32_t NumberOf(Step&& step) {
+  try {
+    step();
+  } catch (const AutomationError& error) {
+    return static_cast<int32_t>(error.number());
+  }
+  return 0;
+}
+
+class ServicesTest : public ::testing::Test {
+ protected:
+  void SetUp() override { objects_at_start_ = LiveObjectCount(); }
+  void TearDown() override {
+    EXPECT_EQ(LiveObjectCount(), objects_at_start_);
+    EXPECT_EQ(Recorder::live, 0);
+  }
+
+  Ref<IDispatch> MakeConnection() {
+    const Ref<Recorder> connection = Recorder::Make(u"Connection", &log_);
+    connection->On(u"CursorLocation", nullptr);
+    connection->On(u"Open", [this](auto&) {
+      state_ = kStateOpen;
+      return Value();
+    });
+    connection->On(u"Close", [this](auto&) {
+      state_ = kStateClosed;
+      return Value();
+    });
+    connection->On(u"State", [this](auto&) { return Value(state_); });
+    return connection;
+  }
+  /// Two rows of a number and a text.
+  Ref<IDispatch> MakeRecordset() {
+    row_ = 1;
+    const Ref<Recorder> records = Recorder::Make(u"Recordset", &log_);
+    records->On(u"Open", nullptr);
+    records->On(u"Close", nullptr);
+    records->On(u"AddNew", nullptr);
+    records->On(u"Update", nullptr);
+    records->On(u"State", [](auto&) { return Value(kStateOpen); });
+    records->On(u"EOF", [this](auto&) { return Value(row_ > 2); });
+    records->On(u"MoveNext", [this](auto&) {
+      ++row_;
+      return Value();
+    });
+    records->On(u"Fields", [this](auto&) {
+      const Ref<Recorder> fields = Recorder::Make(u"Fields", &log_);
+      fields->On(u"Item", [this](const std::vector<Value>& a) -> Value {
+        const std::u16string name = a[0].ToText();
+        if (name == u"Absent") Raise(Err{3265}, u"Item cannot be found in the collection.");
+        const Ref<Recorder> field = Recorder::Make(name, &log_);
+        field->On(u"Value", [this, name](auto&) -> Value {
+          if (row_ > 2) Raise(Err::kNoCurrentRecord, u"no current record");
+          return name == u"Remarks" ? Value::Null() : Value(row_ * 10);
+        });
+        return Dispatched(field);
+      });
+      return Dispatched(fields);
+    });
+    return records;
+  }
+  static Value Dispatched(const Ref<Recorder>& object) {
+    return Value(com::FromDispatch(object.get()));
+  }
+
+  com::ComHost host_;
+  HostScope scope_{host_};
+  CallLog log_;
+  int32_t state_ = kStateClosed;
+  int32_t row_ = 1;
+
+ private:
+  int64_t objects_at_start_ = 0;
+};
+
+TEST_F(ServicesTest, TheProviderIsCalledInOrderWithTheArgumentsItWants) {
+  StandIn connections(L"ADODB.Connection", [this] { return MakeConnection(); });
+  StandIn recordsets(L"ADODB.Recordset", [this] { return MakeRecordset(); });
+  {
+    clsLDB catalogue;
+    catalogue.OpenDB(u"C:\\Parts\\Ohmwise6.mdb");
+    const RecordsetRef records = catalogue.GetSQL(u"Select * from CompDB");
+    std::vector<int32_t> numbers;
+    while (!records->EndOfFile()) {
+      numbers.push_back(records->Field(u"CompID").ToInt32());
+      EXPECT_EQ(records->Field(u"Remarks").kind(), Value::Kind::kNull);
+      records->MoveNext();
+    }
+    EXPECT_EQ(numbers, (std::vector<int32_t>{10, 20}));
+    records->Close();
+  }
+  EXPECT_EQ(log_, (CallLog{
+                      u"put Connection.CursorLocation(3)",
+                      u"Connection.Open(Provider=Microsoft.Jet.OLEDB.4.0;Data Source="
+                      u"C:\\Parts\\Ohmwise6.mdb)",
+                      u"Recordset.Open(Select * from CompDB, [Connection], 2, 3)",
+                      u"Recordset.EOF()",
+                      u"Recordset.Fields()",
+                      u"Fields.Item(CompID)",
+                      u"CompID.Value()",
+                      u"Fields.Item(Remarks)",
+                      u"Remarks.Value()",
+                      u"Recordset.MoveNext()",
+                      u"Recordset.EOF()",
+                      u"CompID.Value()",
+                      u"Remarks.Value()",
+                      u"Recordset.MoveNext()",
+                      u"Recordset.EOF()",
+                      u"Recordset.Close()",
+                      u"Connection.State()",
+                      u"Connection.Close()",
+                  }));
+}
+
+TEST_F(ServicesTest, RowsAreWrittenThroughTheFieldsOfANewRecord) {
+  StandIn recordsets(L"ADODB.Recordset", [this] { return MakeRecordset(); });
+  const RecordsetRef records = host_.database().MakeRecordset();
+  records->Open(u"Select * from CatDB", nullptr, kCursorDynamic, kLockOptimistic);
+  records->AddNew();
+  records->SetField(u"CatName", Value(u"Relays"));
+  records->SetField(u"CatName", Value::Null());
+  records->SetField(u"CatID", Value(int32_t{7}));
+  records->Update();
+  EXPECT_EQ(log_, (CallLog{u"Recordset.Open(Select * from CatDB, [Nothing], 2, 3)",
+                           u"Recordset.AddNew()", u"Recordset.Fields()", u"Fields.Item(CatName)",
+                           u"put CatName.Value(Relays)", u"put CatName.Value(Null)",
+                           u"Fields.Item(CatID)", u"put CatID.Value(7)", u"Recordset.Update()"}));
+}
+
+TEST_F(ServicesTest, FailuresOfTheProviderArriveUnchanged) {
+  EXCEPINFO refused{};
+  refused.scode = static_cast<HRESULT>(0x80040E37);
+  refused.bstrDescription = const_cast<wchar_t*>(L"The engine cannot find the table 'Nope'.");
+  StandIn connections(L"ADODB.Connection", [&]() -> Ref<IDispatch> {
+    const Ref<Recorder> connection = Recorder::Make(u"Connection", nullptr);
+    connection->Fail(u"Open", DISP_E_EXCEPTION, refused);
+    return connection;
+  });
+  StandIn recordsets(L"ADODB.Recordset", [this] { return MakeRecordset(); });
+  try {
+    host_.database().MakeConnection()->Open(u"Provider=None");
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const AutomationError& error) {
+    EXPECT_EQ(static_cast<uint32_t>(error.number()), 0x80040E37u);
+    EXPECT_EQ(error.description(), u"The engine cannot find the table 'Nope'.");
+  }
+  const RecordsetRef records = host_.database().MakeRecordset();
+  EXPECT_EQ(NumberOf([&] { records->Field(u"Absent"); }), 3265);
+  records->MoveNext();
+  records->MoveNext();
+  EXPECT_EQ(NumberOf([&] { records->Field(0); }), 3021);
+}
+
+/// Takes the class from its name for a time, as where its program is not installed.
+class Uninstalled {
+ public:
+  explicit Uninstalled(const wchar_t* class_name) : path_(std::wstring(class_name) + L"\\CLSID") {
+    DWORD bytes = sizeof id_;
+    RegGetValueW(HKEY_CLASSES_ROOT, path_.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, id_, &bytes);
+    RegDeleteKeyW(HKEY_CLASSES_ROOT, path_.c_str());
+  }
+  ~Uninstalled() {
+    RegSetKeyValueW(HKEY_CLASSES_ROOT, path_.c_str(), nullptr, REG_SZ, id_,
+                    static_cast<DWORD>((wcslen(id_) + 1) * sizeof(wchar_t)));
+  }
+
+ private:
+  std::wstring path_;
+  wchar_t id_[64] = L"";
+};
+
+TEST_F(ServicesTest, WithoutAdoOnlyOpeningFails) {
+  const Uninstalled no_connection(L"ADODB.Connection");
+  const Uninstalled no_recordset(L"ADODB.Recordset");
+  clsLDB catalogue;
+  EXPECT_EQ(NumberOf([&] { catalogue.OpenDB(u"x.mdb"); }), 429);
+  EXPECT_EQ(NumberOf([&] { catalogue.GetSQL(u"Select 1"); }), 429);
+  EXPECT_EQ(host_.database().MakeConnection()->State(), kStateClosed);
+}
+
+TEST_F(ServicesTest, TextFilesAreReadThroughTheScriptingRuntime) {
+  wchar_t folder[MAX_PATH];
+  GetTempPathW(MAX_PATH, folder);
+  const std::u16string path = std::u16string(com::Narrow(folder)) + u"ohmwise options.txt";
+  {
+    std::ofstream file(reinterpret_cast<const wchar_t*>(path.c_str()), std::ios::binary);
+    file << "first\r\n\r\nlast";
+  }
+  FileSystem& files = host_.files();
+  EXPECT_TRUE(files.FileExists(path));
+  EXPECT_FALSE(files.FileExists(com::Narrow(folder)));
+  EXPECT_FALSE(files.FileExists(u""));
+  {
+    const std::unique_ptr<TextFile> file = files.OpenText(path);
+    EXPECT_EQ(file->ReadLine(), u"first");
+    EXPECT_EQ(file->ReadLine(), u"");
+    EXPECT_FALSE(file->AtEnd());
+    EXPECT_EQ(file->ReadLine(), u"last");
+    EXPECT_TRUE(file->AtEnd());
+    EXPECT_EQ(NumberOf([&] { file->ReadLine(); }), 62);
+  }
+  EXPECT_TRUE(DeleteFileW(com::Wide(path.c_str()))) << "the file was left open";
+  EXPECT_EQ(NumberOf([&] { files.OpenText(path); }), 53);
+  EXPECT_EQ(NumberOf([&] { files.OpenText(path + u"\\no\\folder.txt"); }), 53);
+}
+
+TEST_F(ServicesTest, TheScriptingRuntimeIsCalledByNameInOrder) {
+  StandIn systems(L"Scripting.FileSystemObject", [this]() -> Ref<IDispatch> {
+    const Ref<Recorder> system = Recorder::Make(u"FileSystem", &log_);
+    system->On(u"FileExists", [](auto&) { return Value(true); });
+    system->On(u"OpenTextFile", [this](auto&) {
+      const Ref<Recorder> stream = Recorder::Make(u"Stream", &log_);
+      stream->On(u"ReadLine", [](auto&) { return Value(u"line"); });
+      stream->On(u"AtEndOfStream", [](auto&) { return Value(false); });
+      stream->On(u"Close", nullptr);
+      return Dispatched(stream);
+    });
+    return system;
+  });
+  EXPECT_TRUE(host_.files().FileExists(u"a.txt"));
+  host_.files().OpenText(u"a.txt")->ReadLine();
+  EXPECT_EQ(log_, (CallLog{u"FileSystem.FileExists(a.txt)", u"FileSystem.OpenTextFile(a.txt, 1)",
+                           u"Stream.ReadLine()", u"Stream.Close()"}));
+}
+
+TEST_F(ServicesTest, SettingsAreWhereTheRuntimeKeepsThem) {
+  constexpr wchar_t kPlace[] = L"Software\\VB and VBA Program Settings\\OhmwiseTest\\Options";
+  SettingsStore& store = host_.settings_store();
+  EXPECT_FALSE(store.Read(u"OhmwiseTest", u"Options", u"Grid"));
+
+  const std::u16string values[] = {u"",
+                                   u"A",
+                                   u" blanks kept ",
+                                   u"\u00E9\u4E2D\xD800 lone",
+                                   std::u16string(u"zero\0inside", 11),
+                                   std::u16string(5000, u'x')};
+  for (const std::u16string& value : values) {
+    store.Write(u"OhmwiseTest", u"Options", u"Grid", value);
+    EXPECT_EQ(store.Read(u"ohmwisetest", u"OPTIONS", u"gRID"), value);
+  }
+  wchar_t text[16];
+  DWORD bytes = sizeof text;
+  RegSetKeyValueW(HKEY_CURRENT_USER, kPlace, L"Written", REG_SZ, L"outside", 16);
+  EXPECT_EQ(store.Read(u"OhmwiseTest", u"Options", u"Written"), u"outside");
+  store.Write(u"OhmwiseTest", u"Options", u"Written", u"inside");
+  EXPECT_EQ(
+      RegGetValueW(HKEY_CURRENT_USER, kPlace, L"Written", RRF_RT_REG_SZ, nullptr, text, &bytes),
+      ERROR_SUCCESS);
+  EXPECT_EQ(std::wstring(text), L"inside");
+  const DWORD number = 5;
+  RegSetKeyValueW(HKEY_CURRENT_USER, kPlace, L"Number", REG_DWORD, &number, sizeof number);
+  EXPECT_FALSE(store.Read(u"OhmwiseTest", u"Options", u"Number"));
+
+  for (const auto& [application, section, key] :
+       {std::tuple{u"", u"Options", u"K"}, {u"A", u"", u"K"}, {u"A", u"Options", u""}}) {
+    EXPECT_EQ(NumberOf([&] { store.Write(application, section, key, u"v"); }), 5);
+  }
+  RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\OhmwiseTest");
+}
+
+}  // namespace
+}  // namespace ohmwise
