@@ -4,7 +4,9 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "platform/text.h"
 #include "tests/cli/program.h"
+#include "tests/database/postgres_server.h"
 
 namespace ohmwise::testing {
 namespace {
@@ -229,6 +231,27 @@ TEST_F(CatalogueCommandTest, JetFilesAreReadAndNotWritten) {
   const ProgramResult written = Run({"catalogue", "add", "--name", "x", "--catalogue", catalogue});
   EXPECT_EQ(written.exit_code, 1);
   EXPECT_NE(written.err.find("import"), std::string::npos) << written.err;
+}
+
+TEST_F(CatalogueCommandTest, AnOfficeKeepsItsCatalogueOnAServer) {
+  PostgresServer server;
+  if (!server.failure().empty()) GTEST_SKIP() << server.failure();
+  parts_ = ToUtf8(server.MakeDatabase());
+  Init(false);
+  EXPECT_EQ(NamesIn(Read({"search", "time rel"})["components"]), Names{"Time relay"});
+  const size_t components = Read({"list"})["components"].size();
+  EXPECT_EQ(Read({"export", folder_.Path("a.csv")})["exported"], components);
+  EXPECT_EQ(Read({"import", folder_.Path("a.csv")})["unchanged"], components);
+  const std::string bad = Write("bad.csv", "Name,Price\nnew,1\nodd,cheap\n");
+  Read({"import", bad}, 1);
+  EXPECT_EQ(Read({"list"})["components"].size(), components);
+  EXPECT_EQ(Read({"add", "--name", "it's", "--layout", "yes"})["layout"], true);
+  EXPECT_EQ(Run({"catalogue", "init", parts_}).exit_code, 1) << "it is there already";
+  // From the server into a file.
+  const std::string file = folder_.Path("file.mdb");
+  ASSERT_EQ(Run({"catalogue", "init", file, "--empty"}).exit_code, 0);
+  const ProgramResult copied = Run({"catalogue", "import", parts_, "--catalogue", file, "--json"});
+  EXPECT_EQ(Json::parse(copied.out, nullptr, false)["added"], components + 6) << copied.err;
 }
 
 }  // namespace
