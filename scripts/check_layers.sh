@@ -44,7 +44,8 @@ wrapped() {  # wrapped PATTERN FOLDER
 }
 wrapped 'pugixml|pugiconfig' 'platform/embedded/(vsdx|spreadsheet)'
 wrapped 'zip\.h|zipconf\.h|zlib\.h' platform/embedded/vsdx
-wrapped 'sqlite3' platform/embedded/database
+wrapped 'sqlite3|libpq-fe' '(platform/embedded/database|bench|fuzz)'
+wrapped 'mdbtools|glib' platform/embedded/database
 wrapped 'CLI/' cli
 wrapped 'nlohmann/' cli
 wrapped 'benchmark/|unicode/' bench

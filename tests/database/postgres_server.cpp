@@ -12,7 +12,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <system_error>
@@ -26,14 +29,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Debian keeps the server's programs out of the search path; the newest version is taken.
+// Debian keeps the server's programs out of the search path.
 fs::path ServerPrograms() {
-  fs::path best;
-  std::error_code ignored;
-  for (const auto& entry : fs::directory_iterator("/usr/lib/postgresql", ignored)) {
-    if (fs::exists(entry.path() / "bin" / "initdb") && entry.path() > best) best = entry.path();
-  }
-  return best.empty() ? best : best / "bin";
+  FILE* answer = popen("pg_config --bindir 2>/dev/null", "r");
+  if (!answer) return {};
+  std::array<char, 4096> line{};
+  const bool read = fgets(line.data(), static_cast<int>(line.size()), answer) != nullptr;
+  pclose(answer);
+  fs::path folder = read ? std::string(line.data(), strcspn(line.data(), "\n")) : std::string();
+  return fs::exists(folder / "initdb") ? folder : fs::path();
 }
 
 // The server refuses to run as root.

@@ -342,15 +342,13 @@ Row PostgresSession::Change(const Table& table, int64_t number, const FieldValue
 std::vector<FoundComponent> PostgresSession::FindComponents(std::span<const std::u16string> words) {
   // The planner takes words to be independent. Where no row holds all of them it expects many, and
   // walks through the whole table to find the first; the index of words knows better.
-  const bool by_index = words.size() > 1;
-  struct Planner {
-    pg_conn* connection;
-    ~Planner() { PQclear(PQexec(connection, "RESET enable_seqscan; RESET enable_indexscan")); }
+  const auto reset = [](pg_conn* connection) {
+    PQclear(PQexec(connection, "RESET enable_seqscan; RESET enable_indexscan"));
   };
-  std::optional<Planner> planner;
-  if (by_index) {
+  std::unique_ptr<pg_conn, decltype(reset)> planner(nullptr, reset);
+  if (words.size() > 1) {
     Run("SET enable_seqscan = off; SET enable_indexscan = off");
-    planner.emplace(Planner{connection_.get()});
+    planner.reset(connection_.get());
   }
   std::string sql = "SELECT \"CompID\"";
   for (const std::u16string_view column : kSearchColumns) sql += ", " + QuotedName(column);
