@@ -163,12 +163,13 @@ void Run(const ReportOptions& options) {
     for (const std::string& drawing : options.drawings) {
       names.push_back(FromUtf8(fs::path(drawing).filename().string()));
     }
-    WriteReport(table, names, target.format, target.path);
-    for (const std::u16string& remark : table.remarks) Tell(Shown(remark));
+    const std::vector<std::u16string> remarks = table.remarks;
+    const std::string done = Shown(table.title) + ": " + Counted(table.rows.size(), "row") +
+                             " in " + Shown(FromUtf8(target.path));
+    WriteReport(std::move(table), names, target.format, target.path);
+    for (const std::u16string& remark : remarks) Tell(Shown(remark));
     if (target.path == "-") return;
-    const Printer printer;
-    printer.Line(Shown(table.title) + ": " + Counted(table.rows.size(), "row") + " in " +
-                 Shown(FromUtf8(target.path)));
+    Printer().Line(done);
   } catch (const Interrupted&) {
     Tell("ohmwise: interrupted; no report was written.");
     Interrupt::Die();

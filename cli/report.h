@@ -56,7 +56,7 @@ std::unique_ptr<Report> MakeListReport(std::string_view kind, bool with_drawing)
 enum class ReportFormat { kXlsx, kCsv, kJson, kTable };
 /// Writes the table to a file in one step, or to standard output for "-". Raises host errors; an
 /// existing file stands then.
-void WriteReport(const ReportTable& table, const std::vector<std::u16string>& drawings,
+void WriteReport(ReportTable table, const std::vector<std::u16string>& drawings,
                  ReportFormat format, const std::string& path);
 
 // Small steps shared by the kinds of report ------------------------------------------------------

@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <iostream>
+#include <optional>
+#include <utility>
 
 #include "cli/interrupt.h"
 #include "cli/json.h"
@@ -40,8 +42,8 @@ bool NeedsCell(const ReportColumn& column, std::u16string_view field) {
 
 class WorkbookReport {
  public:
-  WorkbookReport(const ReportTable& table, const std::vector<std::u16string>& drawings)
-      : table_(table) {
+  WorkbookReport(ReportTable table, const std::vector<std::u16string>& drawings)
+      : table_(std::move(table)) {
     options_.on_message = [this](const embedded::ShownMessage& message) {
       if (failure_.empty()) failure_ = message.text;
     };
@@ -64,8 +66,10 @@ class WorkbookReport {
         book_.HorAlignment(letter + u"1", sheet_alignment::kRight);
       }
     }
-    for (const Row& row : table_.rows) {
+    HideEmptyColumns();
+    for (Row& row : table_.rows) {
       WriteRow(book_.LastRow() + 1, row);
+      row = {};  // the workbook has it now
       if (book_.LastRow() % 1000 == 0) Interrupt::Check();
     }
     if (!table_.totals.empty()) {
@@ -77,7 +81,6 @@ class WorkbookReport {
       }
     }
     book_.AutoFit(u"A:" + std::u16string{ColumnLetter(table_.columns.size() - 1)});
-    HideEmptyColumns();
     book_.SelectRange(u"A2");
     if (!failure_.empty()) Fail();
     Interrupt::Check();
@@ -137,7 +140,7 @@ class WorkbookReport {
     }
   }
 
-  const ReportTable& table_;
+  ReportTable table_;
   std::u16string failure_;
   embedded::EmbeddedHost::Options options_;
   std::optional<embedded::EmbeddedHost> host_;
@@ -220,10 +223,10 @@ void PrintTable(const ReportTable& table) {
 
 }  // namespace
 
-void WriteReport(const ReportTable& table, const std::vector<std::u16string>& drawings,
+void WriteReport(ReportTable table, const std::vector<std::u16string>& drawings,
                  ReportFormat format, const std::string& path) {
   if (format == ReportFormat::kXlsx) {
-    WorkbookReport(table, drawings).Write(path);
+    WorkbookReport(std::move(table), drawings).Write(path);
     return;
   }
   if (format == ReportFormat::kTable) {

@@ -32,11 +32,16 @@ bool IsCommonCurrency(char16_t unit) {
   return unit == u'$' || unit == 0x20AC || unit == 0xA3 || unit == 0xA5;
 }
 
+const NumberFormat& Invariant() {
+  static const NumberFormat format;
+  return format;
+}
+
 /// Reader of the numbers that the runtime recognises: one sign before or behind or parentheses, one
 /// currency sign, grouped digits, a point, an exponent; or &H and &O.
 class NumberReader {
  public:
-  explicit NumberReader(std::u16string_view text, const NumberFormat& format = {})
+  explicit NumberReader(std::u16string_view text, const NumberFormat& format = Invariant())
       : text_(text), format_(format) {}
 
   bool Read(double& number) {
@@ -189,7 +194,7 @@ class NumberReader {
   }
 
   std::u16string_view text_;
-  NumberFormat format_;
+  const NumberFormat& format_;
   size_t at_ = 0;
   bool closed_ = false;
   bool is_bits_ = false;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "platform/conversion.h"
 #include "platform/text.h"
@@ -38,7 +37,13 @@ int32_t Emboldened(int32_t width, bool bold) { return bold ? width + (width + 19
 
 int32_t TextWidth(std::string_view utf8, bool bold) {
   int32_t widest = 0, line = 0;
-  for (const char16_t unit : FromUtf8(utf8)) {
+  const size_t plain = static_cast<size_t>(
+      std::find_if(utf8.begin(), utf8.end(), [](char byte) { return byte < ' ' || byte > '~'; }) -
+      utf8.begin());
+  for (const char character : utf8.substr(0, plain)) line += kWidths[character - ' '];
+  widest = line;
+  if (plain == utf8.size()) return Emboldened(widest, bold);
+  for (const char16_t unit : FromUtf8(utf8.substr(plain))) {
     if (unit == u'\n' || unit == u'\r') {
       line = 0;
     } else {
@@ -50,18 +55,23 @@ int32_t TextWidth(std::string_view utf8, bool bold) {
 }
 
 int32_t NumberWidth(double number, const std::string& format, bool bold) {
-  if (format.empty()) return TextWidth(ToUtf8(DoubleText(number)), bold);
-  const size_t point = std::min(format.find('.'), format.size());
-  const size_t end = std::min(format.find_first_not_of("0#", point + 1), format.size());
-  const int decimals = point == format.size() ? 0 : static_cast<int>(end - point - 1);
-  char text[400];
-  const int length = std::snprintf(text, sizeof text, "%.*f", decimals, number);
-  int32_t width = TextWidth(std::string_view(text, static_cast<size_t>(std::max(length, 0))), bold);
-  if (format.find('_') != std::string::npos) width += kWidths['0' - ' '];
-  if (format.find(',') != std::string::npos && std::fabs(number) >= 1000) {
-    width += static_cast<int32_t>(std::log10(std::fabs(number)) / 3) * kWidths[',' - ' '];
+  const double magnitude = std::fabs(number);
+  int32_t decimals = 0;
+  if (format.empty()) {
+    const bool is_short_integer = magnitude < 1e9 && magnitude == std::floor(magnitude);
+    if (!is_short_integer) return TextWidth(ToUtf8(DoubleText(number)), bold);
+  } else if (const size_t point = format.find('.'); point != std::string::npos) {
+    const size_t end = std::min(format.find_first_not_of("0#", point + 1), format.size());
+    decimals = static_cast<int32_t>(end - point - 1);
   }
-  return width;
+  // All digits are as wide as each other, so counting them is enough.
+  const int32_t digits = magnitude < 1 ? 1 : static_cast<int32_t>(std::log10(magnitude)) + 1;
+  int32_t width = (digits + decimals) * WidthOf(u'0');
+  if (decimals > 0) width += WidthOf(u'.');
+  if (number < 0) width += WidthOf(u'-');
+  if (format.find(',') != std::string::npos) width += (digits - 1) / 3 * WidthOf(u',');
+  if (format.find('_') != std::string::npos) width += WidthOf(u'0');
+  return Emboldened(width, bold);
 }
 
 }  // namespace ohmwise::embedded

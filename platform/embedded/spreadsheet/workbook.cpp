@@ -79,10 +79,13 @@ SheetModel::Content SheetModel::ContentOf(const Value& value) {
   if (text.size() > kLongestText) {
     Raise(Err::kHost, u"A cell of a worksheet holds at most 32767 characters.");
   }
-  const auto [known, is_new] =
-      text_numbers_.try_emplace(ToUtf8(text), static_cast<uint32_t>(texts_.size()));
-  if (is_new) texts_.push_back(&known->first);
-  return known->second;
+  std::string utf8 = ToUtf8(text);
+  if (const auto known = text_numbers_.find(utf8); known != text_numbers_.end()) {
+    return known->second;
+  }
+  const auto number = static_cast<uint32_t>(texts_.size());
+  text_numbers_.emplace(texts_.emplace_back(std::move(utf8)), number);
+  return number;
 }
 
 SheetModel::Content& SheetModel::Cell(int32_t row, int32_t column) {

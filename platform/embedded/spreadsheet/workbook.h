@@ -62,6 +62,10 @@ struct SheetLayout {
 /// A worksheet in memory: values, formats, widths, what is hidden and what is selected.
 class SheetModel {
  public:
+  SheetModel() = default;
+  SheetModel(const SheetModel&) = delete;
+  SheetModel& operator=(const SheetModel&) = delete;
+
   using Content = std::variant<std::monostate, double, bool, uint32_t>;  ///< last: text number
 
   /// Fills an area with one value; "" and Empty clear. Raises a host error for a value that no
@@ -88,7 +92,7 @@ class SheetModel {
   void Select(const Area& area) { selection_ = area; }
 
   const std::map<int32_t, std::vector<Content>>& rows() const { return rows_; }
-  const std::string& TextOf(uint32_t number) const { return *texts_[number]; }  ///< UTF-8
+  const std::string& TextOf(uint32_t number) const { return texts_[number]; }  ///< UTF-8
   const std::vector<FormatRule>& rules() const { return rules_; }
   /// Later entries win.
   struct Hiding {
@@ -105,8 +109,8 @@ class SheetModel {
   Content& Cell(int32_t row, int32_t column);
 
   std::map<int32_t, std::vector<Content>> rows_;
-  std::unordered_map<std::string, uint32_t> text_numbers_;
-  std::deque<const std::string*> texts_;
+  std::deque<std::string> texts_;
+  std::unordered_map<std::string_view, uint32_t> text_numbers_;  ///< into `texts_`
   std::vector<FormatRule> rules_;
   std::vector<Hiding> hidings_;
   std::map<int32_t, int32_t> widths_;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/spreadsheet/temporary_file.h"
@@ -41,9 +42,18 @@ bool IsHex(char character) {
          (character >= 'a' && character <= 'f');
 }
 
+/// True for a text that the file holds as it is; false may be wrong.
+bool IsPlain(std::string_view utf8) {
+  return std::all_of(utf8.begin(), utf8.end(), [](char character) {
+    const auto byte = static_cast<unsigned char>(character);
+    return byte != '_' && byte != '\r' && byte != 0 && byte != 0xED && byte != 0xEF;
+  });
+}
+
 /// Text as the file holds it: "_x0041_" is an escape there, so one that is meant is escaped itself;
 /// what XML cannot say becomes U+FFFD; line ends are LF.
 std::string FileText(std::string_view utf8) {
+  if (IsPlain(utf8)) return std::string(utf8);
   std::string out;
   out.reserve(utf8.size());
   for (size_t i = 0; i < utf8.size(); ++i) {
@@ -99,14 +109,27 @@ class Writer {
     int32_t column = 0;  ///< whose number format and wrapping count; 0 for none
     bool is_title = false;
     bool has_line_end = false;
+    friend bool operator==(const Style&, const Style&) = default;
+  };
+  struct Made {
+    Style style;
+    lxw_format* format = nullptr;
   };
 
   bool IsWrapped(int32_t column) const {
     return layout_.widest_column > 0 && sheet_.ColumnWidth(column) > layout_.widest_column;
   }
 
-  /// Null for the standard look.
+  /// Null for the standard look. Cells of a column mostly look like the one above.
   lxw_format* FormatOf(const Style& style) {
+    const auto column = static_cast<size_t>(style.column);
+    if (last_made_.size() <= column) last_made_.resize(column + 1);
+    Made& last = last_made_[column];
+    if (last.style != style || style.column == 0) last = {style, MakeFormat(style)};
+    return last.format;
+  }
+
+  lxw_format* MakeFormat(const Style& style) {
     const auto number_format = layout_.number_formats.find(style.column);
     const bool has_number_format = number_format != layout_.number_formats.end() && !style.is_title;
     const bool wraps = style.has_line_end || (style.column > 0 && IsWrapped(style.column));
@@ -199,7 +222,8 @@ class Writer {
       const auto& rules = sweep.RulesOfRow(row);
       const bool has_cells = cells != sheet_.rows().end() && cells->first == row;
       WriteRow(row, rules, hides_rest);
-      WriteCells(row, rules, has_cells ? cells->second : std::vector<SheetModel::Content>());
+      static const std::vector<SheetModel::Content> none;
+      WriteCells(row, rules, has_cells ? cells->second : none);
       if (has_cells) ++cells;
     }
   }
@@ -238,7 +262,10 @@ class Writer {
       } else if (const auto* truth = std::get_if<bool>(&content)) {
         Check(worksheet_write_boolean(page_, y, x, *truth ? 1 : 0, FormatOf(style)));
       } else if (const auto* text = std::get_if<uint32_t>(&content)) {
-        const std::string in_file = FileText(sheet_.TextOf(*text));
+        const std::string& stored = sheet_.TextOf(*text);
+        std::string changed;
+        if (!IsPlain(stored)) changed = FileText(stored);
+        const std::string& in_file = changed.empty() ? stored : changed;
         style.has_line_end = in_file.find('\n') != std::string::npos;
         Check(worksheet_write_string(page_, y, x, in_file.c_str(), FormatOf(style)));
       } else if (is_title || style.format != CellFormat()) {
@@ -285,6 +312,7 @@ class Writer {
   lxw_workbook* workbook_;
   lxw_worksheet* page_ = nullptr;
   std::map<std::tuple<CellFormat, std::string, bool, bool>, lxw_format*> formats_;
+  std::vector<Made> last_made_;  ///< by column
 };
 
 }  // namespace
