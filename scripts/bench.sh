@@ -50,3 +50,19 @@ else
   scripts/with_wine.sh scripts/wine_run.sh build/bench-win32/bench/com/border_bench.exe "$dll"
   scripts/with_wine.sh tests/com/server/run_script.sh "$dll" "$PWD/bench/com/border_bench.vbs"
 fi
+
+# A bill of materials beside libxlsxwriter alone and beside ExcelJS; reports about many drawings.
+printf '\n== export\n'
+build/bench/bench/export_bench --benchmark_min_time="${OHMWISE_BENCH_SECONDS:-0.5}" \
+  --benchmark_out=build/logs/export.json 2>/dev/null
+peer=build/bench/exceljs
+if ! command -v npm >/dev/null || ! command -v node >/dev/null; then
+  echo "ExcelJS is left out: npm and node are not installed."
+elif ! { mkdir -p "$peer" && cp bench/exceljs/* "$peer"/ &&
+         npm ci --prefix "$peer" --no-audit --no-fund; } >build/logs/npm.log 2>&1; then
+  echo "ExcelJS is left out: npm could not fetch it (build/logs/npm.log says why)."
+else
+  node "$peer/bill.mjs" build/logs/export.json "$peer/bill.xlsx"
+fi
+printf '\n== report\n'
+build/bench/bench/report_bench --benchmark_min_time="${OHMWISE_BENCH_SECONDS:-0.5}" 2>/dev/null
