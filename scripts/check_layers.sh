@@ -46,6 +46,7 @@ wrapped 'pugixml|pugiconfig' 'platform/embedded/(vsdx|spreadsheet)'
 wrapped 'zip\.h|zipconf\.h|zlib\.h' platform/embedded/vsdx
 wrapped 'sqlite3|libpq-fe' '(platform/embedded/database|bench|fuzz)'
 wrapped 'mdbtools|glib' platform/embedded/database
+wrapped 'xlsxwriter' '(platform/embedded/spreadsheet|bench)'
 wrapped 'CLI/' cli
 wrapped 'nlohmann/' cli
 wrapped 'benchmark/|unicode/' bench

@@ -36,12 +36,12 @@ install_missing() {
 build_packages=(
   cmake ninja-build g++ ccache pkg-config
   libpugixml-dev libzip-dev zlib1g-dev libsqlite3-dev libpq-dev mdbtools-dev libcli11-dev
-  nlohmann-json3-dev)
+  libxlsxwriter-dev nlohmann-json3-dev)
 
 # What the tests need besides.
 test_packages=(
   libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui
-  poppler-utils postgresql)
+  libreoffice-calc-nogui poppler-utils postgresql)
 
 # What the benchmarks need: the framework, and the peers they compare with.
 bench_packages=(libbenchmark-dev libicu-dev libvisio-tools postgresql)
