@@ -338,6 +338,7 @@ std::optional<size_t> Header::CellOf(size_t column) const {
 
 std::optional<Header> ReadHeader(const std::vector<std::u16string>& titles) {
   std::vector<std::u16string_view> names;
+  names.reserve(titles.size());
   Header header;
   for (const std::u16string& title : titles) names.push_back(ColumnOfTitle(title));
   const bool cables = std::any_of(names.begin(), names.end(), [](std::u16string_view name) {

@@ -69,8 +69,9 @@ std::u16string TwoDecimals(double number) {
     digits.insert(0, static_cast<size_t>(1 - point), '0');
     point = 1;
   }
-  digits.resize(static_cast<size_t>(point + kDecimals), '0');
-  digits.insert(static_cast<size_t>(point), 1, '.');
+  const auto whole = static_cast<size_t>(point);
+  digits.resize(whole + kDecimals, '0');
+  digits.insert(whole, 1, '.');
   if (std::signbit(number)) digits.insert(0, 1, '-');
   return {digits.begin(), digits.end()};
 }

@@ -117,7 +117,7 @@ ShapeRef ShapeOfKey(std::u16string_view key, const DocumentRef& document) {
     const PagesRef pages = document->Pages();
     const int32_t count = pages->Count();
     for (int32_t position = 1; position <= count; ++position) {
-      const ShapeRef shape =
+      ShapeRef shape =
           ValueOr(ShapeRef(), [&] { return pages->Item(position)->Shapes()->Item(key); });
       if (shape) return shape;
     }
