@@ -463,7 +463,7 @@ size_t NameTable::Hash::operator()(std::string_view name) const {
   const auto add = [&](char16_t unit) { hash = (hash ^ unit) * 1099511628211ull; };
   if (std::all_of(name.begin(), name.end(), IsAscii)) {
     for (const char c : name) add(static_cast<unsigned char>(Lower(c)));
-    return hash;
+    return static_cast<size_t>(hash);
   }
   // By folded units, so that names in other scripts do not all fall together; some letters outside
   // ASCII fold into it.
@@ -471,7 +471,7 @@ size_t NameTable::Hash::operator()(std::string_view name) const {
     const char16_t folded = FoldCase(unit);
     add(folded < 0x80 ? static_cast<unsigned char>(Lower(static_cast<char>(folded))) : folded);
   }
-  return hash;
+  return static_cast<size_t>(hash);
 }
 
 uint32_t NameTable::Intern(std::string_view name) {

@@ -194,7 +194,7 @@ void Arithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
 struct FormulaCodes::Table {
   struct Hash {
     size_t operator()(const std::unique_ptr<const Formula::Code>& code) const noexcept {
-      size_t hash = code->ops.size();
+      uint64_t hash = code->ops.size();
       const auto add = [&](size_t part) { hash = (hash ^ part) * 0x100000001B3ull; };
       for (const Op& op : code->ops) {
         add(static_cast<size_t>(op.code) << 8 | static_cast<size_t>(op.unit));
@@ -202,7 +202,7 @@ struct FormulaCodes::Table {
         add(std::hash<double>()(op.number));
       }
       for (const std::string& text : code->texts) add(std::hash<std::string>()(text));
-      return hash;
+      return static_cast<size_t>(hash);
     }
   };
   struct Equal {

@@ -289,8 +289,9 @@ class LiveDocument {
   friend class Evaluator;
   struct NodeKeyHash {
     size_t operator()(const std::pair<const LiveSheet*, uint64_t>& key) const noexcept {
-      return (reinterpret_cast<uintptr_t>(key.first) >> 4) * 0x9E3779B97F4A7C15ull ^
-             key.second * 0xC2B2AE3D27D4EB4Full;
+      return static_cast<size_t>((reinterpret_cast<uintptr_t>(key.first) >> 4) *
+                                     0x9E3779B97F4A7C15ull ^
+                                 key.second * 0xC2B2AE3D27D4EB4Full);
     }
   };
 
