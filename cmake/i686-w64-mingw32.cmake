@@ -4,8 +4,13 @@ set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
+# Numbers are rounded as everywhere else; the old arithmetic unit keeps more digits between steps.
+set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
 # Programs need nothing beyond Windows itself.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+# Nothing but Windows itself is needed where a program or the DLL runs.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
