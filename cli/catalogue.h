@@ -94,11 +94,11 @@ void AddCatalogueCategories(CLI::App& group, Action& action);
 void AddCatalogueCables(CLI::App& group, Action& action);
 void AddCatalogueExchange(CLI::App& group, Action& action);
 
-/// What an import did, for `init` and `import`.
-struct ImportTotals {
-  size_t added = 0, changed = 0, unchanged = 0;
-};
-/// Takes over the starter articles that lie in the library's folder.
-ImportTotals ImportStarter(CatalogueSession& session);
+/// The articles that a new catalogue starts with, in the library's folder.
+inline constexpr std::u16string_view kStarterFiles[] = {u"starter-components.csv",
+                                                        u"starter-cables.csv"};
+
+/// Takes them over; returns how many there are.
+size_t ImportStarter(CatalogueSession& session);
 
 }  // namespace ohmwise::cli

@@ -377,18 +377,18 @@ std::string CheckExportName(const std::string& path) {
 
 }  // namespace
 
-ImportTotals ImportStarter(CatalogueSession& session) {
-  ImportTotals totals;
+size_t ImportStarter(CatalogueSession& session) {
+  size_t added = 0;
   CatalogueTransaction transaction(session.db());
-  for (const char16_t* name : {u"starter-components.csv", u"starter-cables.csv"}) {
+  for (const std::u16string_view name : kStarterFiles) {
     const std::vector<Source> sources =
         SourcesOf(ToUtf8(CurrentHost().LibraryFolder().append(name)));
     const std::vector<ImportPlan> plans = PlanAll(session.db(), sources);
     for (const ImportPlan& plan : plans) catalogue::RunImport(session.db(), plan);
-    totals.added += CountAll(plans, Outcome::kAdd);
+    added += CountAll(plans, Outcome::kAdd);
   }
   transaction.Commit();
-  return totals;
+  return added;
 }
 
 void AddCatalogueExchange(CLI::App& group, Action& action) {

@@ -5,6 +5,7 @@
 
 #include "cli/catalogue.h"
 #include "platform/embedded/database/catalogue_file.h"
+#include "platform/error.h"
 #include "platform/text.h"
 
 namespace ohmwise::cli {
@@ -14,22 +15,33 @@ struct InitOptions : CatalogueOptions {
   bool empty = false;
 };
 
+/// Before a catalogue is made that would stay empty.
+void RequireStarter() {
+  embedded::EmbeddedHost host({});
+  for (const std::u16string_view name : kStarterFiles) {
+    const std::u16string path = host.LibraryFolder().append(name);
+    if (host.files().FileExists(path)) continue;
+    Raise(Err::kFileNotFound,
+          u"The articles to start with are missing (" + path + u"); --empty does without them.");
+  }
+}
+
 void Run(const InitOptions& options) {
+  if (!options.empty) RequireStarter();
   embedded::CreateCatalogue(FromUtf8(options.location));
   CatalogueSession session(options);
-  ImportTotals totals;
-  if (!options.empty) totals = ImportStarter(session);
+  const size_t added = options.empty ? 0 : ImportStarter(session);
   const std::u16string location = session.location();
   if (options.json) {
     JsonWriter json;
     json.BeginObject().Key(u"catalogue").Text(location);
-    json.Key(u"added").Number(static_cast<double>(totals.added));
+    json.Key(u"added").Number(static_cast<double>(added));
     std::cout << json.End().Take();
     return;
   }
   const Printer printer;
-  printer.Line("Made the catalogue " + Shown(location) + " with " +
-               Counted(totals.added, "article") + ".");
+  printer.Line("Made the catalogue " + Shown(location) + " with " + Counted(added, "article") +
+               ".");
   printer.Line("\"ohmwise settings CompDB " + Shown(location) +
                "\" makes it the one that is used when none is named.");
 }

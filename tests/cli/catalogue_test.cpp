@@ -61,6 +61,11 @@ TEST_F(CatalogueCommandTest, StartsWithInventedArticles) {
             (Names{"Power supply 24 V 2.5 A", "Power supply 24 V 5 A", "Control transformer 160 VA",
                    "Power supply 24 V 10 A"}));
   EXPECT_EQ(Run({"catalogue", "init", parts_}).exit_code, 1) << "it is there already";
+  const std::string other = folder_.Path("other.mdb");
+  const ProgramResult missing = RunProgram(OHMWISE_PROGRAM, {"catalogue", "init", other},
+                                           {"OHMWISE_DATA=" + folder_.Path("")});
+  EXPECT_NE(missing.err.find("--empty"), std::string::npos) << missing.err;
+  EXPECT_FALSE(std::filesystem::exists(other));
 }
 
 TEST_F(CatalogueCommandTest, AddsChangesAndDeletes) {
