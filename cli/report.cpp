@@ -6,6 +6,7 @@
 #include <optional>
 #include <system_error>
 
+#include "cli/catalogue.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/output.h"
@@ -110,6 +111,19 @@ void TellChanges(const std::string& drawing, size_t count, bool saved) {
                     (count == 1 ? "it" : "them") + " into the drawing."));
 }
 
+/// The catalogue named, else the one that the other commands use when none is named; none at all
+/// leaves it to the drawings to say what their parts are.
+Catalogue FindCatalogue(const std::string& named) {
+  std::u16string location;
+  try {
+    location = CatalogueLocation(named);
+  } catch (const AutomationError& error) {
+    if (error.number() == Err::kFileNotFound && named.empty()) return {};
+    throw;
+  }
+  return ReadCatalogue(location);
+}
+
 void Collect(const ReportOptions& options, Report& report, Progress& progress) {
   const bool several = options.drawings.size() > 1;
   for (size_t i = 0; i < options.drawings.size(); ++i) {
@@ -150,7 +164,7 @@ void Run(const ReportOptions& options) {
       embedded::EmbeddedHost host({});
       const HostScope scope(host);
       Catalogue catalogue;
-      if (!options.catalogue.empty()) catalogue = ReadCatalogue(options.catalogue);
+      if (options.kind == "bom") catalogue = FindCatalogue(options.catalogue);
       const bool several = options.drawings.size() > 1;
       const std::unique_ptr<Report> report =
           options.kind == "bom" ? MakeBillOfMaterials(several, std::move(catalogue))

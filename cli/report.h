@@ -35,7 +35,7 @@ struct ReportTable {
 /// Components of a catalogue by their number.
 using Catalogue = std::map<int32_t, Ref<clsLCmpRec>>;
 /// Reads a whole catalogue. Raises what opening and reading raise.
-Catalogue ReadCatalogue(const std::string& path);
+Catalogue ReadCatalogue(std::u16string_view location);
 
 /// Collects one kind of report from drawings that are handed in one after the other; nothing of a
 /// drawing is kept but its rows.

@@ -63,7 +63,7 @@ class WorkbookReport {
       if (table_.columns[i].kind == Kind::kNumber) {
         book_.HorAlignment(letter + u":" + letter, sheet_alignment::kCenter);
       } else if (table_.columns[i].kind == Kind::kPrice) {
-        book_.HorAlignment(letter + u"1", sheet_alignment::kRight);
+        book_.HorAlignment(letter + u"1", sheet_alignment::kCenter);
       }
     }
     HideEmptyColumns();
@@ -105,7 +105,7 @@ class WorkbookReport {
     for (size_t i = 0; i < table_.columns.size(); ++i) {
       if (table_.columns[i].kind == Kind::kPrice) {
         layout.number_formats[static_cast<int32_t>(i) + 1] =
-            "#,##0.00_ ";  // a blank's room beside the next column
+            "#,##0.00_0";  // a digit's room beside the next column
       }
     }
   }

@@ -240,9 +240,9 @@ std::u16string FieldText(const RecordsetRef& records, std::u16string_view name) 
 
 }  // namespace
 
-Catalogue ReadCatalogue(const std::string& path) {
+Catalogue ReadCatalogue(std::u16string_view location) {
   clsLDB database;
-  database.OpenDB(FromUtf8(path));
+  database.OpenDB(location);
   std::u16string order;
   const RecordsetRef records = database.GetComponents(order);
   Catalogue catalogue;

@@ -133,9 +133,11 @@ class Writer {
     const auto number_format = layout_.number_formats.find(style.column);
     const bool has_number_format = number_format != layout_.number_formats.end() && !style.is_title;
     const bool wraps = style.has_line_end || (style.column > 0 && IsWrapped(style.column));
+    // Beside wrapped texts every cell begins at the top.
+    const bool is_aligned = layout_.widest_column > 0 && style.column > 0;
     const auto key = std::tuple(style.format, has_number_format ? number_format->second : "", wraps,
-                                style.is_title);
-    if (key == std::tuple(CellFormat(), std::string(), false, false)) return nullptr;
+                                style.is_title, is_aligned);
+    if (key == std::tuple(CellFormat(), std::string(), false, false, false)) return nullptr;
     lxw_format*& format = formats_[key];
     if (format) return format;
     format = workbook_add_format(workbook_);
@@ -161,7 +163,7 @@ class Writer {
       format_set_bg_color(format, Rgb(layout_.title_background));
       format_set_bottom(format, LXW_BORDER_THIN);
       format_set_align(format, LXW_ALIGN_VERTICAL_CENTER);
-    } else if (layout_.widest_column > 0) {
+    } else if (is_aligned) {
       format_set_align(format, LXW_ALIGN_VERTICAL_TOP);
     }
     return format;
@@ -311,7 +313,7 @@ class Writer {
   const SheetLayout& layout_;
   lxw_workbook* workbook_;
   lxw_worksheet* page_ = nullptr;
-  std::map<std::tuple<CellFormat, std::string, bool, bool>, lxw_format*> formats_;
+  std::map<std::tuple<CellFormat, std::string, bool, bool, bool>, lxw_format*> formats_;
   std::vector<Made> last_made_;  ///< by column
 };
 
