@@ -1,19 +1,22 @@
 #pragma once
 
 #include "platform/com/ado_database.h"
+#include "platform/com/excel_spreadsheet.h"
 #include "platform/com/registry_store.h"
 #include "platform/com/scripting_files.h"
 #include "platform/host.h"
 
 namespace ohmwise::com {
 
-/// The host of a user's session on Windows: the running drawing program, ADO, the registry, files
-/// through the scripting runtime, windows and message boxes. For threads that have initialized COM.
+/// The host of a user's session on Windows: the running drawing program, ADO, Excel, the registry,
+/// files through the scripting runtime, windows and message boxes. For threads that have
+/// initialized COM.
 class ComHost : public Host {
  public:
   Database& database() override { return database_; }
   SettingsStore& settings_store() override { return settings_; }
   FileSystem& files() override { return files_; }
+  Spreadsheet& spreadsheet() override { return excel_; }
   NumberFormat number_format() override;
   /// Folder of the module that the library is in.
   std::u16string LibraryFolder() override;
@@ -30,6 +33,7 @@ class ComHost : public Host {
   AdoDatabase database_;
   RegistryStore settings_;
   ScriptingFiles files_;
+  ExcelSpreadsheet excel_;
 };
 
 }  // namespace ohmwise::com

@@ -6,7 +6,6 @@
 #include <mutex>
 
 #include <dispex.h>
-#include <objidl.h>
 
 #include "platform/com/error_mapping.h"
 #include "platform/error.h"
@@ -42,13 +41,14 @@ const void* ImplementationOf(IDispatch* object) {
   return *reinterpret_cast<const void* const*>(object);
 }
 
-/// A type description fixes the names of all objects of an implementation. Script objects have
-/// names of their own each, and every object of another process has the implementation of its
-/// proxy.
+/// A type description fixes the names of all objects of an implementation; script objects have
+/// names of their own each. All objects of other processes have one implementation here, their
+/// proxy's: those of one kind come from one program, and an identifier that another one does not
+/// know is looked up again.
 bool HasFixedMembers(IDispatch* object) {
   UINT descriptions = 0;
   if (FAILED(object->GetTypeInfoCount(&descriptions)) || descriptions == 0) return false;
-  return !Query<IDispatchEx>(object) && !Query<IClientSecurity>(object);
+  return !Query<IDispatchEx>(object);
 }
 
 }  // namespace

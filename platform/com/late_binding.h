@@ -41,22 +41,29 @@ enum class Kind : uint8_t {
   kFields,
   kField,
   kFileSystem,
-  kTextStream
+  kTextStream,
+  kSpreadsheet,
+  kWorkbooks,
+  kWorksheet,
+  kRange,
+  kFont
 };
 
 // Every member that the clients call, once: the enumerator and the name come from one word.
 // clang-format off
 #define OHMWISE_COM_MEMBERS(X) \
-  X(ActiveDocument) X(Add) X(AddNamedRow) X(AddNew) X(AddRow) X(Application) X(AtEndOfStream) \
-  X(Background) X(BeginTrans) X(CellExistsU) X(CellsSRC) X(CellsSRCExists) X(CellsU) \
-  X(Characters) X(Close) X(CommitTrans) X(Connects) X(ContainingPage) X(ContainingPageID) \
-  X(ContainingShape) X(Count) X(CursorLocation) X(Delete) X(DeleteRow) X(Document) \
-  X(DocumentSheet) X(Documents) X(EOF) X(Fields) X(FileExists) X(FormulaU) X(FromCell) \
-  X(FromConnects) X(FromSheet) X(FullName) X(ID) X(Index) X(Item) X(ItemU) X(Master) X(Masters) \
-  X(MoveNext) X(Name) X(NameU) X(OneD) X(Open) X(OpenSchema) X(OpenTextFile) X(PageSheet) \
-  X(Pages) X(Path) X(ReadLine) X(Remove) X(ResultIU) X(ResultStr) X(RollbackTrans) X(RowCount) \
-  X(RowNameU) X(RowType) X(SectionExists) X(Shapes) X(State) X(Text) X(ToCell) X(ToSheet) \
-  X(Type) X(UniqueID) X(Update) X(Value)
+  X(ActiveDocument) X(ActiveSheet) X(Add) X(AddNamedRow) X(AddNew) X(AddRow) X(Application) \
+  X(AtEndOfStream) X(AutoFit) X(Background) X(BeginTrans) X(Bold) X(CellExistsU) X(Cells) \
+  X(CellsSRC) X(CellsSRCExists) X(CellsU) X(Characters) X(Close) X(Color) X(Columns) \
+  X(CommitTrans) X(Connects) X(ContainingPage) X(ContainingPageID) X(ContainingShape) X(Count) \
+  X(CursorLocation) X(Delete) X(DeleteRow) X(Document) X(Documents) X(DocumentSheet) X(EOF) \
+  X(Fields) X(FileExists) X(Font) X(FormulaU) X(FromCell) X(FromConnects) X(FromSheet) \
+  X(FullName) X(Hidden) X(HorizontalAlignment) X(ID) X(Index) X(Item) X(ItemU) X(Master) \
+  X(Masters) X(MoveNext) X(Name) X(NameU) X(OneD) X(Open) X(OpenSchema) X(OpenTextFile) \
+  X(Pages) X(PageSheet) X(Path) X(Quit) X(Range) X(ReadLine) X(Remove) X(ResultIU) X(ResultStr) \
+  X(RollbackTrans) X(RowCount) X(RowNameU) X(Rows) X(RowType) X(SectionExists) X(Select) \
+  X(Shapes) X(State) X(Text) X(ToCell) X(ToSheet) X(Type) X(UniqueID) X(Update) X(Value) \
+  X(Visible) X(Workbooks)
 // clang-format on
 enum class Member : uint8_t {
 #define OHMWISE_COM_ENUMERATOR(name) k##name,
@@ -86,7 +93,7 @@ void Fill(VARIANT& target, Omitted) noexcept;
 ///
 /// Identifiers of members are looked up once for all objects of a kind and an implementation, where
 /// the implementation has a type description: then its names cannot change from object to object.
-/// They are looked up once per object otherwise (scripts, proxies of other processes).
+/// They are looked up once per object otherwise (scripts).
 class LateBound {
  public:
   LateBound(Kind kind, Ref<IDispatch> object);

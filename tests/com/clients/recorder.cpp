@@ -56,6 +56,25 @@ HRESULT Recorder::GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* id)
   return DISP_E_UNKNOWNNAME;
 }
 
+namespace {
+
+/// The value of an argument; of an array its values in one text.
+Value ArgumentOf(const VARIANT& variant) {
+  if (variant.vt != (VT_ARRAY | VT_VARIANT)) return com::FromVariant(variant);
+  VARIANT* values = nullptr;
+  LONG last = -1;
+  SafeArrayGetUBound(variant.parray, 1, &last);
+  com::Check(SafeArrayAccessData(variant.parray, reinterpret_cast<void**>(&values)));
+  std::u16string text;
+  for (LONG at = 0; at <= last; ++at) {
+    text += (at == 0 ? u"{" : u"; ") + com::FromVariant(values[at]).ToText();
+  }
+  SafeArrayUnaccessData(variant.parray);
+  return Value(text + u"}");
+}
+
+}  // namespace
+
 HRESULT Recorder::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                          VARIANT* result, EXCEPINFO* exception, UINT*) {
   const DISPID at = id - first_id_;
@@ -64,7 +83,7 @@ HRESULT Recorder::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parame
   const bool puts = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
   std::vector<Value> arguments;
   for (UINT number = parameters->cArgs; number-- > 0;) {
-    arguments.push_back(com::FromVariant(parameters->rgvarg[number]));
+    arguments.push_back(ArgumentOf(parameters->rgvarg[number]));
   }
   if (log_) {
     std::u16string line = puts ? u"put " : u"";

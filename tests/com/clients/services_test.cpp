@@ -198,6 +198,53 @@ TEST_F(ServicesTest, WithoutAdoOnlyOpeningFails) {
   EXPECT_EQ(host_.database().MakeConnection()->State(), kStateClosed);
 }
 
+TEST_F(ServicesTest, ReportsCallTheSpreadsheetProgramByName) {
+  const auto make = [this](const char16_t* name, std::vector<std::u16string> members) {
+    const Ref<Recorder> object = Recorder::Make(name, &log_);
+    for (std::u16string& member : members) object->On(std::move(member), nullptr);
+    return object;
+  };
+  const auto make_range = [&make] {
+    const Ref<Recorder> range =
+        make(u"Range", {u"Value", u"Hidden", u"HorizontalAlignment", u"AutoFit", u"Select"});
+    range->On(u"Font", [&make](auto&) { return Dispatched(make(u"Font", {u"Bold", u"Color"})); });
+    range->On(u"Columns", [&make](auto&) { return Dispatched(make(u"Columns", {u"AutoFit"})); });
+    return Dispatched(range);
+  };
+  StandIn excel(L"Excel.application", [&]() -> Ref<IDispatch> {
+    const Ref<Recorder> program = make(u"Application", {u"Visible", u"Quit"});
+    program->On(u"Workbooks", [&make](auto&) { return Dispatched(make(u"Workbooks", {u"Add"})); });
+    program->On(u"ActiveSheet", [&](auto&) {
+      const Ref<Recorder> sheet = Recorder::Make(u"Sheet", &log_);
+      for (const char16_t* area : {u"Range", u"Rows", u"Columns", u"Cells"}) {
+        sheet->On(area, [&make_range](auto&) { return make_range(); });
+      }
+      return Dispatched(sheet);
+    });
+    return program;
+  });
+  const SpreadsheetApplicationRef program = host_.spreadsheet().CreateApplication();
+  program->SetVisible(true);
+  program->Workbooks()->Add();
+  const WorksheetRef sheet = program->ActiveSheet();
+  const Value row[] = {Value(u"Qty"), Value(12.5)};
+  sheet->Range(u"A3:B3")->SetValues(row);
+  sheet->Cells(4, 1)->SetValue(Value(u"K1"));
+  sheet->Rows(Value(int32_t{3}))->Font()->SetColor(255);
+  sheet->Columns(Value(u"B:D"))->SetHidden(true);
+  sheet->Range(u"A:C")->Columns()->AutoFit();
+  sheet->Range(u"A1")->SetHorizontalAlignment(sheet_alignment::kCenter);
+  program->Quit();
+  EXPECT_EQ(
+      log_,
+      (CallLog{u"put Application.Visible(True)", u"Application.Workbooks()", u"Workbooks.Add()",
+               u"Application.ActiveSheet()", u"Sheet.Range(A3:B3)", u"put Range.Value({Qty; 12.5})",
+               u"Sheet.Cells(4, 1)", u"put Range.Value(K1)", u"Sheet.Rows(3)", u"Range.Font()",
+               u"put Font.Color(255)", u"Sheet.Columns(B:D)", u"put Range.Hidden(True)",
+               u"Sheet.Range(A:C)", u"Range.Columns()", u"Columns.AutoFit()", u"Sheet.Range(A1)",
+               u"put Range.HorizontalAlignment(3)", u"Application.Quit()"}));
+}
+
 TEST_F(ServicesTest, TextFilesAreReadThroughTheScriptingRuntime) {
   wchar_t folder[MAX_PATH];
   GetTempPathW(MAX_PATH, folder);
