@@ -6,8 +6,8 @@ set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
 # Numbers are rounded as everywhere else; the old arithmetic unit keeps more digits between steps.
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
-# Programs need nothing beyond Windows itself.
-set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+# Numbers round as on other machines; callers of a DLL align the stack for themselves only.
+set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
 # Nothing but Windows itself is needed where a program or the DLL runs.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
