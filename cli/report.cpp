@@ -102,13 +102,15 @@ class Progress {
 /// Sentences for a person, on standard error: standard output may be the report.
 void Tell(const std::string& sentence) { std::cerr << sentence << '\n'; }
 
-void TellChanges(const std::string& drawing, size_t count, bool saved) {
+/// What a person should know of a drawing, said once the status text is gone.
+void NoteChanges(const std::string& drawing, size_t count, bool saved,
+                 std::vector<std::string>& notes) {
   if (count == 0) return;
   const std::string cells = Counted(count, "cell");
-  Tell(Shown(FromUtf8(drawing)) + ": " +
-       (saved ? cells + " brought into step and saved."
-              : cells + " would be brought into step; --save writes " +
-                    (count == 1 ? "it" : "them") + " into the drawing."));
+  notes.push_back(Shown(FromUtf8(drawing)) + ": " +
+                  (saved ? cells + " brought into step and saved."
+                         : cells + " would be brought into step; --save writes " +
+                               (count == 1 ? "it" : "them") + " into the drawing."));
 }
 
 /// The catalogue named, else the one that the other commands use when none is named; none at all
@@ -124,7 +126,8 @@ Catalogue FindCatalogue(const std::string& named) {
   return ReadCatalogue(location);
 }
 
-void Collect(const ReportOptions& options, Report& report, Progress& progress) {
+void Collect(const ReportOptions& options, Report& report, Progress& progress,
+             std::vector<std::string>& notes) {
   const bool several = options.drawings.size() > 1;
   for (size_t i = 0; i < options.drawings.size(); ++i) {
     Interrupt::Check();
@@ -143,9 +146,9 @@ void Collect(const ReportOptions& options, Report& report, Progress& progress) {
     Interrupt::Check();
     const size_t changes = add_in.ChangedFormulas().size();
     if (options.save && changes > 0) add_in.Save(path);
-    TellChanges(path, changes, options.save);
+    NoteChanges(path, changes, options.save, notes);
     if (!add_in.messages().empty()) {
-      Tell(Shown(FromUtf8(path)) + ": shapes without a text; ohmwise index lists them.");
+      notes.push_back(Shown(FromUtf8(path)) + ": shapes without a text; ohmwise index lists them.");
     }
   }
 }
@@ -158,6 +161,7 @@ void Run(const ReportOptions& options) {
     }
   }
   const Interrupt interrupt;
+  std::vector<std::string> notes;
   try {
     ReportTable table;
     {
@@ -170,7 +174,7 @@ void Run(const ReportOptions& options) {
           options.kind == "bom" ? MakeBillOfMaterials(several, std::move(catalogue))
                                 : MakeListReport(options.kind, several);
       Progress progress;
-      Collect(options, *report, progress);
+      Collect(options, *report, progress, notes);
       table = report->Take();
     }
     std::vector<std::u16string> names;
@@ -181,12 +185,19 @@ void Run(const ReportOptions& options) {
     const std::string done = Shown(table.title) + ": " + Counted(table.rows.size(), "row") +
                              " in " + Shown(FromUtf8(target.path));
     WriteReport(std::move(table), names, target.format, target.path);
+    for (const std::string& note : notes) Tell(note);
     for (const std::u16string& remark : remarks) Tell(Shown(remark));
     if (target.path == "-") return;
     Printer().Line(done);
   } catch (const Interrupted&) {
+    for (const std::string& note : notes) Tell(note);
     Tell("ohmwise: interrupted; no report was written.");
     Interrupt::Die();
+  } catch (...) {
+    if (options.save) {  // drawings before the one that failed are saved
+      for (const std::string& note : notes) Tell(note);
+    }
+    throw;
   }
 }
 
