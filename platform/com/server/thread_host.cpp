@@ -25,6 +25,7 @@ class ThreadHost {
     // Objects of an apartment end on its thread. Where a client breaks that rule, the host stays
     // until the next object of its own thread ends.
     if (--uses_ > 0 || thread_host != this) return;
+    uses_ = 1;  // what ends with the host may make an object once more
     delete this;
     thread_host = nullptr;
   }
