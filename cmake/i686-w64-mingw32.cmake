@@ -4,8 +4,6 @@ set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
-# Numbers are rounded as everywhere else; the old arithmetic unit keeps more digits between steps.
-set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
 # Numbers round as on other machines; callers of a DLL align the stack for themselves only.
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
 # Nothing but Windows itself is needed where a program or the DLL runs.
