@@ -10,6 +10,8 @@ class ForeignObject final : public Client<Object, Kind::kOther> {
  public:
   using Client::Client;
 
+  /// As the drawing program's, except for what a shape means by `Text` and `UniqueID` here.
+  Value Get(std::u16string_view member, std::span<const Value> arguments) override;
   void Put(std::u16string_view member, const Value& value,
            std::span<const Value> arguments) override {
     const EntryNote note;  // it may be anything of the drawing
