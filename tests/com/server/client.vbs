@@ -72,6 +72,27 @@ back.Qty = 4
 Check "the same record", record.Qty, 4
 Check "as it is", (back Is record), True
 
+' Objects of the client come back as themselves, alone and out of a collection of the library.
+Class Foreign
+  Public Property Get Count
+    Count = 0
+  End Property
+  Public Property Get Item(index)
+    Err.Raise 9
+  End Property
+  Public Sub Add(item, key, before, after)
+    Err.Raise 457
+  End Sub
+  Public Sub Remove(index)
+    Err.Raise 9
+  End Sub
+End Class
+Dim theirs : Set theirs = New Foreign
+Check "the same list", (CreateObject("Ohmwise6.clsLCrossRef").GetRefShapes(theirs) Is theirs), True
+list.Add theirs, "theirs"
+Check "the same item", (list("theirs") Is theirs), True
+list.Remove "theirs"
+
 ' Failures by number.
 On Error Resume Next
 text = "99999999999"

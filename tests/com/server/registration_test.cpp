@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <thread>
 
 #include "Ohmwise6.h"
 #include "platform/text.h"
@@ -63,6 +64,38 @@ class RegistrationTest : public ServerTest {
     return server_.Function<HRESULT(WINAPI*)(BOOL, LPCWSTR)>("DllInstall")(install, arguments);
   }
 
+  /// Another apartment calls through the system's marshaller, which reads the interface from the
+  /// registered type library.
+  void ExpectMarshalled() const {
+    const auto here = server_.MakeTyped<_clsLMisc>(CLSID_clsLMisc, IID__clsLMisc);
+    IStream* stream = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID__clsLMisc, here.get(), &stream), S_OK);
+    const DWORD waiting = GetCurrentThreadId();
+    std::u16string pin, pins;
+    std::thread caller([&, waiting] {
+      CoInitialize(nullptr);
+      {
+        Ref<_clsLMisc> there;
+        if (SUCCEEDED(
+                CoGetInterfaceAndReleaseStream(stream, IID__clsLMisc, Receive<_clsLMisc>(there)))) {
+          Bstr list(u"\"h,A1,A2\""), found;
+          SHORT number = 2;
+          if (SUCCEEDED(there->GetPin(list.place(), &number, found.place()))) {
+            pin = found.str();
+            pins = list.str();
+          }
+        }
+      }
+      CoUninitialize();
+      PostThreadMessageW(waiting, WM_QUIT, 0, 0);
+    });
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+    caller.join();
+    EXPECT_EQ(pin, u"A2");
+    EXPECT_EQ(pins, u"h,A1,A2");
+  }
+
   static void ExpectUsable() {
     for (const PublicClass& c : AllClasses()) {
       SCOPED_TRACE(ToUtf8(Narrow(c.name)));
@@ -89,6 +122,7 @@ TEST_F(RegistrationTest, ForTheMachineAndForOneUserLeavesNothingBehind) {
     ASSERT_EQ(Machine("DllRegisterServer"), S_OK);
   }
   ExpectUsable();
+  ExpectMarshalled();
   std::set<std::wstring> of_machine = Added(ClassesOf(HKEY_LOCAL_MACHINE), machine);
   EXPECT_GT(of_machine.size(), AllClasses().size() * 10);
   EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER), user);

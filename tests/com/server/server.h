@@ -71,7 +71,7 @@ Outcome PutObject(IDispatch* object, const wchar_t* member, IDispatch* value,
 VARIANT ByValue(IDispatch* object);
 
 /// A test with the server; nothing may be alive at its end.
-class ServerTest : public testing::Test {
+class ServerTest : public ::testing::Test {
  protected:
   ServerTest() { CoInitialize(nullptr); }
   ~ServerTest() override {
