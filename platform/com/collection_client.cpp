@@ -18,8 +18,8 @@ class CollectionClient final : public Client<Collection, Kind::kCollection> {
       : Client(std::move(object)), dual_(std::move(dual)) {}
 
   bool IsCollection() {
-    return dual_ || (late_.Has(Member::kCount) && late_.Has(Member::kItem) &&
-                     late_.Has(Member::kAdd) && late_.Has(Member::kRemove));
+    return dual_ || (late_.Answers(Member::kCount) && late_.Answers(Member::kItem) &&
+                     late_.Answers(Member::kAdd) && late_.Answers(Member::kRemove));
   }
 
   int32_t Count() override {

@@ -120,7 +120,7 @@ PageRef WrapPage(Ref<IDispatch> object);
 class ApplicationClient final : public Client<Application, Kind::kApplication> {
  public:
   using Client::Client;
-  bool IsOne() { return late_.Has(Member::kActiveDocument) && late_.Has(Member::kDocuments); }
+  bool IsOne() { return late_.Answers(Member::kActiveDocument); }
   DocumentRef ActiveDocument() override;
   DocumentRef DocumentNamed(std::u16string_view name) override;
 
@@ -132,7 +132,7 @@ class ShapesClient final : public Client<Shapes, Kind::kShapes> {
  public:
   explicit ShapesClient(Ref<IDispatch> object)
       : Client(std::move(object)), surroundings_(std::make_shared<Surroundings>()) {}
-  bool IsOne() { return late_.Has(Member::kCount) && late_.Has(Member::kItem); }
+  bool IsOne() { return late_.Answers(Member::kCount) && late_.Answers(Member::kItem); }
   int32_t Count() override { return late_.Number(Member::kCount); }
   ShapeRef Item(int32_t position) override {
     return WrapShape(late_.Object(Member::kItem, position), surroundings_);
@@ -148,7 +148,7 @@ class ShapesClient final : public Client<Shapes, Kind::kShapes> {
 class MasterClient final : public Client<Master, Kind::kMaster> {
  public:
   using Client::Client;
-  bool IsOne() { return late_.Has(Member::kPageSheet) && late_.Has(Member::kUniqueID); }
+  bool IsOne() { return late_.Answers(Member::kPageSheet) && late_.Answers(Member::kUniqueID); }
   int32_t ID() override { return late_.Number(Member::kID); }
   std::u16string Name() override { return late_.Text(Member::kName); }
   std::u16string NameU() override { return late_.Text(Member::kNameU); }
@@ -178,7 +178,7 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
   ~ShapeClient() override {
     if (knows_cells_) KnownCells::OfThread().Forget(this);
   }
-  bool IsOne() { return late_.Has(Member::kCellsU) && late_.Has(Member::kUniqueID); }
+  bool IsOne() { return late_.Answers(Member::kCellsU); }
 
   int32_t ID() override { return late_.Number(Member::kID); }
   std::u16string Name() override { return late_.Text(Member::kName); }
@@ -350,7 +350,7 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
 class PageClient final : public Client<Page, Kind::kPage> {
  public:
   using Client::Client;
-  bool IsOne() { return late_.Has(Member::kPageSheet) && late_.Has(Member::kBackground); }
+  bool IsOne() { return late_.Answers(Member::kBackground); }
   int32_t ID() override { return late_.Number(Member::kID); }
   int32_t Index() override { return late_.Number(Member::kIndex); }
   bool Background() override { return late_.Flag(Member::kBackground); }
@@ -383,7 +383,7 @@ class PagesClient final : public Client<Pages, Kind::kPages> {
 class DocumentClient final : public Client<Document, Kind::kDocument> {
  public:
   using Client::Client;
-  bool IsOne() { return late_.Has(Member::kDocumentSheet); }
+  bool IsOne() { return late_.Answers(Member::kDocumentSheet); }
   std::u16string Name() override { return late_.Text(Member::kName); }
   std::u16string Path() override { return late_.Text(Member::kPath); }
   std::u16string FullName() override { return late_.Text(Member::kFullName); }

@@ -143,6 +143,11 @@ LateBound::~LateBound() = default;
 
 bool LateBound::Has(Member member) { return Known(member) != DISPID_UNKNOWN; }
 
+bool LateBound::Answers(Member member) {
+  DISPID id = DISPID_UNKNOWN;
+  return SUCCEEDED(LookUp(NameOf(member), id));
+}
+
 HRESULT LateBound::LookUp(const wchar_t* name, DISPID& id) {
   if (extended_) {
     return extended_->GetDispID(Bstr(Narrow(name)).get(), fdexNameCaseInsensitive, &id);
@@ -159,6 +164,7 @@ DISPID LateBound::Known(Member member) {
   const HRESULT result = LookUp(NameOf(member), id);
   if (result == DISP_E_UNKNOWNNAME || result == DISP_E_MEMBERNOTFOUND) {
     id = DISPID_UNKNOWN;
+    if (table_) return id;  // another object of this implementation may have it
   } else {
     Check(result);
   }

@@ -102,8 +102,11 @@ class LateBound {
   LateBound& operator=(const LateBound&) = delete;
 
   IDispatch* dispatch() const noexcept { return object_.get(); }
-  /// True when the object has such a member.
+  /// True when objects like this have such a member.
   bool Has(Member member);
+  /// True when this very object has such a member. Asks it: objects of several kinds may have one
+  /// implementation, so what is known of others does not tell its kind.
+  bool Answers(Member member);
 
   /// Reads a property or calls a method.
   template <class... A>

@@ -106,6 +106,11 @@ TEST_F(LateBindingTest, IdentifiersAreSharedOnlyWhereNamesAreFixed) {
     EXPECT_EQ(other.Number(Member::kCount), 2);
     EXPECT_EQ(other.Text(Member::kName), u"second");
     EXPECT_EQ(NumberOf([&] { other.Number(Member::kResultIU); }), 438);
+    // What one object lacks, another one of its implementation may have.
+    const Ref<Recorder> third = Recorder::Make(u"Third", nullptr);
+    third->described = described;
+    third->On(u"ResultIU", [](auto&) { return Value(2.5); });
+    EXPECT_EQ(LateBound(kind, third).Real(Member::kResultIU), 2.5);
   }
 }
 
