@@ -166,7 +166,8 @@ class clsLMisc {
   SplitterCaches caches_;
 };
 
-/// The thread's shared instance, made on first use.
+/// The thread's shared instance, made on first use. It ends with the host of the thread; one that a
+/// thread makes without a host stays until the process ends.
 clsLMisc& SharedMisc();
 
 }  // namespace ohmwise

@@ -3,7 +3,6 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -241,14 +240,6 @@ TEST(GetPinTest, Tables) {
     EXPECT_EQ(clsLMisc().GetPin(list, row.pin), row.expected) << ToUtf8(row.list);
     EXPECT_EQ(list, row.left) << ToUtf8(row.list);
   }
-}
-
-TEST(SharedMiscTest, OnePerThread) {
-  const clsLMisc* const mine = &SharedMisc();
-  EXPECT_EQ(mine, &SharedMisc());
-  const clsLMisc* other = nullptr;
-  std::thread([&] { other = &SharedMisc(); }).join();
-  EXPECT_NE(mine, other);
 }
 
 /// The splitting rules written out one after the other, with plain lists for caches.
