@@ -10,9 +10,13 @@
 namespace ohmwise::com {
 namespace {
 
-/// Every key and value below a key, as lines; names of keys in lower case, as they count without.
-void Collect(HKEY key, const std::wstring& path, std::set<std::wstring>& lines) {
+using Lines = std::set<std::wstring>;
+
+/// Keys and values below a key, as lines; names of keys in lower case, as they count without. What
+/// stands two levels down and was there before is not opened again.
+void Collect(HKEY key, const std::wstring& path, int level, const Lines& before, Lines& lines) {
   lines.insert(path);
+  if (level == 2 && (before.empty() || before.contains(path))) return;
   wchar_t name[512];
   BYTE data[2048];
   for (DWORD i = 0;; ++i) {
@@ -32,24 +36,23 @@ void Collect(HKEY key, const std::wstring& path, std::set<std::wstring>& lines) 
     if (std::wstring_view(name) == L"wow6432node") continue;  // the 32-bit half of 64-bit systems
     HKEY sub = nullptr;
     if (RegOpenKeyExW(key, name, 0, KEY_READ, &sub) != ERROR_SUCCESS) continue;
-    Collect(sub, path + L"\\" + name, lines);
+    Collect(sub, path + L"\\" + name, level + 1, before, lines);
     RegCloseKey(sub);
   }
 }
 
-std::set<std::wstring> ClassesOf(HKEY root) {
-  std::set<std::wstring> lines;
+Lines ClassesOf(HKEY root, const Lines& before = {}) {
+  Lines lines;
   HKEY key = nullptr;
   if (RegCreateKeyW(root, L"Software\\Classes", &key) == ERROR_SUCCESS) {
-    Collect(key, L"", lines);
+    Collect(key, L"", 0, before, lines);
     RegCloseKey(key);
   }
   return lines;
 }
 
-std::set<std::wstring> Added(const std::set<std::wstring>& now,
-                             const std::set<std::wstring>& before) {
-  std::set<std::wstring> added;
+Lines Added(const Lines& now, const Lines& before) {
+  Lines added;
   std::set_difference(now.begin(), now.end(), before.begin(), before.end(),
                       std::inserter(added, added.end()));
   return added;
@@ -116,33 +119,33 @@ class RegistrationTest : public ServerTest {
 };
 
 TEST_F(RegistrationTest, ForTheMachineAndForOneUserLeavesNothingBehind) {
-  const std::set<std::wstring> machine = ClassesOf(HKEY_LOCAL_MACHINE);
-  const std::set<std::wstring> user = ClassesOf(HKEY_CURRENT_USER);
+  const Lines machine = ClassesOf(HKEY_LOCAL_MACHINE);
+  const Lines user = ClassesOf(HKEY_CURRENT_USER);
   for (int round = 0; round < 2; ++round) {  // registering twice changes nothing more
     ASSERT_EQ(Machine("DllRegisterServer"), S_OK);
   }
   ExpectUsable();
   ExpectMarshalled();
-  std::set<std::wstring> of_machine = Added(ClassesOf(HKEY_LOCAL_MACHINE), machine);
+  Lines of_machine = Added(ClassesOf(HKEY_LOCAL_MACHINE, machine), machine);
   EXPECT_GT(of_machine.size(), AllClasses().size() * 10);
-  EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER), user);
+  EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER, user), user);
   for (int round = 0; round < 2; ++round) ASSERT_EQ(Machine("DllUnregisterServer"), S_OK);
-  EXPECT_EQ(ClassesOf(HKEY_LOCAL_MACHINE), machine);
+  EXPECT_EQ(ClassesOf(HKEY_LOCAL_MACHINE, machine), machine);
 
   // For one user: the same entries in the user's own place. (Wine does not look for classes there,
   // so they cannot be made by name here.)
   EXPECT_EQ(Install(true, L"somebody"), E_INVALIDARG);
   ASSERT_EQ(Install(true, L"User"), S_OK);
-  std::set<std::wstring> of_user = Added(ClassesOf(HKEY_CURRENT_USER), user);
+  Lines of_user = Added(ClassesOf(HKEY_CURRENT_USER, user), user);
   for (const wchar_t* key : {L"\\clsid", L"\\interface", L"\\typelib"}) {
     of_user.erase(key);
     of_machine.erase(key);
   }
-  EXPECT_EQ(Added(of_user, of_machine), std::set<std::wstring>());
-  EXPECT_EQ(Added(of_machine, of_user), std::set<std::wstring>());
-  EXPECT_EQ(ClassesOf(HKEY_LOCAL_MACHINE), machine);
+  EXPECT_EQ(Added(of_user, of_machine), Lines());
+  EXPECT_EQ(Added(of_machine, of_user), Lines());
+  EXPECT_EQ(ClassesOf(HKEY_LOCAL_MACHINE, machine), machine);
   ASSERT_EQ(Install(false, L"user"), S_OK);
-  EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER), user);
+  EXPECT_EQ(ClassesOf(HKEY_CURRENT_USER, user), user);
 }
 
 }  // namespace
