@@ -110,6 +110,9 @@ class Call {
   Call(const MemberType& member, DISPPARAMS& given) : member_(member), given_(given) {
     from_.fill(kNotGiven);
   }
+  ~Call() {
+    for (size_t i = 0; i < member_.parameters.size(); ++i) VariantClear(&values_[i]);
+  }
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
@@ -179,7 +182,7 @@ class Call {
       actual = *given;  // the caller's own place
       return S_OK;
     }
-    VARIANT& value = values_[i].get();
+    VARIANT& value = values_[i];
     HRESULT result = S_OK;
     if (!given || IsMissing(*given)) {
       if (!parameter.optional) return given ? DISP_E_PARAMNOTOPTIONAL : DISP_E_BADPARAMCOUNT;
@@ -214,14 +217,13 @@ class Call {
   /// Hands back what the member changed.
   void WriteBack() {
     for (size_t i = 0; i < member_.parameters.size(); ++i) {
-      VARIANT& value = values_[i].get();
+      VARIANT& value = values_[i];
       if (!back_[i] || value.llVal == before_[i]) continue;
       VARIANT& target = const_cast<VARIANT&>(Dereferenced(*back_[i]));
       if (target.vt & VT_BYREF) {
         Check(StoreByReference(target, value));
       } else {
-        VARIANT old = std::exchange(target, values_[i].Detach());
-        VariantClear(&old);
+        std::swap(target, value);
       }
     }
   }
@@ -229,7 +231,7 @@ class Call {
   const MemberType& member_;
   DISPPARAMS& given_;
   std::array<int, kMostParameters> from_;
-  std::array<Variant, kMostParameters> values_;
+  std::array<VARIANT, kMostParameters> values_{};  // empty where an argument is the caller's own
   std::array<VARIANT, kMostParameters> actual_{};
   std::array<VARTYPE, kMostParameters> types_{};
   std::array<VARIANT*, kMostParameters> back_{};
