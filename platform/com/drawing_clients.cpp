@@ -86,32 +86,43 @@ class CellClient final : public Client<Cell, Kind::kCell> {
 /// cell that somebody holds, and an index holds its shapes for as long as the document is open.
 class KnownCells {
  public:
-  static KnownCells& OfThread() {
-    thread_local KnownCells known;
-    return known;
-  }
   /// Null when it was not asked for.
-  CellRef Find(const void* shape, std::u16string_view name) const {
-    const auto [first, last] = cells_.equal_range(shape);
+  static CellRef Find(const void* shape, std::u16string_view name) {
+    if (!of_thread) return nullptr;
+    const auto [first, last] = of_thread->equal_range(shape);
     for (auto at = first; at != last; ++at) {
       if (EqualNoCase(at->second.name, name)) return at->second.cell;
     }
     return nullptr;
   }
-  void Add(const void* shape, std::u16string_view name, const CellRef& cell) {
-    cells_.emplace(shape, Known{std::u16string(name), cell});
+  static void Add(const void* shape, std::u16string_view name, const CellRef& cell) {
+    if (!of_thread) {
+      ForgetAtEntry(ForgetAll);
+      of_thread = new Cells;
+    }
+    of_thread->emplace(shape, Known{std::u16string(name), cell});
   }
-  void Forget(const void* shape) noexcept { cells_.erase(shape); }
+  static void Forget(const void* shape) noexcept {
+    // One by one, each out of the table before it ends: see ForgetAll.
+    while (of_thread) {
+      const auto at = of_thread->find(shape);
+      if (at == of_thread->end()) return;
+      const auto gone = of_thread->extract(at);
+    }
+  }
 
  private:
   struct Known {
     std::u16string name;
     CellRef cell;
   };
-  KnownCells() {
-    ForgetAtEntry([]() noexcept { OfThread().cells_.clear(); });
+  using Cells = std::unordered_multimap<const void*, Known>;
+  static void ForgetAll() noexcept {
+    // Taken away first: letting go of an object of another process may let calls in.
+    delete std::exchange(of_thread, nullptr);
   }
-  std::unordered_multimap<const void*, Known> cells_;
+  // Made at need and ended at the next entry; see moment.cpp.
+  static inline thread_local Cells* of_thread = nullptr;
 };
 
 ShapeRef WrapShape(Ref<IDispatch> object, const SurroundingsRef& surroundings = nullptr);
@@ -176,7 +187,7 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
   ShapeClient(Ref<IDispatch> object, SurroundingsHint surroundings = {})
       : Client(std::move(object)), surroundings_(std::move(surroundings)) {}
   ~ShapeClient() override {
-    if (knows_cells_) KnownCells::OfThread().Forget(this);
+    if (knows_cells_) KnownCells::Forget(this);
   }
   bool IsOne() { return late_.Answers(Member::kCellsU); }
 
@@ -230,10 +241,9 @@ class ShapeClient final : public Client<Shape, Kind::kShape> {
     return late_.Flag(Member::kCellExistsU, name, local_only ? kLocalOnly : kInheritedToo);
   }
   CellRef Cells(std::u16string_view name) override {
-    KnownCells& known = KnownCells::OfThread();
-    if (CellRef cell = known.Find(this, name)) return cell;
+    if (CellRef cell = KnownCells::Find(this, name)) return cell;
     CellRef cell = WrapCell(late_.Object(Member::kCellsU, name));
-    known.Add(this, name, cell);
+    KnownCells::Add(this, name, cell);
     knows_cells_ = true;
     return cell;
   }
@@ -462,7 +472,13 @@ DocumentRef PageClient::Document() {
 }
 
 ShapeRef WrapShape(Ref<IDispatch> object, const SurroundingsRef& surroundings) {
-  return WrapOrNothing<ShapeClient>(std::move(object), surroundings);
+  if (!object) return nullptr;
+  IDispatch* const foreign = object.get();
+  const ObjectRef known = KnownWrapper(foreign);
+  if (auto* shape = dynamic_cast<ShapeClient*>(known.get())) return ShapeRef::Share(shape);
+  auto shape = MakeRef<ShapeClient>(std::move(object), surroundings);
+  KnowWrapper(foreign, shape);
+  return shape;
 }
 
 PageRef WrapPage(Ref<IDispatch> object) { return WrapOrNothing<PageClient>(std::move(object)); }

@@ -5,6 +5,11 @@
 
 namespace ohmwise::com {
 
+/// The wrapper of a foreign object that was made since the last entry, so that what it remembers
+/// serves again; null otherwise.
+ObjectRef KnownWrapper(IDispatch* foreign);
+void KnowWrapper(IDispatch* foreign, const ObjectRef& wrapper);
+
 /// A foreign object of which nothing is known but that its members have names.
 class ForeignObject final : public Client<Object, Kind::kOther> {
  public:

@@ -23,7 +23,7 @@ struct LibraryCall {
 };
 
 /// Registers a function that lets go of foreign objects which were only remembered; run at every
-/// entry of this thread.
+/// entry of this thread. There is room for a few; one that is registered already is not run twice.
 void ForgetAtEntry(void (*forget)() noexcept);
 
 /// How long something may be remembered.

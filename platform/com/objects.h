@@ -17,7 +17,7 @@ class Foreign {
   ~Foreign() = default;
 };
 
-/// A new wrapper of a foreign object, late-bound by name; Nothing for null.
+/// A wrapper of a foreign object, late-bound by name; Nothing for null.
 ObjectRef WrapForeign(IDispatch* foreign);
 
 /// Typed views of objects that come in. Null gives Nothing; raise 13 for an object that cannot be

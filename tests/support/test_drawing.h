@@ -92,8 +92,8 @@ class DrawingTest : public ::testing::Test {
   void SetUp() override { objects_at_start_ = LiveObjectCount(); }
   void TearDown() override {
     drawing_.reset();
-    EXPECT_EQ(LiveObjectCount(), objects_at_start_);
     EXPECT_EQ(Door::Current().LiveForeignObjects(), 0);
+    EXPECT_EQ(LiveObjectCount(), objects_at_start_);
   }
   TestDrawing& Open(const std::vector<PageSpec>& pages,
                     const std::vector<std::u16string>& masters = {}) {

@@ -86,6 +86,35 @@ TEST_F(BorderCallsTest, AScanThatWritesAsksAgainOnlyForWhatMayHaveChanged) {
   EXPECT_EQ(drawing_->Index(u"colRefShape")->Count(), kShapes);
 }
 
+TEST_F(BorderCallsTest, ShapesOfOtherTypesAreAskedForLess) {
+  const struct {
+    const char* what;
+    int32_t type;
+    double most;
+  } kRows[] = {{"none", 0, 3.1},
+               {"net", 106, 12.1},
+               {"terminal", 113, 6.1},
+               {"zone", 123, 6.1},
+               {"label", 125, 8.1},
+               // Kept in a collection of the document: every comparison reads it there.
+               {"title block", 102, 90}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.what);
+    PageSpec page{u"1", {}};
+    for (int32_t n = 1; n <= kShapes; ++n) {
+      ShapeSpec shape;
+      shape.name = u"Sheet." + DecimalText(n);
+      shape.type = row.type;
+      shape.text = u"K" + DecimalText(n * 1999 % 5003);
+      if (row.type == 106) shape.cells = {{u"Scratch.B1", u"\"" + shape.text + u"\""}};
+      page.shapes.push_back(std::move(shape));
+    }
+    Open({page});
+    EXPECT_LE(Scan(row.what), row.most);
+    EXPECT_LE(lookups_, 100);
+  }
+}
+
 }  // namespace
 
 }  // namespace ohmwise::testing

@@ -4,6 +4,7 @@
 
 #include "platform/com/collection_client.h"
 #include "platform/com/drawing_clients.h"
+#include "platform/com/moment.h"
 #include "platform/com/objects.h"
 #include "platform/error.h"
 #include "tests/com/clients/loopback/loopback.h"
@@ -32,6 +33,7 @@ class LateBindingTest : public ::testing::Test {
  protected:
   void SetUp() override { objects_at_start_ = LiveObjectCount(); }
   void TearDown() override {
+    com::NoteEntry();  // what is remembered is let go
     EXPECT_EQ(LiveObjectCount(), objects_at_start_);
     EXPECT_EQ(Recorder::live, 0);
     EXPECT_EQ(testing::loopback::LiveObjects(), 0);

@@ -6,6 +6,7 @@
 
 #include "catalogue/clsLDB.h"
 #include "platform/com/com_host.h"
+#include "platform/com/moment.h"
 #include "platform/com/objects.h"
 #include "platform/error.h"
 #include "tests/com/clients/recorder.h"
@@ -31,6 +32,7 @@ class ServicesTest : public ::testing::Test {
  protected:
   void SetUp() override { objects_at_start_ = LiveObjectCount(); }
   void TearDown() override {
+    com::NoteEntry();  // what is remembered is let go
     EXPECT_EQ(LiveObjectCount(), objects_at_start_);
     EXPECT_EQ(Recorder::live, 0);
   }

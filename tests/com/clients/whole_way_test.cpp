@@ -2,6 +2,8 @@
 // calls that program and its collections.
 #include <chrono>
 #include <iostream>
+#include <optional>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -29,19 +31,21 @@ class WholeWayTest : public DrawingTest {
  protected:
   void SetUp() override {
     DrawingTest::SetUp();
-    index_ = server_.Make(L"clsLCrossRef");
+    index_ = server_->Make(L"clsLCrossRef");
     ASSERT_TRUE(index_);
   }
   void TearDown() override {
     index_ = nullptr;
     DrawingTest::TearDown();
-    EXPECT_TRUE(server_.CanUnload()) << "objects are alive at the end of the test";
+    EXPECT_TRUE(server_->CanUnload()) << "objects are alive at the end of the test";
+    server_.reset();
+    EXPECT_FALSE(GetModuleHandleW(L"Ohmwise6.dll")) << "the DLL stays in memory";
   }
   com::Outcome Scan(std::u16string_view page) {
     return com::Call(index_.get(), L"ScanPage", {Value(drawing_->Page(page)), Value(u"")});
   }
 
-  com::Server server_;
+  std::optional<com::Server> server_{std::in_place};
   Ref<IDispatch> index_;
 };
 
