@@ -113,7 +113,14 @@ TEST(UnloadTest, TheServerComesAndGoes) {
         }
         CoUninitialize();
       }).join();
-      EXPECT_EQ(Call(server.Make(L"clsLMisc").get(), L"GetMidText", {u"1K2"}).Text(), u"K");
+      {
+        // An object that is not the library's, with all that is remembered of such objects.
+        const Ref<IDispatch> texts = server.Make(L"clsLMisc"), foreign = server.Make(L"clsLSort");
+        EXPECT_NE(Invoke(texts.get(), L"CompIDStr", DISPATCH_PROPERTYGET, {ByValue(foreign.get())})
+                      .number,
+                  0);
+        EXPECT_EQ(Call(texts.get(), L"GetMidText", {u"1K2"}).Text(), u"K");
+      }
       EXPECT_TRUE(server.CanUnload());
     }
     EXPECT_EQ(GetModuleHandleW(name.c_str()), nullptr)
