@@ -32,6 +32,7 @@ class DatabaseCallsTest : public ::testing::Test {
   DatabaseCallsTest() { scope_.emplace(host_); }
   ~DatabaseCallsTest() override {
     scope_.reset();
+    testing::RecordingDatabase::let_go();
     EXPECT_EQ(LiveObjectCount(), live_);
   }
 

@@ -18,6 +18,12 @@ class RecordingDatabase final : public Host, public Database {
  public:
   using Row = std::vector<std::pair<std::u16string, Value>>;
 
+  /// What the classes are given in place of the database itself: clients that call it. Null for
+  /// none.
+  static inline Database& (*between)(Database& database) = nullptr;
+  /// Lets go of what such clients remember; a test counts objects afterwards.
+  static inline void (*let_go)() = [] {};
+
   std::map<std::u16string, std::vector<Row>> answers;  ///< by statement; others have no rows
   std::optional<std::u16string> refused;               ///< opening this fails
   NumberFormat numbers;
@@ -25,7 +31,7 @@ class RecordingDatabase final : public Host, public Database {
 
   std::vector<std::u16string> TakeLog() { return std::exchange(log, {}); }
 
-  Database& database() override { return *this; }
+  Database& database() override { return between ? between(*this) : *this; }
   NumberFormat number_format() override { return numbers; }
   std::u16string LibraryFolder() override { return u"library/"; }
   void ShowMessageBox(std::u16string_view text, std::u16string_view title,
