@@ -82,25 +82,20 @@ std::string FileText(std::string_view utf8) {
 class Writer {
  public:
   Writer(const SheetModel& sheet, const std::string& path)
-      : sheet_(sheet), layout_(sheet.layout), workbook_(workbook_new(path.c_str())) {
+      : sheet_(sheet),
+        layout_(sheet.layout),
+        workbook_(workbook_new(path.c_str()), lxw_workbook_free) {
     if (!workbook_) Raise(Err::kOutOfMemory);
     const std::string name = FileText(ToUtf8(layout_.name));
-    page_ = workbook_add_worksheet(workbook_, name.empty() ? nullptr : name.c_str());
+    page_ = workbook_add_worksheet(workbook_.get(), name.empty() ? nullptr : name.c_str());
     if (!page_) Raise(Err::kHost, u"\"" + layout_.name + u"\" cannot be the name of a worksheet.");
   }
-  ~Writer() {
-    if (workbook_) lxw_workbook_free(workbook_);
-  }
-  Writer(const Writer&) = delete;
-  Writer& operator=(const Writer&) = delete;
 
   void Write() {
     WriteColumns();
     WriteRows();
     WriteLook();
-    lxw_workbook* const workbook = workbook_;
-    workbook_ = nullptr;  // closing frees it, whatever comes of it
-    Check(workbook_close(workbook));
+    Check(workbook_close(workbook_.release()));  // frees it, whatever comes of it
   }
 
  private:
@@ -140,7 +135,7 @@ class Writer {
     if (key == std::tuple(CellFormat(), std::string(), false, false, false)) return nullptr;
     lxw_format*& format = formats_[key];
     if (format) return format;
-    format = workbook_add_format(workbook_);
+    format = workbook_add_format(workbook_.get());
     if (!format) Raise(Err::kOutOfMemory);
     if (style.format.bold) format_set_bold(format);
     if (style.format.color != 0) format_set_font_color(format, Rgb(style.format.color));
@@ -311,7 +306,7 @@ class Writer {
 
   const SheetModel& sheet_;
   const SheetLayout& layout_;
-  lxw_workbook* workbook_;
+  std::unique_ptr<lxw_workbook, decltype(&lxw_workbook_free)> workbook_;
   lxw_worksheet* page_ = nullptr;
   std::map<std::tuple<CellFormat, std::string, bool, bool, bool>, lxw_format*> formats_;
   std::vector<Made> last_made_;  ///< by column
