@@ -16,6 +16,7 @@
 #include "cli/output.h"
 #include "cli/stencil.h"
 #include "platform/conversion.h"
+#include "platform/embedded/database/open_session.h"
 #include "platform/error.h"
 #include "platform/text.h"
 #include "settings/clsLSettings.h"
@@ -144,6 +145,7 @@ Value Parsed(const SettingsOptions& options) {
     }
     case Type::kFile: {
       if (options.value.empty()) return Value(u"");
+      if (embedded::IsPostgresUrl(FromUtf8(options.value))) return Value(FromUtf8(options.value));
       std::error_code error;
       const std::filesystem::path path = std::filesystem::absolute(options.value, error);
       if (error || !std::filesystem::exists(path, error) ||
@@ -175,6 +177,10 @@ Row Read(const Option& option, clsLSettings& settings, const DocumentRef& docume
   if (option.place == Place::kFound && row.value.ToText() != u"False") row.from = option.key;
   if (option.place == Place::kStored) {
     const Value stored = settings.RegRead(option.key, Value());
+    // The options themselves know files only; the commands open what is stored.
+    if (option.type == Type::kFile && stored.IsText() && embedded::IsPostgresUrl(stored.ToText())) {
+      row.value = stored;
+    }
     // A stored catalogue that is gone does not count.
     if (stored.IsText() && (option.type != Type::kFile || stored.ToText() == row.value.ToText())) {
       row.from = CurrentHost().settings_store().Location();
@@ -324,6 +330,7 @@ void AddSettingsCommand(CLI::App& app, Action& action) {
       "Reading writes no file. Writing a setting of the grid saves the drawing in one step.\n\n"
       "Examples:\n"
       "  ohmwise settings AutoPropagate False\n"
+      "  ohmwise settings CompDB postgresql://planner@server/parts\n"
       "  ohmwise settings LocationB '60 mm' --drawing motor-starter.vsdx\n");
   command->callback([options, value, &action] {
     options->has_value = value->count() > 0;

@@ -96,6 +96,10 @@ TEST_F(SettingsCommandTest, KeepsWhatIsWritten) {
                 catalogue + "\n");
   std::filesystem::remove(catalogue);
   EXPECT_EQ(One("CompDB"), Json({kDataFolder + "Ohmwise6.mdb", "default"}));
+  for (const std::string server : {"postgresql://ann@localhost:5433/parts", "postgres:///parts"}) {
+    EXPECT_EQ(Read({"CompDB", server})["value"], server);
+    EXPECT_EQ(One("CompDB"), Json({server, OptionsFile()}));
+  }
 }
 
 TEST_F(SettingsCommandTest, KeepsTheGridInTheDrawing) {
