@@ -156,6 +156,20 @@ std::vector<std::u16string> NamesIn(std::u16string_view cell) {
   return names;
 }
 
+const char16_t* WhatItIsNot(ColumnKind kind) {
+  switch (kind) {
+    case ColumnKind::kPrice:
+      return u"no price, or can be read in two ways";
+    case ColumnKind::kBoolean:
+      return u"neither yes nor no";
+    case ColumnKind::kNumber:
+      return u"no whole number";
+    case ColumnKind::kText:
+      break;
+  }
+  return u"no text";
+}
+
 std::u16string Quoted(std::u16string_view text) { return u"\"" + std::u16string(text) + u"\""; }
 
 class Planner {
@@ -288,9 +302,8 @@ class Planner {
     if (text.empty() && table_.columns[column].name == u"LayShape") return;
     std::optional<std::u16string> stored = StoredForm(table_.columns[column], text);
     if (!stored) {
-      const bool price = table_.columns[column].kind == ColumnKind::kPrice;
       throw Refusal{Quoted(text) + u" in column " + std::u16string(table_.columns[column].name) +
-                    (price ? u" is no price, or can be read in two ways" : u" does not fit")};
+                    u" is " + WhatItIsNot(table_.columns[column].kind)};
     }
     if (*stored == value) return;
     planned.changes.push_back({column, std::exchange(value, std::move(*stored))});

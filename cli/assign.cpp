@@ -31,6 +31,28 @@ struct Target {
   ShapeRef shape;
 };
 
+/// People know components by their references: where the shapes of one are, "" for none.
+std::u16string ShapesOfReference(AddIn& add_in, std::u16string_view reference) {
+  constexpr int32_t kMost = 6;
+  add_in.ScanDocument();
+  const CollectionRef references = add_in.Member(u"colRefShape");
+  std::u16string places;
+  for (int32_t position = 1; position <= references->Count(); ++position) {
+    const CollectionRef shapes = ToCollection(references->Item(position));
+    const int32_t count = shapes->Count();
+    for (int32_t i = 1; i <= count; ++i) {
+      const ShapeRef shape = ToShape(shapes->Item(i));
+      if (!shape->CellExists(u"User.Ref", false)) break;
+      if (!EqualNoCase(shape->Cells(u"User.Ref")->ResultText(), reference)) break;
+      const PageRef page = shape->ContainingPage();
+      if (!places.empty()) places += u", ";
+      if (i > kMost) return places + u"…";
+      places += u"\"" + shape->Name() + u"\"" + (page ? u" on \"" + page->Name() + u"\"" : u"");
+    }
+  }
+  return places;
+}
+
 /// The shape on the page, or on the one page that has it.
 Target FindTarget(AddIn& add_in, const std::string& page, const std::string& name) {
   const std::u16string wanted = FromUtf8(name);
@@ -49,7 +71,11 @@ Target FindTarget(AddIn& add_in, const std::string& page, const std::string& nam
     }
   }
   if (found.empty()) {
-    Raise(Err::kHost, u"There is no shape \"" + wanted + u"\" on any page of the drawing.");
+    const std::u16string meant = ShapesOfReference(add_in, wanted);
+    Raise(Err::kHost,
+          u"There is no shape \"" + wanted + u"\" on any page of the drawing" +
+              (meant.empty() ? u"."
+                             : u"; the reference " + wanted + u" has the shapes " + meant + u"."));
   }
   if (found.size() > 1) {
     Raise(Err::kHost, u"There is a shape \"" + wanted + u"\" on page \"" + found[0].page +
@@ -78,12 +104,7 @@ void CopyInto(const ShapeRef& shape, const Article& component, int32_t category)
 }
 
 int32_t CategoryOf(clsLDB& db, const AssignOptions& options, int32_t component) {
-  if (!options.category.empty()) {
-    const std::optional<int32_t> category = catalogue::FindCategory(db, FromUtf8(options.category));
-    if (category) return *category;
-    Raise(Err::kProvider,
-          u"There is no category \"" + FromUtf8(options.category) + u"\" in the catalogue.");
-  }
+  if (!options.category.empty()) return RequireCategory(db, options.category);
   const RecordsetRef links = db.GetOrgByCompID(component);
   const int32_t category = links->EndOfFile() ? 0 : links->Field(u"CatID").ToInt32();
   links->Close();
@@ -91,7 +112,7 @@ int32_t CategoryOf(clsLDB& db, const AssignOptions& options, int32_t component) 
 }
 
 void Run(const AssignOptions& options) {
-  AddIn add_in(options.drawing, AddIn::Boxes::kShow);
+  AddIn add_in(options.drawing, AddIn::Boxes::kCollect);
   clsLDB db;
   db.OpenDB(CatalogueLocation(options.catalogue));
   const std::optional<Article> component =

@@ -68,10 +68,12 @@ Article CatalogueSession::Find(const ArticleTable& table, int32_t key) {
   return std::move(*article);
 }
 
-int32_t CatalogueSession::FindCategory(const std::string& name) {
-  const std::optional<int32_t> key = catalogue::FindCategory(db_, FromUtf8(name));
+int32_t RequireCategory(clsLDB& db, const std::string& name) {
+  const std::optional<int32_t> key = catalogue::FindCategory(db, FromUtf8(name));
   if (key) return *key;
-  Raise(Err::kProvider, u"There is no category \"" + FromUtf8(name) + u"\" in the catalogue.");
+  Raise(Err::kProvider, u"There is no category \"" + FromUtf8(name) +
+                            u"\" in the catalogue; \"ohmwise catalogue category list\" shows "
+                            u"those there are, \"category add\" makes one.");
 }
 
 CatalogueTransaction::CatalogueTransaction(clsLDB& db) : connection_(db.connection()) {

@@ -37,8 +37,6 @@ class CatalogueSession {
   const std::u16string& location() const { return location_; }
   /// The article with the key. Raises a provider's error that says what is missing.
   catalogue::Article Find(const catalogue::ArticleTable& table, int32_t key);
-  /// Key of a category. Raises likewise.
-  int32_t FindCategory(const std::string& name);
 
  private:
   embedded::EmbeddedHost host_;
@@ -46,6 +44,9 @@ class CatalogueSession {
   std::u16string location_;
   clsLDB db_;
 };
+
+/// Key of a category. Raises a provider's error that says what there is to do.
+int32_t RequireCategory(clsLDB& db, const std::string& name);
 
 /// What is written during its life happens wholly or, without `Commit`, not at all.
 class CatalogueTransaction {

@@ -72,7 +72,7 @@ void Add(const CategoryOptions& options) {
 void Rename(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
-  const int32_t key = session.FindCategory(options.name);
+  const int32_t key = RequireCategory(session.db(), options.name);
   if (!EqualNoCase(FromUtf8(options.name), FromUtf8(options.new_name))) {
     RefuseTaken(session.db(), options.new_name);
   }
@@ -90,7 +90,7 @@ void Rename(const CategoryOptions& options) {
 void Delete(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
-  const int32_t key = session.FindCategory(options.name);
+  const int32_t key = RequireCategory(session.db(), options.name);
   session.db().DeleteOrgByCatID(key);
   session.db().DeleteCatByID(key);
   transaction.Commit();
@@ -101,7 +101,7 @@ void Assign(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
   session.Find(kComponents, options.component);
-  const int32_t key = session.FindCategory(options.name);
+  const int32_t key = RequireCategory(session.db(), options.name);
   const RecordsetRef link = session.db().GetOrg(options.component, key);
   const bool is_new = link->EndOfFile();
   link->Close();
@@ -116,7 +116,7 @@ void Unassign(const CategoryOptions& options) {
   CatalogueSession session(options);
   CatalogueTransaction transaction(session.db());
   session.Find(kComponents, options.component);
-  const int32_t key = session.FindCategory(options.name);
+  const int32_t key = RequireCategory(session.db(), options.name);
   session.db().DeleteOrg(options.component, key);
   transaction.Commit();
   Report(options, key,

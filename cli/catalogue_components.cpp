@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/catalogue.h"
@@ -27,7 +28,7 @@ struct ComponentOptions : CatalogueOptions {
 
 template <class CategoriesOf>
 void PrintFound(const ComponentOptions& options, const std::vector<Article>& articles,
-                const CategoriesOf& categories_of) {
+                const CategoriesOf& categories_of, const char* more = ".") {
   if (options.json) {
     JsonWriter json;
     json.BeginObject().Key(u"components").BeginArray();
@@ -42,7 +43,7 @@ void PrintFound(const ComponentOptions& options, const std::vector<Article>& art
   }
   const Printer printer;
   if (!articles.empty()) PrintArticles(printer, kComponents, articles);
-  printer.Line((articles.empty() ? "" : "\n") + Counted(articles.size(), "component") + ".");
+  printer.Line((articles.empty() ? "" : "\n") + Counted(articles.size(), "component") + more);
 }
 
 void List(const ComponentOptions& options) {
@@ -53,7 +54,7 @@ void List(const ComponentOptions& options) {
     order = column ? std::u16string(kComponents.columns[*column].name) : u"CompID";
   }
   std::optional<int32_t> category;
-  if (!options.category.empty()) category = session.FindCategory(options.category);
+  if (!options.category.empty()) category = RequireCategory(session.db(), options.category);
   std::optional<Categories> categories;
   if (category || options.json) categories.emplace(session.db());
   std::vector<Article> articles = catalogue::ReadArticles(session.db(), kComponents, order);
@@ -84,8 +85,10 @@ void Search(const ComponentOptions& options) {
     std::optional<Article> article = catalogue::FindArticle(session.db(), kComponents, key);
     if (article) articles.push_back(std::move(*article));
   }
-  PrintFound(options, articles,
-             [&](int32_t key) { return catalogue::CategoriesOf(session.db(), key); });
+  const bool may_be_more = std::cmp_equal(keys.size(), options.limit);
+  PrintFound(
+      options, articles, [&](int32_t key) { return catalogue::CategoriesOf(session.db(), key); },
+      may_be_more ? "; there may be more, --limit tells how many to show." : ".");
 }
 
 void ShowOne(const ComponentOptions& options, CatalogueSession& session, const Article& article,
@@ -115,7 +118,8 @@ void Add(const ComponentOptions& options) {
   options.arguments.Apply(article);
   CatalogueTransaction transaction(session.db());
   std::vector<int32_t> keys;
-  for (const std::string& name : options.categories) keys.push_back(session.FindCategory(name));
+  for (const std::string& name : options.categories)
+    keys.push_back(RequireCategory(session.db(), name));
   const int32_t key = catalogue::AddArticle(session.db(), kComponents, article);
   for (const int32_t category : keys) session.db().AddOrg(key, category);
   transaction.Commit();

@@ -55,6 +55,10 @@ bool IsDatabase(const std::string& path) {
 bool Named(const std::u16string& cell) { return !TrimSpaces(cell).empty(); }
 
 std::vector<Source> SourcesInTables(const std::string& path, std::vector<TextTable> tables) {
+  if (std::all_of(tables.begin(), tables.end(),
+                  [](const TextTable& table) { return table.rows.empty(); })) {
+    Raise(Err::kHost, FromUtf8("\"" + path + "\" is empty."));
+  }
   std::vector<Source> sources;
   for (TextTable& table : tables) {
     // Titles stand in the first line that has more than one cell: some files have a heading.
@@ -184,6 +188,14 @@ const char* Word(Outcome outcome) {
 std::string What(const ImportPlan& plan, const PlannedRow& row) {
   if (row.outcome == Outcome::kRefused) return Shown(row.reason);
   std::string what;
+  // Of a new article, what tells it from others.
+  for (const std::u16string_view name : {u"Brand", u"Model", u"Order", u"Price"}) {
+    const size_t column = *catalogue::ColumnAt(*plan.table, name);
+    const std::u16string& value = row.article.values[column];
+    if (row.outcome != Outcome::kAdd) break;
+    if (value == catalogue::StoredForm(plan.table->columns[column], u"")) continue;
+    what += (what.empty() ? "" : "; ") + ToUtf8(name) + " " + Shown(value);
+  }
   for (const PlannedRow::FieldChange& change : row.changes) {
     what += (what.empty() ? "" : "; ") + Shown(plan.table->columns[change.column].name) + " " +
             Shown(change.from) + " -> " + Shown(row.article.values[change.column]);
@@ -203,13 +215,16 @@ std::string Totals(const std::vector<ImportPlan>& plans, bool done) {
   return text + ".";
 }
 
-/// Lines that are not as they were; a list that nobody would read to its end is cut.
-void PrintPlan(const Printer& printer, const std::vector<Source>& sources,
+/// Lines that are not as they were; a list that nobody would read to its end is cut. Says whether
+/// there was something to tell.
+bool PrintPlan(const Printer& printer, const std::vector<Source>& sources,
                const std::vector<ImportPlan>& plans, bool only_refused) {
   constexpr size_t kMost = 1000;
+  bool told = false;
   for (size_t i = 0; i < plans.size(); ++i) {
     for (const std::u16string& title : sources[i].header.ignored) {
       printer.Line("Column \"" + Shown(title) + "\" is not taken over.");
+      told = true;
     }
     std::vector<std::vector<std::string>> rows;
     size_t left = 0;
@@ -227,11 +242,13 @@ void PrintPlan(const Printer& printer, const std::vector<Source>& sources,
                       What(plans[i], row)});
     }
     if (rows.empty()) continue;
+    told = true;
     printer.Heading(plans[i].table == &kComponents ? "Components" : "Cables");
     printer.Table({"Line", "Outcome", ToUtf8(plans[i].table->key), "Name", "What"}, rows);
     if (left > 0)
       printer.Line("  … and " + Counted(left, "more line") + "; --json lists them all.");
   }
+  return told;
 }
 
 void PrintJson(const std::vector<Source>& sources, const std::vector<ImportPlan>& plans,
@@ -282,8 +299,8 @@ void Import(const ImportOptions& options) {
     PrintJson(sources, plans, write);
   } else {
     const Printer printer;
-    PrintPlan(printer, sources, plans, !options.dry_run);
-    printer.Line((write ? "" : "\n") + Totals(plans, write));
+    const bool told = PrintPlan(printer, sources, plans, !options.dry_run);
+    printer.Line((told ? "\n" : "") + Totals(plans, write));
   }
   if (refused > 0) {
     Raise(Err::kInvalidCall,

@@ -232,7 +232,7 @@ void AddReportCommand(CLI::App& app, Action& action) {
   command
       ->add_option("--catalogue", options->catalogue,
                    "Catalogue that knows the parts by number (bom)")
-      ->type_name("FILE");
+      ->type_name("PATH|URL");
   command->add_flag("--save", options->save,
                     "Also write into the drawings what the report brings into step: groups\n"
                     "numbered without gaps, texts and references in agreement");

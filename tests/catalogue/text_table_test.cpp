@@ -129,6 +129,7 @@ TEST_F(TextTableFileTest, RefusesWhatIsNoTableInOneSentence) {
       {"text.xlsx", MakeZip(Book(R"(<row><c t="s"><v>9</v></c></row>)")), "not there"},
       {"xml.xlsx", MakeZip(Book("<row>")), "xml.xlsx"},
       {"quote.csv", "a,\"b", "Line 1"},
+      {"program.xlsx", std::string("Name,b\0\n", 8), "no text file"},
   };
   for (const auto& row : rows) {
     const std::string path = Write(row.name, row.bytes);
@@ -140,6 +141,11 @@ TEST_F(TextTableFileTest, RefusesWhatIsNoTableInOneSentence) {
       EXPECT_NE(std::string(error.what()).find(row.name), std::string::npos) << error.what();
     }
   }
+}
+
+TEST_F(TextTableFileTest, ATitleMayBeginLikeAWorkbook) {
+  EXPECT_EQ(Shown(ReadTextTables(Write("keys.csv", "PK,Name\n")).at(0)),
+            (std::vector<Text>{u"1: PK|Name"}));
 }
 
 TEST_F(TextTableFileTest, ReadsWhatTheReportsWrite) {

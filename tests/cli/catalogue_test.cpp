@@ -120,6 +120,8 @@ TEST_F(CatalogueCommandTest, SaysWhatIsWrong) {
       {{"import", folder_.Path("gone.csv")}, 1, "gone.csv"},
       {{"import", Write("odd.csv", "a,b\n1,2\n")}, 1, "line of titles"},
       {{"import", folder_.drawing()}, 1, "no workbook"},
+      {{"import", Write("nothing.csv", "")}, 1, "is empty"},
+      {{"import", Write("cores.csv", "Name,Cores\na,three\n"), "--dry-run"}, 1, "cannot be taken"},
   };
   for (const auto& row : rows) {
     const ProgramResult result = Catalogue(row.arguments);
@@ -206,6 +208,7 @@ TEST_F(CatalogueCommandTest, AssignCopiesAComponentIntoShapes) {
     Names arguments;
     std::string sentence;
   } refused[] = {{{"Nobody", "--component", key}, "no shape \"Nobody\""},
+                 {{"k2", "--component", key}, "\"Coil.66\" on \"Control"},
                  {{"Motor", "--component", "9999"}, "no component 9999"},
                  {{"Motor", "Nobody", "--component", key}, "no shape \"Nobody\""}};
   for (const auto& row : refused) {

@@ -2,6 +2,7 @@
 
 #include <libpq-fe.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -64,13 +65,20 @@ std::u16string PublicName(std::u16string_view url) {
   return std::u16string(url);
 }
 
-// A message of the library in one line, without the stop at its end.
+// A message of the library in one line, each of its lines a sentence.
 std::u16string Sentence(const char* message) {
-  std::u16string sentence = ReplaceAll(FromUtf8(message), u"\n", u" ");
-  while (!sentence.empty() && (sentence.back() == u' ' || sentence.back() == u'.')) {
-    sentence.pop_back();
+  std::u16string sentences;
+  const std::u16string text = ReplaceAll(FromUtf8(message), u"\t", u" ");
+  for (size_t begin = 0; begin < text.size();) {
+    const size_t end = std::min(text.find(u'\n', begin), text.size());
+    const std::u16string_view line =
+        TrimSpaces(std::u16string_view(text).substr(begin, end - begin));
+    begin = end + 1;
+    if (line.empty()) continue;
+    sentences.append(sentences.empty() ? u"" : u" ").append(line);
+    if (!line.ends_with(u'.') && !line.ends_with(u'?')) sentences += u'.';
   }
-  return sentence;
+  return sentences;
 }
 
 std::string ParameterText(const Value& value) {
@@ -173,8 +181,7 @@ PostgresSession::PostgresSession(std::u16string_view url, std::chrono::milliseco
   if (PQstatus(connection_.get()) != CONNECTION_OK) {
     // What the library says about a URL that it cannot read repeats the URL, password and all.
     Raise(Err::kProvider, u"The database \"" + name_ + u"\" cannot be reached: " +
-                              ReplaceAll(Sentence(PQerrorMessage(connection_.get())), url, name_) +
-                              u".");
+                              ReplaceAll(Sentence(PQerrorMessage(connection_.get())), url, name_));
   }
   PQsetNoticeProcessor(
       connection_.get(), [](void*, const char*) {}, nullptr);
@@ -201,7 +208,7 @@ void PostgresSession::Fail(const pg_result* result) const {
   const char* primary = result ? PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
   const bool connected = PQstatus(connection_.get()) == CONNECTION_OK;
   raise((connected ? u"refuses: " : u"cannot be reached: ") +
-        Sentence(primary ? primary : PQerrorMessage(connection_.get())) + u".");
+        Sentence(primary ? primary : PQerrorMessage(connection_.get())));
   Raise(Err::kProvider);
 }
 

@@ -28,6 +28,9 @@ std::u16string Decoded(std::string_view bytes) {
   if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
     Raise(Err::kHost, u"The table is written in UTF-16; save it as \"CSV UTF-8\" instead.");
   }
+  if (bytes.find('\0') != bytes.npos) {
+    Raise(Err::kHost, u"This is no text file; a table is a .csv or an .xlsx file.");
+  }
   if (bytes.starts_with(kMark)) return FromUtf8(bytes.substr(kMark.size()));
   if (IsUtf8(bytes)) return FromUtf8(bytes);
   std::u16string text;

@@ -25,7 +25,7 @@ std::vector<TextTable> ReadTextTables(const std::string& path);
 /// Separated values (RFC 4180): UTF-8 with or without a mark at its beginning, else code page 1252;
 /// the separator is that of ";", "," and tab which the first line has most of, or the one that a
 /// first line "sep=;" names. Lines may end in any way. Raises a host error with the line for a
-/// quote that is not closed or is followed by something.
+/// quote that is not closed or is followed by something, and for bytes that are no text.
 TextTable ParseSeparatedValues(std::string_view bytes);
 
 /// The same in writing: UTF-8 with a mark, which spreadsheet programs go by, "," and CRLF.

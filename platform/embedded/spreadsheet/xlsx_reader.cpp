@@ -158,7 +158,7 @@ std::vector<TextTable> ReadXlsx(const std::string& path) { return Workbook(path)
 
 std::vector<TextTable> ReadTextTables(const std::string& path) {
   std::string bytes = ReadWholeFile(path, kFileLimit);
-  if (bytes.starts_with("PK")) {
+  if (bytes.starts_with("PK\x03\x04") || bytes.starts_with("PK\x05\x06")) {
     bytes.clear();
     bytes.shrink_to_fit();
     return ReadXlsx(path);
