@@ -8,6 +8,7 @@
 
 #include "catalogue/article_import.h"
 #include "cli/catalogue.h"
+#include "cli/interrupt.h"
 #include "platform/conversion.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/spreadsheet/text_table.h"
@@ -356,6 +357,7 @@ void WriteWorkbook(const TextTable& text, const ArticleTable& table, const std::
     }
     sheet.WriteRow({line, 1, line, columns}, values);
   }
+  Interrupt::Check();
   const embedded::Area titles{1, 1, 1, columns};
   sheet.SetFormat(titles, embedded::FormatRule::What::kBold, 1);
   for (size_t i = 0; i < table.columns.size(); ++i) {
@@ -366,16 +368,29 @@ void WriteWorkbook(const TextTable& text, const ArticleTable& table, const std::
   embedded::WriteXlsx(sheet, path);
 }
 
-void Export(const ExportOptions& options) {
+/// Returns how many articles it wrote.
+size_t WriteArticles(const ExportOptions& options, const ArticleTable& table) {
   CatalogueSession session(options);
-  const ArticleTable& table = options.cables ? kCables : kComponents;
   const TextTable text = TableOf(session.db(), table);
+  Interrupt::Check();
   if (EndsWith(options.file, u".xlsx")) {
     WriteWorkbook(text, table, options.file);
   } else {
     embedded::ReplaceFile(options.file, embedded::WriteSeparatedValues(text));
   }
-  const size_t count = text.rows.size() - 1;
+  return text.rows.size() - 1;
+}
+
+void Export(const ExportOptions& options) {
+  const ArticleTable& table = options.cables ? kCables : kComponents;
+  const Interrupt interrupt;  // what is half written is not left behind
+  size_t count = 0;
+  try {
+    count = WriteArticles(options, table);
+  } catch (const Interrupted&) {
+    std::cerr << "ohmwise: interrupted; no file was written.\n";
+    Interrupt::Die();
+  }
   if (options.json) {
     JsonWriter json;
     json.BeginObject().Key(u"file").Text(FromUtf8(options.file));

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/catalogue.h"
+#include "cli/interrupt.h"
 #include "platform/embedded/database/catalogue_file.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -28,6 +29,7 @@ void RequireStarter() {
 
 void Run(const InitOptions& options) {
   if (!options.empty) RequireStarter();
+  const Interrupt interrupt;  // a catalogue that is begun gets its articles
   embedded::CreateCatalogue(FromUtf8(options.location));
   CatalogueSession session(options);
   const size_t added = options.empty ? 0 : ImportStarter(session);
