@@ -280,10 +280,13 @@ void ListCables(AddIn& add_in, const Emit& emit) {
       const std::u16string key(TrimSpaces(misc.GetCoreKey(arrange, core)));
       std::u16string wire_name = key.starts_with(u'{') ? std::u16string() : key;
       std::pair<std::u16string, std::u16string> ends;
-      const auto wire = key.empty() ? wires.end() : wires.find(FoldCase(key));
-      if (wire != wires.end()) {
-        wire_name = CellOrEmpty(wire->second, u"Scratch.B1");
-        ends = Ends(wire->second);
+      const auto known = wires.find(FoldCase(key));
+      const ShapeRef wire = key.empty()            ? ShapeRef()
+                            : known != wires.end() ? known->second
+                                                   : shapeutil::ShapeOfKey(key, add_in.document());
+      if (wire) {
+        wire_name = CellOrEmpty(wire, u"Scratch.B1");
+        ends = Ends(wire);
       }
       emit({name, type, DecimalText(core + 1),
             core <= INT16_MAX ? misc.GetCoreName(core_names, static_cast<int16_t>(core))

@@ -105,9 +105,9 @@ std::optional<PageKey> PageKeyOf(std::u16string_view key, const DocumentRef& doc
   return std::nullopt;
 }
 
-/// The shape that a core's key names: "page!shape", the unique ID of a shape on any page, or the
-/// name of a net in the index (its first shape). Nothing when it names none.
-ShapeRef ShapeOfKey(std::u16string_view key, const DocumentRef& document) {
+}  // namespace
+
+ShapeRef shapeutil::ShapeOfKey(std::u16string_view key, const DocumentRef& document) {
   key = TrimSpaces(key);
   if (key.empty()) return nullptr;
   if (const auto at_page = PageKeyOf(key, document)) {
@@ -128,6 +128,8 @@ ShapeRef ShapeOfKey(std::u16string_view key, const DocumentRef& document) {
     return ToShape(ToCollection(nets->Item(key))->Item(int32_t{1}));
   });
 }
+
+namespace {
 
 void AddMissingRow(Shape& shape, std::u16string_view cell, std::u16string_view row) {
   if (!HasCell(shape, cell)) shape.AddNamedRow(section::kProp, row, row_tag::kDefault);
@@ -300,7 +302,7 @@ ShapeRef clsLMisc::GetNextWire(const ShapeRef& shpActive) {
     const std::u16string& arrange = own.empty() ? first : own;
     const int32_t count = GetCoreCount(arrange);
     for (int32_t core = CoreOf(*this, arrange, shape) + 1; core < count; ++core) {
-      ShapeRef wire = ShapeOfKey(GetCoreKey(arrange, core), document);
+      ShapeRef wire = shapeutil::ShapeOfKey(GetCoreKey(arrange, core), document);
       if (wire && !Same(wire, shpActive)) return wire;
     }
     return ShapeRef();

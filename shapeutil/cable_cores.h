@@ -24,4 +24,8 @@ ShapeRef CableSheet(const DocumentRef& document);
 void ForEachCable(const DocumentRef& document,
                   const std::function<void(std::u16string_view row, const CellRef& prompt)>& call);
 
+/// The shape that a core's key names: "page!shape", the unique ID of a shape on any page, or the
+/// name of a net in the index (its first shape). Nothing when it names none.
+ShapeRef ShapeOfKey(std::u16string_view key, const DocumentRef& document);
+
 }  // namespace ohmwise::shapeutil

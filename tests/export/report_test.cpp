@@ -50,6 +50,30 @@ void Dress(const std::string& path, const std::vector<CellText>& cells) {
   file->Save(path);
 }
 
+/// Gives a drawing the sheet of its cables, with one cable: row, cable text, arrange text.
+void AddCable(const std::string& path, std::u16string_view row, std::u16string_view cable,
+              std::u16string_view arrange) {
+  const auto file = embedded::DrawingFile::Open(path);
+  embedded::DocumentModel& model = file->model();
+  auto master = std::make_unique<embedded::MasterModel>();
+  master->id = 1000;
+  master->name = master->name_u = model.arena.Keep("CableProp");
+  master->unique_id = model.arena.Keep("{6F0B3A10-0000-4000-8000-000000001000}");
+  master->added = true;
+  master->sheet.kind = embedded::SheetKind::kMasterPage;
+  master->contents.master = master.get();
+  master->contents.loaded = master->contents.changed = true;
+  model.masters.push_back(std::move(master));
+  embedded::Drawing drawing(model);
+  const DocumentRef document = drawing.document();
+  const ShapeRef sheet = document->MasterAt(document->MasterCount())->PageSheet();
+  sheet->AddNamedRow(section::kUser, row, row_tag::kDefault);
+  const std::u16string name = u"User." + std::u16string(row);
+  sheet->Cells(name)->SetFormula(u"\"" + std::u16string(cable) + u"\"");
+  sheet->Cells(name + u".Prompt")->SetFormula(u"\"" + std::u16string(arrange) + u"\"");
+  file->Save(path);
+}
+
 /// A catalogue with one contactor; its number.
 std::u16string MakeCatalogue(const std::string& path) {
   embedded::CreateCatalogue(FromUtf8(path));
@@ -169,6 +193,39 @@ TEST_F(ReportTest, ListsOfTheSample) {
   EXPECT_EQ(pages["rows"].size(), 4u);
   EXPECT_EQ(RowWith(pages, "page", "Signals")["title"], "Signals");
   EXPECT_EQ(RowWith(pages, "page", "Inputs and terminals")["group"], 2);
+}
+
+TEST_F(ReportTest, CablesTellTheWireAtEveryCore) {
+  const std::u16string unique_id = [&] {
+    const auto file = embedded::DrawingFile::Open(drawing());
+    embedded::Drawing opened(file->model());
+    std::u16string id = opened.FindShape(kPower, u"Wire.60")->UniqueID();
+    file->Save(drawing());
+    return id;
+  }();
+  AddCable(drawing(), u"W2", u"Motor cable|Maker|MC|6|1,2,,PE , 5,6,7|2.5",
+           u"7|" + unique_id + u"|Power circuit!Wire.61||gone");
+  const Json report = RunJson({"cables", drawing()});
+  const struct {
+    const char *core_name, *wire, *from, *to;
+  } cores[] = {{"1", "7", "F1:2", "X1:4"}, {"2", "8", "F1:4", "X1:5"}, {"", "9", "F1:6", "X1:6"},
+               {"PE", "", "", ""},         {"5", "gone", "", ""},      {"6", "", "", ""},
+               {"7", "", "", ""}};
+  ASSERT_EQ(report["rows"].size(), 2 + std::size(cores)) << report;
+  EXPECT_EQ(report["rows"][0]["cable"], "W1");
+  EXPECT_FALSE(report["rows"][0].contains("core")) << "drawn, without cores";
+  for (size_t i = 0; i < std::size(cores); ++i) {
+    const Json& row = report["rows"][1 + i];
+    EXPECT_EQ(row["cable"], "W2") << "once, though it is drawn too";
+    EXPECT_EQ(row["type"], "Motor cable");
+    EXPECT_EQ(row["core"], i + 1);
+    EXPECT_EQ(row["coreName"], cores[i].core_name) << row;
+    EXPECT_EQ(row["wire"], cores[i].wire) << row;
+    EXPECT_EQ(row["from"], cores[i].from) << row;
+    EXPECT_EQ(row["to"], cores[i].to) << row;
+  }
+  EXPECT_EQ(report["rows"][2]["key"], ToUtf8(unique_id));
+  EXPECT_EQ(report["rows"][3]["key"], "Power circuit!Wire.61");
 }
 
 TEST_F(ReportTest, WorkbookIsReadyToPrint) {
