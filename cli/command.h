@@ -23,6 +23,12 @@ struct CommonOptions {
   std::string Finish(AddIn& add_in) const;
 };
 
+/// Thrown to end the command with an exit code of its own; a sentence goes to standard error.
+struct Exit {
+  int code = 0;
+  std::string sentence;
+};
+
 /// The parsed sub-command leaves here what is to be done.
 using Action = std::function<void()>;
 
@@ -36,5 +42,6 @@ void AddReportCommand(CLI::App& app, Action& action);
 void AddSettingsCommand(CLI::App& app, Action& action);
 void AddCatalogueCommand(CLI::App& app, Action& action);
 void AddAssignCommand(CLI::App& app, Action& action);
+void AddDiffCommand(CLI::App& app, Action& action);
 
 }  // namespace ohmwise::cli

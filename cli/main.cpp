@@ -18,7 +18,7 @@ int Fail(const std::string& sentence) {
 int Run(int argc, char** argv) {
   CLI::App app{
       "Cross-reference index of electrical drawings, without the drawing program.\n"
-      "\nExit codes: 0 done, 1 failure, 2 wrong usage."};
+      "\nExit codes: 0 done, 1 failure, 2 wrong usage; diff has its own."};
   app.name("ohmwise");
   app.set_version_flag("--version", "ohmwise " OHMWISE_VERSION);
   app.require_subcommand(1, 1);
@@ -36,6 +36,7 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddSettingsCommand(app, action);
   ohmwise::cli::AddCatalogueCommand(app, action);
   ohmwise::cli::AddAssignCommand(app, action);
+  ohmwise::cli::AddDiffCommand(app, action);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -51,6 +52,9 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
+  } catch (const ohmwise::cli::Exit& exit) {
+    if (!exit.sentence.empty()) Fail(exit.sentence);
+    return exit.code;
   } catch (const std::bad_alloc&) {
     return Fail("there is not enough memory.");
   } catch (const std::exception& error) {

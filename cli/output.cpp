@@ -68,6 +68,12 @@ std::string Printer::Styled(Style style, std::string_view text) const {
     case Style::kWarning:
       code = "\x1b[33m";
       break;
+    case Style::kAdded:
+      code = "\x1b[32m";
+      break;
+    case Style::kRemoved:
+      code = "\x1b[31m";
+      break;
     case Style::kPlain:
       break;
   }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "cli/report.h"
+#include "cli/wire_ends.h"
 #include "crossref/clsTBlockObj.h"
 #include "platform/conversion.h"
 #include "platform/error.h"
@@ -58,12 +59,7 @@ std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> c
 
 namespace {
 
-constexpr int32_t kNetType = 106;
-constexpr int32_t kJunctionType = 107;
-constexpr int32_t kTerminalType = 113;
-constexpr int32_t kOtherTerminalType = 114;
 constexpr int32_t kCableType = 1004;
-constexpr int16_t kPinListColumn = 5;
 
 using Kind = ReportColumn::Kind;
 using Row = std::vector<std::u16string>;
@@ -110,60 +106,6 @@ std::u16string Location(const ShapeRef& shape) {
   }
 }
 
-template <class Call>
-void ForEachConnect(const CollectionRef& connects, const Call& call) {
-  const int32_t count = connects ? connects->Count() : 0;
-  for (int32_t position = 1; position <= count; ++position) {
-    if (auto* const connect = dynamic_cast<Connect*>(connects->Item(position).AsObject().get())) {
-      call(*connect);
-    }
-  }
-}
-
-/// Name of the pin at a connection point ("Connections.X2"); "" without one.
-std::u16string PinName(const ShapeRef& shape, std::u16string_view cell) {
-  constexpr std::u16string_view kPrefix = u"Connections.X";
-  if (!EqualNoCase(cell.substr(0, kPrefix.size()), kPrefix)) return {};
-  try {
-    const auto row = static_cast<int16_t>(TextToInt16(cell.substr(kPrefix.size())) - 1);
-    if (!shape->CellsSRCExists(section::kConnectionPoints, row, kPinListColumn, false)) return {};
-    std::u16string pins =
-        shape->CellsSRC(section::kConnectionPoints, row, kPinListColumn)->ResultText();
-    const std::u16string pin = SharedMisc().GetPin(pins, SharedMisc().PinSet(shape));
-    return pin == u"?" ? std::u16string() : pin;
-  } catch (const AutomationError&) {
-    return {};
-  }
-}
-
-/// What a wire's end is glued to, as people say it: "K1:A1", the text of a terminal.
-std::u16string EndName(Connect& connect) {
-  const ShapeRef glued = connect.ToSheet();
-  if (!glued) return {};
-  for (ShapeRef owner = glued; owner; owner = owner->ParentShape()) {
-    const int32_t type = SharedMisc().TypeNo(owner);
-    if (type == kTerminalType || type == kOtherTerminalType) return owner->Text();
-    if (type == kJunctionType || type == kNetType) return u"(junction)";
-    const std::u16string reference = CellOrEmpty(owner, u"User.Ref");
-    if (reference.empty()) continue;
-    const std::u16string pin = PinName(glued, connect.ToCell());
-    return pin.empty() ? reference : reference + u":" + pin;
-  }
-  return glued->Name();
-}
-
-/// Both ends of a wire: what the drawing keeps about them, else what they are glued to.
-std::pair<std::u16string, std::u16string> Ends(const ShapeRef& wire) {
-  std::pair<std::u16string, std::u16string> ends(CellOrEmpty(wire, u"User.Begin"),
-                                                 CellOrEmpty(wire, u"User.End"));
-  ForEachConnect(wire->Connects(), [&](Connect& connect) {
-    const std::u16string from = connect.FromCell();
-    if (from.starts_with(u"Begin") && ends.first.empty()) ends.first = EndName(connect);
-    if (from.starts_with(u"End") && ends.second.empty()) ends.second = EndName(connect);
-  });
-  return ends;
-}
-
 // One function for each kind: the rows of one drawing
 // ----------------------------------------------
 
@@ -196,7 +138,7 @@ void ListWires(AddIn& add_in, const Emit& emit) {
   for (const PageRef& page : add_in.ForegroundPages()) {
     const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
     for (const ShapeRef& wire : InTextOrder(ShapesOf(nets))) {
-      const auto [begin, end] = Ends(wire);
+      const auto [begin, end] = ShownEnds(wire);
       emit({CellOrEmpty(wire, u"Scratch.B1"), begin, end, PageNumber(page), page->Name(),
             Location(wire), wire->Name()});
     }
@@ -213,14 +155,12 @@ void ListTerminals(AddIn& add_in, const Emit& emit) {
     const std::u16string text = terminal->Text();
     const size_t colon = text.rfind(u':');
     std::vector<std::u16string> wires;
-    ForEachConnect(terminal->FromConnects(), [&](Connect& connect) {
-      const ShapeRef wire = connect.FromSheet();
-      if (!wire || SharedMisc().TypeNo(wire) != kNetType) return;
+    for (const ShapeRef& wire : WiresAt(terminal)) {
       std::u16string name = CellOrEmpty(wire, u"Scratch.B1");
       if (std::find(wires.begin(), wires.end(), name) == wires.end()) {
         wires.push_back(std::move(name));
       }
-    });
+    }
     const PageRef page = terminal->ContainingPage();
     emit({colon == text.npos ? std::u16string() : text.substr(0, colon),
           colon == text.npos ? text : text.substr(colon + 1),
@@ -286,7 +226,7 @@ void ListCables(AddIn& add_in, const Emit& emit) {
                                                    : shapeutil::ShapeOfKey(key, add_in.document());
       if (wire) {
         wire_name = CellOrEmpty(wire, u"Scratch.B1");
-        ends = Ends(wire);
+        ends = ShownEnds(wire);
       }
       emit({name, type, DecimalText(core + 1),
             core <= INT16_MAX ? misc.GetCoreName(core_names, static_cast<int16_t>(core))
