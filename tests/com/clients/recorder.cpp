@@ -104,8 +104,8 @@ HRESULT Recorder::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parame
   if (FAILED(member.failure)) {
     if (exception) {
       *exception = member.exception;
-      if (member.exception.bstrDescription) {
-        exception->bstrDescription = SysAllocString(member.exception.bstrDescription);
+      for (BSTR EXCEPINFO::*const text : {&EXCEPINFO::bstrSource, &EXCEPINFO::bstrDescription}) {
+        if (member.exception.*text) exception->*text = SysAllocString(member.exception.*text);
       }
     }
     return member.failure;
