@@ -18,34 +18,35 @@ constexpr int32_t kStartStep = 88;
 constexpr int32_t kWorkbookStep = 89;
 constexpr int32_t kSheetStep = 90;
 constexpr int32_t kWritingStep = 91;
+constexpr size_t kMostFields = 26;
 
 /// The fields of a row text; an empty text is one empty field. A carriage return parts fields as a
 /// bar does: callers have always been able to hand it in.
 std::vector<Value> Fields(std::u16string_view data) {
+  constexpr std::u16string_view kSigns = u"|\r\\";
   const NumberFormat format = CurrentHost().number_format();
   std::vector<Value> fields;
+  fields.reserve(kMostFields);
   std::u16string field;
-  const auto end_field = [&] {
+  for (;;) {
+    const size_t plain = std::min(data.find_first_of(kSigns), data.size());
+    field += data.substr(0, plain);
+    data.remove_prefix(plain);
+    if (data.starts_with(u'\\')) {
+      const bool is_bar = data.size() > 1 && (data[1] == u'|' || data[1] == u'\r');
+      field += is_bar ? u'|' : u'\\';
+      data.remove_prefix(is_bar ? 2 : 1);
+      continue;
+    }
     if (IsNumericText(field, format)) {
       fields.emplace_back(LeadingNumber(field));
     } else {
-      fields.emplace_back(std::u16string_view(field));
+      fields.emplace_back(std::move(field));
     }
     field.clear();
-  };
-  const auto parts = [](char16_t unit) { return unit == u'|' || unit == u'\r'; };
-  for (size_t i = 0; i < data.size(); ++i) {
-    if (data[i] == u'\\' && i + 1 < data.size() && parts(data[i + 1])) {
-      field += u'|';
-      ++i;
-    } else if (parts(data[i])) {
-      end_field();
-    } else {
-      field += data[i];
-    }
+    if (data.empty()) return fields;
+    data.remove_prefix(1);
   }
-  end_field();
-  return fields;
 }
 
 /// A box can be shown even where the texts are out of reach.
@@ -97,7 +98,7 @@ void clsLExport::RowWrite(int32_t lngRow, std::u16string_view strData) {
   Guarded([&] {
     const std::vector<Value> fields = Fields(strData);
     // One letter for the last column; behind Z comes "[", which no address knows.
-    const auto last_column = static_cast<char16_t>(u'@' + std::min<size_t>(fields.size(), 27));
+    const auto last_column = static_cast<char16_t>(u'@' + std::min(fields.size(), kMostFields + 1));
     const std::u16string row = DecimalText(lngRow);
     sheet_->Range(u"A" + row + u":" + last_column + row)->SetValues(fields);
     last_row_ = lngRow;

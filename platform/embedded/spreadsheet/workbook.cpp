@@ -1,6 +1,7 @@
 #include "platform/embedded/spreadsheet/workbook.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "platform/embedded/spreadsheet/text_width.h"
@@ -58,6 +59,32 @@ CellFormat FormatSweep::Of(const std::vector<const FormatRule*>& rules, int32_t 
   return format;
 }
 
+size_t TextPool::SlotOf(std::string_view text, size_t hash) const {
+  size_t slot = hash & (slots_.size() - 1);
+  while (slots_[slot] != kFree && (hashes_[slots_[slot]] != hash || texts_[slots_[slot]] != text)) {
+    slot = (slot + 1) & (slots_.size() - 1);
+  }
+  return slot;
+}
+
+void TextPool::Grow() {
+  slots_.assign(std::max<size_t>(2 * slots_.size(), 1024), kFree);
+  for (uint32_t number = 0; number < texts_.size(); ++number) {
+    slots_[SlotOf(texts_[number], hashes_[number])] = number;
+  }
+}
+
+uint32_t TextPool::NumberOf(std::string_view text) {
+  if (2 * (texts_.size() + 1) > slots_.size()) Grow();
+  const size_t hash = std::hash<std::string_view>()(text);
+  uint32_t& slot = slots_[SlotOf(text, hash)];
+  if (slot != kFree) return slot;
+  slot = static_cast<uint32_t>(texts_.size());
+  texts_.emplace_back(text);
+  hashes_.push_back(hash);
+  return slot;
+}
+
 SheetModel::Content SheetModel::ContentOf(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::kEmpty:
@@ -79,13 +106,7 @@ SheetModel::Content SheetModel::ContentOf(const Value& value) {
   if (text.size() > kLongestText) {
     Raise(Err::kHost, u"A cell of a worksheet holds at most 32767 characters.");
   }
-  std::string utf8 = ToUtf8(text);
-  if (const auto known = text_numbers_.find(utf8); known != text_numbers_.end()) {
-    return known->second;
-  }
-  const auto number = static_cast<uint32_t>(texts_.size());
-  text_numbers_.emplace(texts_.emplace_back(std::move(utf8)), number);
-  return number;
+  return texts_.NumberOf(ToUtf8(text));
 }
 
 SheetModel::Content& SheetModel::Cell(int32_t row, int32_t column) {

@@ -6,7 +6,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -59,6 +58,22 @@ struct SheetLayout {
   std::map<int32_t, std::string> number_formats;  ///< by column
 };
 
+/// Texts by number, each kept once.
+class TextPool {
+ public:
+  uint32_t NumberOf(std::string_view text);
+  const std::string& operator[](uint32_t number) const { return texts_[number]; }
+
+ private:
+  void Grow();
+  size_t SlotOf(std::string_view text, size_t hash) const;
+
+  static constexpr uint32_t kFree = UINT32_MAX;
+  std::deque<std::string> texts_;
+  std::vector<size_t> hashes_;   ///< by number
+  std::vector<uint32_t> slots_;  ///< numbers where their hashes say, else in the next free slot
+};
+
 /// A worksheet in memory: values, formats, widths, what is hidden and what is selected.
 class SheetModel {
  public:
@@ -109,8 +124,7 @@ class SheetModel {
   Content& Cell(int32_t row, int32_t column);
 
   std::map<int32_t, std::vector<Content>> rows_;
-  std::deque<std::string> texts_;
-  std::unordered_map<std::string_view, uint32_t> text_numbers_;  ///< into `texts_`
+  TextPool texts_;
   std::vector<FormatRule> rules_;
   std::vector<Hiding> hidings_;
   std::map<int32_t, int32_t> widths_;
