@@ -42,6 +42,7 @@ void AddReportCommand(CLI::App& app, Action& action);
 void AddSettingsCommand(CLI::App& app, Action& action);
 void AddCatalogueCommand(CLI::App& app, Action& action);
 void AddAssignCommand(CLI::App& app, Action& action);
+void AddCheckCommand(CLI::App& app, Action& action);
 void AddDiffCommand(CLI::App& app, Action& action);
 
 }  // namespace ohmwise::cli

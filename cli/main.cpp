@@ -18,7 +18,7 @@ int Fail(const std::string& sentence) {
 int Run(int argc, char** argv) {
   CLI::App app{
       "Cross-reference index of electrical drawings, without the drawing program.\n"
-      "\nExit codes: 0 done, 1 failure, 2 wrong usage; diff has its own."};
+      "\nExit codes: 0 done, 1 failure, 2 wrong usage; diff and check have their own."};
   app.name("ohmwise");
   app.set_version_flag("--version", "ohmwise " OHMWISE_VERSION);
   app.require_subcommand(1, 1);
@@ -36,6 +36,7 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddSettingsCommand(app, action);
   ohmwise::cli::AddCatalogueCommand(app, action);
   ohmwise::cli::AddAssignCommand(app, action);
+  ohmwise::cli::AddCheckCommand(app, action);
   ohmwise::cli::AddDiffCommand(app, action);
   try {
     app.parse(argc, argv);

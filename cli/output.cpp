@@ -71,6 +71,7 @@ std::string Printer::Styled(Style style, std::string_view text) const {
     case Style::kAdded:
       code = "\x1b[32m";
       break;
+    case Style::kError:
     case Style::kRemoved:
       code = "\x1b[31m";
       break;

@@ -6,7 +6,7 @@
 
 namespace ohmwise::cli {
 
-enum class Style { kPlain, kHeading, kFaint, kStrong, kWarning, kAdded, kRemoved };
+enum class Style { kPlain, kHeading, kFaint, kStrong, kWarning, kError, kAdded, kRemoved };
 
 /// Text for a person on standard output. Coloured when a terminal shows it and NO_COLOR is unset.
 class Printer {
