@@ -57,7 +57,8 @@ wine_packages=(wine wine32:i386 wine64 libwine:i386)
 
 # install_wine: 32-bit Wine, which Debian keeps in another architecture. Mirrors whose security index
 # of that architecture lags behind offer different versions of packages that must agree on both, so
-# the second try prefers the main suite. Fails when neither works.
+# the second try prefers the main suite. Fails when neither works; what the machine's own
+# architecture needs is installed then.
 install_wine() {
   local package missing=()
   for package in "${wine_packages[@]}"; do
@@ -94,7 +95,10 @@ END
       "${install[@]}" --allow-downgrades -o "Dir::Etc::Preferences=$folder/preferences" \
         "${missing[@]}" || result=1
   } >"$folder/log" 2>&1 </dev/null
-  [ "$result" -eq 0 ] || tail -n 5 "$folder/log" >&2
+  if [ "$result" -ne 0 ]; then
+    tail -n 1 "$folder/log" >&2
+    "${install[@]}" wine wine64 >>"$folder/log" 2>&1 </dev/null || tail -n 1 "$folder/log" >&2
+  fi
   rm -rf "$folder"
   return "$result"
 }
