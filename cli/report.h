@@ -32,8 +32,13 @@ struct ReportTable {
   std::vector<std::u16string> remarks;
 };
 
+struct Part {
+  Ref<clsLCmpRec> record;
+  double price = 0;             ///< to the cent: the record has no more than seven digits of it
+  std::u16string unread_price;  ///< one that can be read in two ways counts as none
+};
 /// Components of a catalogue by their number.
-using Catalogue = std::map<int32_t, Ref<clsLCmpRec>>;
+using Catalogue = std::map<int32_t, Part>;
 /// Reads a whole catalogue. Raises what opening and reading raise.
 Catalogue ReadCatalogue(std::u16string_view location);
 

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <set>
 #include <utility>
 
 #include "catalogue/clsLDB.h"
+#include "catalogue/price.h"
 #include "cli/output.h"
 #include "cli/report.h"
 #include "lang/clsLLang.h"
@@ -18,21 +20,27 @@ namespace {
 
 constexpr int32_t kGroupText = 166;
 
-/// A price as people and the catalogue write it: "12.50", "12,50", "1.234,50", "€ 12.50". 0 without
-/// a number.
-float PriceOf(std::u16string_view text) {
-  const size_t begin = std::min(text.find_first_of(u"0123456789.,"), text.size());
-  std::u16string number(text.substr(begin));
-  const size_t point = number.rfind(u'.'), comma = number.rfind(u',');
-  if (point != number.npos && comma != number.npos) {
-    // The later one is the decimal sign, the other one parts the thousands.
-    number = ReplaceAll(number, point > comma ? u"," : u".", u"");
-  }
-  try {
-    return static_cast<float>(LeadingNumber(SharedMisc().Locale(Value(number))));
-  } catch (const AutomationError&) {
-    return 0;
-  }
+/// A price as people write it, "12.50", "12,50", "1.234,50 €", the first number of the text. 0
+/// without one; nullopt for one that can be read in two ways ("1,234").
+std::optional<double> PriceOf(std::u16string_view text) {
+  constexpr std::u16string_view kDigits = u"0123456789";
+  size_t begin = text.find_first_of(kDigits);
+  if (begin == text.npos) return 0;
+  const bool is_fraction = text.substr(0, begin).find_first_not_of(u".,") == text.npos;
+  if (is_fraction) begin = 0;
+  text = text.substr(begin);
+  text = text.substr(0, text.find_first_not_of(u"0123456789.,' \u00A0\u202F\u2019"));
+  const auto stored = catalogue::PriceOf(text.substr(0, text.find_last_of(kDigits) + 1));
+  if (!stored) return std::nullopt;
+  return TextToDouble(*stored);
+}
+
+Part Priced(Ref<clsLCmpRec> record, std::u16string_view price) {
+  const std::optional<double> read = PriceOf(price);
+  Part part{std::move(record), read.value_or(0), {}};
+  if (!read) part.unread_price = price;
+  part.record->SetPrice(static_cast<float>(part.price));
+  return part;
 }
 
 /// How many pieces a quantity cell means: one without a number in it.
@@ -49,7 +57,7 @@ std::u16string OneLine(std::u16string_view text) {
   return std::u16string(TrimSpaces(line));
 }
 
-Ref<clsLCmpRec> RecordOfProperties(const ShapeRef& shape) {
+Part PartOfProperties(const ShapeRef& shape) {
   auto record = MakeRef<clsLCmpRec>();
   const auto property = [&](std::u16string_view row) {
     return OneLine(CellOrEmpty(shape, u"Prop." + std::u16string(row)));
@@ -62,8 +70,7 @@ Ref<clsLCmpRec> RecordOfProperties(const ShapeRef& shape) {
   record->SetOrder(property(u"Order"));
   record->SetSupplier(property(u"Supplier"));
   record->SetRemarks(property(u"Remarks"));
-  record->SetPrice(PriceOf(property(u"Price")));
-  return record;
+  return Priced(std::move(record), property(u"Price"));
 }
 
 bool SaysNothing(clsLSortComp& sorter, const Ref<clsLCmpRec>& record) {
@@ -108,8 +115,8 @@ class BillOfMaterials final : public Report {
     sorter_.SetAllowDuplicates(true);
     sorter_.SetDescending(false);
     for (const auto& [identity, line] : lines) {
-      line_of[line.record.get()] = &line;
-      sorter_.Add(line.record);
+      line_of[line.part.record.get()] = &line;
+      sorter_.Add(line.part.record);
     }
     if (std::cmp_not_equal(sorted->Count(), lines.size())) {
       Raise(Err::kOverflow, u"The drawing has more than 32767 different parts.");
@@ -133,12 +140,17 @@ class BillOfMaterials final : public Report {
       table_.remarks.push_back(u"The catalogue has no part " + Joined(all, u", ") +
                                u"; the drawing's own data is shown.");
     }
+    if (!unread_.empty()) {
+      const std::vector<std::u16string> all(unread_.begin(), unread_.end());
+      table_.remarks.push_back(u"Not counted, as they can be read in two ways: the prices " +
+                               Joined(all, u"; ") + u".");
+    }
     return std::move(table_);
   }
 
  private:
   struct Line {
-    Ref<clsLCmpRec> record;
+    Part part;
     std::vector<std::u16string> references;
   };
 
@@ -146,27 +158,30 @@ class BillOfMaterials final : public Report {
   /// what its properties say; "" without any of these.
   void AddComponent(const ShapeRef& shape, std::map<std::u16string, Line>& lines) {
     const std::u16string identity = OneLine(SharedMisc().CompIDStr(shape));
-    Ref<clsLCmpRec> record;
+    Part part;
     std::u16string key;
     if (!identity.empty() && !catalogue_.empty()) {
       const auto known = catalogue_.find(NumberOf(identity));
       if (known != catalogue_.end()) {
-        record = MakeRef<clsLCmpRec>();
-        Copy(*known->second, *record);
+        part = known->second;
+        part.record = MakeRef<clsLCmpRec>();
+        Copy(*known->second.record, *part.record);
       } else if (identity != u"0") {
         unknown_.insert(identity);
       }
     }
-    if (!record) record = RecordOfProperties(shape);
+    if (!part.record) part = PartOfProperties(shape);
     if (!identity.empty() && identity != u"0") {
       key = u"#" + identity;
-    } else if (!SaysNothing(sorter_, record)) {
-      key = u"=" + sorter_.GetDataString(record);
+    } else if (!SaysNothing(sorter_, part.record)) {
+      key = u"=" + sorter_.GetDataString(part.record);
     }
     Line& line = lines[key];
-    if (!line.record) line.record = record;
-    const int64_t quantity = int64_t{line.record->Qty()} + QuantityOf(SharedMisc().QtyStr(shape));
-    line.record->SetQty(CheckedCast<int32_t>(quantity));
+    if (!part.unread_price.empty()) unread_.insert(part.unread_price);
+    if (!line.part.record) line.part = part;
+    const clsLCmpRec& record = *line.part.record;
+    const int64_t quantity = int64_t{record.Qty()} + QuantityOf(SharedMisc().QtyStr(shape));
+    line.part.record->SetQty(CheckedCast<int32_t>(quantity));
     line.references.push_back(ReferenceOf(shape));
   }
 
@@ -204,11 +219,11 @@ class BillOfMaterials final : public Report {
   }
 
   void AddRow(const Line& line, const std::vector<std::u16string>& lead) {
-    const clsLCmpRec& record = *line.record;
+    const clsLCmpRec& record = *line.part.record;
     std::u16string price, total;
-    if (record.Price() != 0) {
-      price = SingleText(record.Price());
-      const double product = TextToDouble(price) * record.Qty();
+    if (line.part.price != 0) {
+      price = DoubleText(line.part.price);
+      const double product = line.part.price * record.Qty();
       total = DoubleText(product);
       total_ += product;
       has_price_ = true;
@@ -228,7 +243,7 @@ class BillOfMaterials final : public Report {
   Catalogue catalogue_;
   ReportTable table_;
   clsLSortComp sorter_;
-  std::set<std::u16string> unknown_;
+  std::set<std::u16string> unknown_, unread_;
   double total_ = 0;
   bool has_price_ = false;
 };
@@ -257,8 +272,8 @@ Catalogue ReadCatalogue(std::u16string_view location) {
     record->SetOrder(FieldText(records, u"Order"));
     record->SetSupplier(FieldText(records, u"Supplier"));
     record->SetRemarks(FieldText(records, u"Remarks"));
-    record->SetPrice(PriceOf(FieldText(records, u"Price")));
-    catalogue.try_emplace(record->CompID(), record);
+    const int32_t key = record->CompID();
+    catalogue.try_emplace(key, Priced(std::move(record), FieldText(records, u"Price")));
   }
   records->Close();
   return catalogue;

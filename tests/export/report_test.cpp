@@ -95,7 +95,7 @@ class ReportTest : public ::testing::Test {
                               {kControl, u"Coil.66", u"Prop.Qty", u"2"},
                               {kControl, u"Coil.95", u"User.Comp", u"999"},
                               {kPower, u"Motor", u"Prop.Order", u"007"},
-                              {kPower, u"Motor", u"Prop.Price", u"1.234,50 €"},
+                              {kPower, u"Motor", u"Prop.Price", u"1.234.567,89 €"},
                               {kPower, u"Motor", u"Prop.Desc", u"says \"A|B\\\""},
                               {kPower, u"Motor", u"Prop.Brand", u"ends in \\"}});
   }
@@ -126,9 +126,11 @@ class ReportTest : public ::testing::Test {
 };
 
 TEST_F(ReportTest, BillGroupsPartsByCatalogueNumber) {
+  Dress(drawing(), {{kPower, u"Motor.94", u"Prop.Price", u"ca. 1,234"}});
   const ProgramResult told =
       Ohmwise({"report", "bom", drawing(), "--catalogue", catalogue(), "-o", "-"});
   EXPECT_NE(told.err.find("The catalogue has no part 999"), std::string::npos) << told.err;
+  EXPECT_NE(told.err.find("the prices ca. 1,234."), std::string::npos) << told.err;
   const Json bill = RunJson({"bom", drawing(), "--catalogue", catalogue()});
   const Json contactor = RowWith(bill, "name", "Contactor 9 A");
   EXPECT_EQ(contactor["quantity"], 3);
@@ -142,10 +144,10 @@ TEST_F(ReportTest, BillGroupsPartsByCatalogueNumber) {
   EXPECT_FALSE(other.contains("unitPrice"));
   // The second motor has the same name but not the same data.
   const Json motor = RowWith(bill, "references", "M1");
-  EXPECT_EQ(motor["unitPrice"], 1234.5);
+  EXPECT_EQ(motor["unitPrice"], 1234567.89) << "more than a Single holds";
   EXPECT_EQ(motor["description"], "says \"A|B\\\"");
   EXPECT_EQ(RowWith(bill, "references", "M2")["name"], "Asynchronous motor");
-  EXPECT_EQ(bill["total"], 1332);
+  EXPECT_EQ(bill["total"], 1234665.39);
   // Every component of the drawing is in exactly one line; those without data come last.
   std::map<std::string, int> lines;
   int quantity = 0;
@@ -235,9 +237,10 @@ TEST_F(ReportTest, WorkbookIsReadyToPrint) {
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(result.out, "Bill of materials: 11 rows in " + path + "\n");
   const std::string sheet = Part(path, "xl/worksheets/sheet1.xml");
-  for (const char* piece : {"<pane ySplit=\"1\" topLeftCell=\"A2\"", "<autoFilter ref=\"A1:L12\"/>",
-                            "paperSize=\"9\"", "orientation=\"landscape\"", "fitToHeight=\"0\"",
-                            "&amp;P / &amp;N", "Bill of materials", "<v>97.5</v>", "<v>1332</v>"}) {
+  for (const char* piece :
+       {"<pane ySplit=\"1\" topLeftCell=\"A2\"", "<autoFilter ref=\"A1:L12\"/>", "paperSize=\"9\"",
+        "orientation=\"landscape\"", "fitToHeight=\"0\"", "&amp;P / &amp;N", "Bill of materials",
+        "<v>97.5</v>", "<v>1234665.39</v>"}) {
     EXPECT_NE(sheet.find(piece), std::string::npos) << piece << "\n" << sheet;
   }
   EXPECT_NE(Part(path, "xl/workbook.xml").find("'Bill of materials'!$1:$1</definedName>"),
@@ -281,7 +284,7 @@ TEST_F(ReportTest, LibreOfficeReadsWhatTheCsvSays) {
   const Names expected = lines(FileBytes(csv).substr(3));
   ASSERT_EQ(FileBytes(csv).substr(0, 3), "\xEF\xBB\xBF");
   ASSERT_EQ(read.size(), expected.size() + 1) << "the last line has the sum";
-  EXPECT_EQ(read.back(), ",,,,,,,,Total,1332,,");
+  EXPECT_EQ(read.back(), ",,,,,,,,Total,1234665.39,,");
   read.pop_back();
   EXPECT_EQ(read, expected);
 }
