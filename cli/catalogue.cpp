@@ -4,6 +4,7 @@
 #include <array>
 
 #include "cli/cell_report.h"
+#include "platform/embedded/database/open_session.h"
 #include "platform/error.h"
 #include "platform/text.h"
 #include "settings/clsLSettings.h"
@@ -49,7 +50,12 @@ void CatalogueOptions::AddTo(CLI::App& command) {
 std::u16string CatalogueLocation(const std::string& given) {
   if (!given.empty()) return FromUtf8(given);
   std::u16string stored = clsLSettings().RegRead(kOption, Value(u"")).ToText();
-  if (!stored.empty()) return stored;
+  if (!stored.empty()) {
+    if (embedded::IsPostgresUrl(stored) || CurrentHost().files().FileExists(stored)) return stored;
+    Raise(Err::kProvider, u"The catalogue of the setting CompDB, \"" + stored +
+                              u"\", does not exist; --catalogue FILE names another, \"ohmwise "
+                              u"settings CompDB FILE\" changes the setting.");
+  }
   std::u16string beside = CurrentHost().LibraryFolder().append(kDefaultFile);
   if (CurrentHost().files().FileExists(beside)) return beside;
   Raise(Err::kFileNotFound,

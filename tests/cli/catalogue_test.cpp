@@ -134,6 +134,9 @@ TEST_F(CatalogueCommandTest, SaysWhatIsWrong) {
   EXPECT_NE(unnamed.err.find("catalogue init"), std::string::npos) << unnamed.err;
   ASSERT_EQ(Run({"settings", "CompDB", parts_}).exit_code, 0);
   EXPECT_EQ(Run({"catalogue", "list"}).exit_code, 0);
+  std::filesystem::remove(parts_);
+  const ProgramResult gone = Run({"catalogue", "list"});
+  EXPECT_NE(gone.err.find("setting CompDB"), std::string::npos) << gone.err;
 }
 
 TEST_F(CatalogueCommandTest, ImportsAllLinesOrNone) {
