@@ -111,6 +111,7 @@ void Print(const Printer& printer, const Outcome& outcome, bool is_first) {
 
 void PrintTotals(const Printer& printer, const Totals& totals) {
   if (totals.drawings == 0) return;
+  if (totals.drawings == 1 && totals.errors + totals.warnings == 0) return;  // said already
   std::string line = Counted(totals.errors, "error") + ", " + Counted(totals.warnings, "warning") +
                      " in " + Counted(totals.pages, "page");
   if (totals.drawings > 1) line += " of " + Counted(totals.drawings, "drawing");

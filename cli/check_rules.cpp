@@ -377,7 +377,7 @@ class Check {
         }
       }
       if (contacts.size() > 1) {
-        message += u" The others are ";
+        message += contacts.size() == 2 ? u" The other is " : u" The others are ";
         for (size_t i = 1; i < contacts.size(); ++i) {
           message += (i > 1 ? u", " : u"") + Place(*contacts[i]);
         }
@@ -483,8 +483,18 @@ class Check {
                  u", too. Give the page a title of its own, or let ohmwise index --save number "
                  u"them.");
     }
+    std::vector<size_t> without;
     for (const size_t page : with_symbols) {
       if (with_block.count(page) > 0 || BackgroundHasBlock(pages_[page].page->ID())) continue;
+      without.push_back(page);
+    }
+    if (without.size() > 1 && without.size() == with_symbols.size()) {
+      ReportPage(kPageWithoutTitleBlock, without.front(),
+                 u"No page of the drawing has a title block. Put one on each, or on their "
+                 u"background page.");
+      return;
+    }
+    for (const size_t page : without) {
       ReportPage(kPageWithoutTitleBlock, page,
                  u"The page has no title block. Put one on it or on its background page.");
     }
