@@ -173,6 +173,7 @@ TEST_F(LateBindingTest, OneObjectBehindTwoPointersIsTheSame) {
   const Ref<Recorder> thing = Recorder::Make(u"Thing", nullptr);
   Facet facet(thing);
   EXPECT_TRUE(Same(com::FromDispatch(thing.get()), com::FromDispatch(&facet)));
+  com::NoteEntry();  // the facet ends here
 }
 
 TEST_F(LateBindingTest, AForeignCollectionKeepsOrderKeysAndNumbers) {
