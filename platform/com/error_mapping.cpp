@@ -37,6 +37,7 @@ std::u16string TextOf(HRESULT result, Err number) {
 
 HRESULT SetThreadError(REFIID iid, Err number, std::u16string_view source,
                        std::u16string_view description) noexcept {
+  SetErrorInfo(0, nullptr);  // what is there belongs to another failure
   Ref<ICreateErrorInfo> info;
   if (SUCCEEDED(CreateErrorInfo(Receive<ICreateErrorInfo>(info)))) {
     try {

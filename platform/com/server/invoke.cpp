@@ -164,10 +164,10 @@ class Call {
     if (FAILED(called)) return called;
     const HRESULT outcome = returned.get().scode;
     returned.get().vt = VT_EMPTY;
-    WriteBack();
     if (SUCCEEDED(outcome) && member_.returns && member_.result.base() != VT_VARIANT) {
       result.get().vt = member_.result.base();
     }
+    WriteBack();
     return outcome;
   }
 

@@ -153,18 +153,23 @@ void Run(AutomationObject& object, std::tuple<Given...> given, std::index_sequen
       arguments{std::get<I>(given)...};
   auto& contract = object.contract<typename Types::Contract>();
   const auto write_back = [&] { (std::get<I>(arguments).WriteBack(), ...); };
-  try {
-    if constexpr (std::is_void_v<Result>) {
-      std::invoke(Member, contract, std::get<I>(arguments).value()...);
-    } else {
-      Store(std::invoke(Member, contract, std::get<I>(arguments).value()...),
-            *std::get<kParameters>(given));
+  const auto run = [&]() -> decltype(auto) {
+    try {
+      return std::invoke(Member, contract, std::get<I>(arguments).value()...);
+    } catch (...) {
+      write_back();
+      throw;
     }
-  } catch (...) {
+  };
+  // The result last: nobody frees it after a failure.
+  if constexpr (std::is_void_v<Result>) {
+    run();
     write_back();
-    throw;
+  } else {
+    Result result = run();
+    write_back();
+    Store(std::move(result), *std::get<kParameters>(given));
   }
-  write_back();
 }
 
 }  // namespace members
