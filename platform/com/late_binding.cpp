@@ -3,11 +3,11 @@
 #include <atomic>
 #include <deque>
 #include <limits>
-#include <mutex>
 
 #include <dispex.h>
 
 #include "platform/com/error_mapping.h"
+#include "platform/com/lock.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -73,7 +73,7 @@ struct SharedTables {
     }
     return nullptr;
   }
-  std::mutex mutex;
+  Lock mutex;
   std::deque<MemberTable> tables;
 };
 

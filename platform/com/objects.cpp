@@ -1,9 +1,9 @@
 #include "platform/com/objects.h"
 
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
+#include "platform/com/lock.h"
 #include "platform/error.h"
 
 namespace ohmwise::com {
@@ -12,7 +12,7 @@ namespace {
 /// Objects and faces find each other by address. Neither is counted: the face holds its object, and
 /// takes both entries away when it ends.
 struct Faces {
-  std::mutex mutex;
+  Lock mutex;
   std::unordered_map<const Object*, IDispatch*> by_object;
   std::unordered_map<IDispatch*, const Object*> by_face;
   std::vector<FaceMaker> makers;

@@ -1,9 +1,9 @@
 #include "platform/com/window_forms.h"
 
 #include <cmath>
-#include <mutex>
 #include <string>
 
+#include "platform/com/lock.h"
 #include "platform/com/own_module.h"
 #include "platform/com/windows.h"
 #include "platform/error.h"
@@ -48,7 +48,7 @@ class WindowClass {
   WindowClass& operator=(const WindowClass&) = delete;
 
  private:
-  static inline std::mutex mutex;
+  static inline Lock mutex;
   static inline int users = 0;
 };
 

@@ -6,6 +6,7 @@
 #include "platform/com/server/class_entry.h"
 #include "platform/com/server/module.h"
 #include "platform/com/server/registration.h"
+#include "platform/com/server/thread_memory.h"
 #include "platform/com/server/type_table.h"
 #include "platform/com/windows.h"
 
@@ -35,6 +36,7 @@ class Factory final : public IClassFactory {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (outer) return CLASS_E_NOAGGREGATION;
+    if (!PrepareThread()) return E_OUTOFMEMORY;
     try {
       return AutomationObject::Create(entry_)->QueryInterface(iid, out);
     } catch (...) {
@@ -54,6 +56,7 @@ class Factory final : public IClassFactory {
 };
 
 HRESULT GetFactory(REFCLSID clsid, REFIID iid, void** out) noexcept {
+  if (!PrepareThread()) return E_OUTOFMEMORY;
   for (const ClassEntry* entry : PublicClasses()) {
     if (*entry->clsid != clsid) continue;
     try {
@@ -67,6 +70,7 @@ HRESULT GetFactory(REFCLSID clsid, REFIID iid, void** out) noexcept {
 
 /// For machine and user alike: after a failure nothing is left behind.
 HRESULT Registered(Registration scope) noexcept {
+  if (!PrepareThread()) return E_OUTOFMEMORY;
   try {
     Register(scope);
     return S_OK;
@@ -85,6 +89,8 @@ extern "C" {
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) {
     ohmwise::com::AddFaceMaker(&ohmwise::com::AutomationObject::MakeFace);
+  } else if (reason == DLL_THREAD_DETACH) {
+    ohmwise::com::ForgetThread();
   }
   return TRUE;
 }

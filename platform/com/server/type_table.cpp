@@ -1,9 +1,9 @@
 #include "platform/com/server/type_table.h"
 
 #include <memory>
-#include <mutex>
 
 #include "platform/com/error_mapping.h"
+#include "platform/com/lock.h"
 #include "platform/com/server/module.h"
 #include "platform/error.h"
 
@@ -71,7 +71,7 @@ std::vector<std::u16string> NamesOf(ITypeInfo* info, DISPID id) {
 }
 
 struct Tables {
-  std::mutex mutex;
+  Lock mutex;
   std::unordered_map<const ClassEntry*, std::unique_ptr<TypeTable>> by_class;
 };
 
