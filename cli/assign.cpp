@@ -114,7 +114,7 @@ int32_t CategoryOf(clsLDB& db, const AssignOptions& options, int32_t component) 
 void Run(const AssignOptions& options) {
   AddIn add_in(options.drawing, AddIn::Boxes::kCollect);
   clsLDB db;
-  db.OpenDB(CatalogueLocation(options.catalogue));
+  OpenCatalogue(db, CatalogueLocation(options.catalogue));
   const std::optional<Article> component =
       catalogue::FindArticle(db, kComponents, options.component);
   if (!component) {

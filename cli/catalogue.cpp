@@ -65,13 +65,25 @@ std::u16string CatalogueLocation(const std::string& given) {
 
 CatalogueSession::CatalogueSession(const CatalogueOptions& options)
     : host_({}), scope_(host_), location_(CatalogueLocation(options.location)) {
-  db_.OpenDB(location_);
+  OpenCatalogue(db_, location_);
 }
 
 Article CatalogueSession::Find(const ArticleTable& table, int32_t key) {
   std::optional<Article> article = catalogue::FindArticle(db_, table, key);
   if (!article) Raise(Err::kProvider, FromUtf8(NotThere(table.noun, key)));
   return std::move(*article);
+}
+
+void OpenCatalogue(clsLDB& db, std::u16string_view location) {
+  // The place becomes an item of a connection string, which ends and is trimmed there.
+  std::u16string item(location);
+  const auto is_edge = [](char16_t c) { return c == u' ' || c == u'"' || c == u'\''; };
+  if (!item.empty() &&
+      (item.find(u';') != item.npos || is_edge(item.front()) || is_edge(item.back()))) {
+    const char16_t quote = item.find(u'"') == item.npos ? u'"' : u'\'';
+    item = quote + item + quote;
+  }
+  db.OpenDB(item);
 }
 
 int32_t RequireCategory(clsLDB& db, const std::string& name) {

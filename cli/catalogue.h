@@ -45,6 +45,9 @@ class CatalogueSession {
   clsLDB db_;
 };
 
+/// Opens a catalogue where it is, whatever signs that has in it. Raises the provider's error.
+void OpenCatalogue(clsLDB& db, std::u16string_view location);
+
 /// Key of a category. Raises a provider's error that says what there is to do.
 int32_t RequireCategory(clsLDB& db, const std::string& name);
 

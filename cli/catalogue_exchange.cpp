@@ -90,7 +90,7 @@ std::vector<Source> SourcesInTables(const std::string& path, std::vector<TextTab
 /// The tables of another catalogue, in the shape of a file with all columns it has.
 std::vector<Source> SourcesInDatabase(const std::string& path) {
   clsLDB other;
-  other.OpenDB(FromUtf8(path));
+  OpenCatalogue(other, FromUtf8(path));
   std::vector<std::u16string> tables;
   const RecordsetRef schema = other.connection()->OpenSchema(kSchemaTables);
   for (; !schema->EndOfFile(); schema->MoveNext()) {

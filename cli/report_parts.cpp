@@ -6,6 +6,7 @@
 
 #include "catalogue/clsLDB.h"
 #include "catalogue/price.h"
+#include "cli/catalogue.h"
 #include "cli/output.h"
 #include "cli/report.h"
 #include "lang/clsLLang.h"
@@ -257,7 +258,7 @@ std::u16string FieldText(const RecordsetRef& records, std::u16string_view name) 
 
 Catalogue ReadCatalogue(std::u16string_view location) {
   clsLDB database;
-  database.OpenDB(location);
+  OpenCatalogue(database, location);
   std::u16string order;
   const RecordsetRef records = database.GetComponents(order);
   Catalogue catalogue;

@@ -139,6 +139,17 @@ TEST_F(CatalogueCommandTest, SaysWhatIsWrong) {
   EXPECT_NE(gone.err.find("setting CompDB"), std::string::npos) << gone.err;
 }
 
+TEST_F(CatalogueCommandTest, FilesMayHaveAnyName) {
+  for (const char* name : {"a;b.mdb", "it's;.mdb", "\"q\";.mdb", "blank.mdb ", "Mode=x.mdb"}) {
+    parts_ = folder_.Path(name);
+    Init(true);
+    EXPECT_EQ(Read({"add", "--name", "x"})["id"], 2) << name;
+  }
+  const ProgramResult result = Run({"catalogue", "init", folder_.Path("none/parts.mdb")});
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_NE(result.err.find("none\" does not exist"), std::string::npos) << result.err;
+}
+
 TEST_F(CatalogueCommandTest, ImportsAllLinesOrNone) {
   Init(true);
   const std::string good =

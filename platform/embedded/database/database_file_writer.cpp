@@ -1,6 +1,7 @@
 #include "platform/embedded/database/database_file_writer.h"
 
 #include <chrono>
+#include <fstream>
 #include <optional>
 #include <random>
 #include <string>
@@ -34,8 +35,20 @@ DatabaseFileWriter::DatabaseFileWriter(const std::filesystem::path& path)
   state_->path = path;
   state_->temporary = path;
   state_->temporary += "." + std::to_string(UniqueNumber()) + ".new";
-  std::error_code ignored;
-  std::filesystem::remove(state_->temporary, ignored);
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::absolute(path, error).parent_path();
+  if (!std::filesystem::is_directory(folder, error)) {
+    Raise(Err::kProvider, u"The database \"" + TextFromPath(path) +
+                              u"\" cannot be made: the folder \"" + TextFromPath(folder) +
+                              u"\" does not exist.");
+  }
+  std::ofstream probe(state_->temporary);
+  if (!probe) {
+    Raise(Err::kProvider, u"The database \"" + TextFromPath(path) +
+                              u"\" cannot be made: the folder may not be written.");
+  }
+  probe.close();
+  std::filesystem::remove(state_->temporary, error);
   state_->session.emplace(state_->temporary, std::chrono::milliseconds(0),
                           SqliteSession::Mode::kCreate);
   // Nobody else sees the file before it is renamed, so a journal on disk would only cost.

@@ -176,7 +176,13 @@ SqliteSession::SqliteSession(const std::filesystem::path& path,
   sqlite3_create_function(handle, kFoldFunction, 1, pure, nullptr, Fold, nullptr, nullptr);
   sqlite3_create_function(handle, kNumberFunction, 1, pure, nullptr, Number, nullptr, nullptr);
   // Opening reads nothing yet; this does. What was acknowledged outlives a power cut.
-  Run("PRAGMA schema_version; PRAGMA synchronous = FULL");
+  const int read = sqlite3_exec(handle, "PRAGMA schema_version", nullptr, nullptr, nullptr);
+  if ((read & 0xFF) == SQLITE_READONLY || (read & 0xFF) == SQLITE_CANTOPEN) {
+    FailFile(name_,
+             u"can only be read where files can be made beside it: the folder may not be written.");
+  }
+  if (read != SQLITE_OK) Fail(read);
+  Run("PRAGMA synchronous = FULL");
 }
 
 SqliteSession::~SqliteSession() = default;
