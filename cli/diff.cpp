@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <new>
@@ -11,6 +12,8 @@
 #include "cli/diff_content.h"
 #include "cli/json.h"
 #include "cli/output.h"
+#include "cli/progress.h"
+#include "platform/embedded/host/embedded_host.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -41,6 +44,9 @@ size_t Count(const std::vector<DifferenceSection>& sections, Kind kind) {
 void WriteDifference(JsonWriter& json, const Difference& difference) {
   json.BeginObject().Key(u"name").Text(difference.label);
   if (difference.kind == Kind::kChanged) {
+    if (difference.old_label != difference.label) {
+      json.Key(u"oldName").Text(difference.old_label);
+    }
     json.Key(u"changes").BeginArray();
     for (const FactChange& change : difference.changes) {
       json.BeginObject().Key(u"what").Text(change.name);
@@ -133,6 +139,8 @@ std::string Details(const Difference& difference) {
   for (const FactChange& change : difference.changes) {
     const std::u16string& value =
         difference.kind == Kind::kAdded ? change.new_text : change.old_text;
+    // A reference mostly has one group only.
+    if (change.name == u"group" && value == u"1") continue;
     if (value != difference.label) add(Shown(change.name) + " " + Shown(value));
   }
   return text;
@@ -178,9 +186,18 @@ void Print(const std::vector<DifferenceSection>& sections) {
 }
 
 bool Compare(const DiffOptions& options) {
-  const DrawingContent before = ReadContent(options.before);
-  const std::vector<DifferenceSection> sections =
-      CompareContents(before, ReadContent(options.after));
+  std::vector<DifferenceSection> sections;
+  {
+    embedded::EmbeddedHost host({});
+    const HostScope scope(host);
+    Progress progress;
+    const auto read = [&](const std::string& path) {
+      progress.Tell(FromUtf8(std::filesystem::path(path).filename().string()));
+      return ReadContent(path);
+    };
+    const DrawingContent before = read(options.before);
+    sections = CompareContents(before, read(options.after));
+  }
   if (options.json) {
     std::cout << AsJson(options, sections);
   } else {

@@ -269,6 +269,7 @@ class Comparison {
   static Difference Renamed(const Fact& before, const Fact& after) {
     Difference difference;
     difference.label = after.text;
+    difference.old_label = before.text;
     difference.is_renamed = true;
     difference.changes = {{after.name, before.text, after.text}};
     return difference;
@@ -299,6 +300,7 @@ class Comparison {
       }
       Difference difference;
       difference.label = is.label;
+      difference.old_label = was.label;
       difference.changes = Changes(was.facts, is.facts, 1);
       if (!EqualNoCase(was.label, is.label)) {
         // Groups count within a reference.
@@ -338,6 +340,7 @@ class Comparison {
       const ContentItem& is = after[match.to_new[i]];
       Difference difference;
       difference.label = is.label;
+      difference.old_label = before[i].label;
       difference.changes = Changes(before[i].facts, is.facts, 0);
       if (!difference.changes.empty()) result.push_back(std::move(difference));
     }
@@ -372,6 +375,7 @@ class Comparison {
       if (was.label != is.label) result.push_back(Renamed(was.facts.front(), is.facts.front()));
       Difference difference;
       difference.label = is.label;
+      difference.old_label = was.label;
       difference.changes = Changes(was.facts, is.facts, 1);
       const auto rank =
           static_cast<size_t>(std::lower_bound(kept.begin(), kept.end(), i) - kept.begin());

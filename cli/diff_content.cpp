@@ -1,6 +1,7 @@
 #include "cli/diff_content.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -254,7 +255,7 @@ class ContentReader {
   void ReadGrid() {
     const DocumentRef document = add_in_.document();
     const auto inches = [](std::u16string name, double value) {
-      return Fact{std::move(name), DecimalText(value) + u" in", {}};
+      return Fact{std::move(name), DecimalText(std::round(value * 1e4) / 1e4) + u" in", {}};
     };
     content_.grid.push_back({u"Location grid",
                              {inches(u"rows from", settings_.LocationA(document)),

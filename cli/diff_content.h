@@ -79,6 +79,7 @@ struct Difference {
   enum class Kind { kAdded, kRemoved, kChanged };
   Kind kind = Kind::kChanged;
   std::u16string label;             ///< in the new drawing, where it is there
+  std::u16string old_label;         ///< of what changed: in the old one
   std::vector<FactChange> changes;  ///< of what was added or removed: all that is said of it
   bool is_renamed = false;          ///< the label is what changed; the only entry of `changes`
   std::vector<Place> places;        ///< shapes concerned, in the new drawing where they are there

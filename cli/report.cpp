@@ -10,9 +10,8 @@
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/output.h"
+#include "cli/progress.h"
 #include "cli/terminal.h"
-#include "lang/clsLLang.h"
-#include "lang/clsLMssg.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -20,8 +19,6 @@ namespace ohmwise::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int32_t kBusyText = 20;
 
 struct ReportOptions {
   std::string kind;
@@ -74,30 +71,6 @@ std::string CheckOutput(const std::string& path) {
   }
   return path == "-" ? "" : "\"" + path + "\" ends neither in .xlsx, .csv nor .json";
 }
-
-/// The status text while a drawing is worked on; gone at the end.
-class Progress {
- public:
-  ~Progress() {
-    try {
-      window_.HideMessage();
-    } catch (...) {  // nobody is left to tell
-    }
-  }
-  void Tell(std::u16string_view what) {
-    const std::u16string text = SharedLang().GetStr(kBusyText) + u" ..... " + std::u16string(what);
-    if (is_shown_) {
-      window_.SetMessage(text);
-    } else {
-      window_.ShowMessage(text);
-    }
-    is_shown_ = true;
-  }
-
- private:
-  clsLMssg window_;
-  bool is_shown_ = false;
-};
 
 /// Sentences for a person, on standard error: standard output may be the report.
 void Tell(const std::string& sentence) { std::cerr << sentence << '\n'; }
