@@ -1,6 +1,7 @@
 // The whole way: a client calls the DLL with objects of a foreign drawing program, and the DLL
 // calls that program and its collections.
 #include <chrono>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <utility>
@@ -26,6 +27,50 @@ ShapeSpec Component(std::u16string name, std::u16string text) {
   shape.text = std::move(text);
   return shape;
 }
+
+/// A foreign object that does something of its own before it answers.
+class Meddler final : public IDispatch {
+ public:
+  static Ref<IDispatch> Make(Ref<IDispatch> whole, std::function<void()> meddle) {
+    return Ref<IDispatch>::Adopt(new Meddler(std::move(whole), std::move(meddle)));
+  }
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) override {
+    *out = nullptr;
+    if (id != IID_IUnknown && id != IID_IDispatch) return E_NOINTERFACE;
+    *out = this;
+    AddRef();
+    return S_OK;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++count_; }
+  ULONG STDMETHODCALLTYPE Release() override {
+    const ULONG left = --count_;
+    if (left == 0) delete this;
+    return left;
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+    return whole_->GetTypeInfoCount(count);
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
+                                          DISPID* ids) override {
+    return whole_->GetIDsOfNames(iid, names, count, locale, ids);
+  }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID locale, WORD flags,
+                                   DISPPARAMS* arguments, VARIANT* result, EXCEPINFO* exception,
+                                   UINT* argument_error) override {
+    meddle_();
+    return whole_->Invoke(id, iid, locale, flags, arguments, result, exception, argument_error);
+  }
+
+ private:
+  Meddler(Ref<IDispatch> whole, std::function<void()> meddle)
+      : whole_(std::move(whole)), meddle_(std::move(meddle)) {}
+  ~Meddler() = default;
+
+  ULONG count_ = 1;
+  Ref<IDispatch> whole_;
+  std::function<void()> meddle_;
+};
 
 class WholeWayTest : public DrawingTest {
  protected:
@@ -92,6 +137,43 @@ TEST_F(WholeWayTest, FailuresOfTheProgramReachTheClientUnchanged) {
   EXPECT_EQ(com::Call(index_.get(), L"ScanPage", {Value::Nothing(), Value(u"")}).number, 91);
   const Value document(drawing_->document());
   EXPECT_EQ(com::Call(index_.get(), L"ScanPage", {document, Value(u"")}).number, 13);
+}
+
+TEST_F(WholeWayTest, AHandlerOfTheProgramMayCallInWhileAScanRuns) {
+  Open({{u"1", {Component(u"Coil.1", u"K1"), Component(u"Coil.2", u"K2")}},
+        {u"2", {Component(u"Coil.3", u"K3")}}});
+  int calls = 0;
+  const Ref<IDispatch> texts = server_->Make(L"clsLMisc");
+  bool handling = false;
+  const auto handle = [&] {
+    if (std::exchange(handling, true)) return;  // asked by the handler itself
+    ++calls;
+    index_ = nullptr;  // the client's last count of the object that is running
+    const Ref<IDispatch> other = server_->Make(L"clsLCrossRef");
+    EXPECT_EQ(com::Call(other.get(), L"ScanPage", {Value(drawing_->Page(u"2")), Value(u"")}).number,
+              0);
+    EXPECT_EQ(com::Call(other.get(), L"ScanPage", {Value::Nothing(), Value(u"")}).number, 91);
+    EXPECT_EQ(com::Call(texts.get(), L"GetMidText", {u"1K2"}).Text(), u"K");
+    EXPECT_FALSE(server_->CanUnload());
+    handling = false;
+  };
+  // The page is asked a few times, the list of an index at every shape.
+  Ref<IDispatch> page = Meddler::Make(com::ToDispatch(drawing_->Page(u"1")), handle);
+  const Ref<IDispatch> references = com::ToDispatch(drawing_->Index(u"colShapeRef"));
+  const CollectionRef meddled = com::AsCollection(Meddler::Make(references, handle).get());
+  drawing_->document()->Put(u"colShapeRef", Value(meddled));
+  VARIANT skipped;
+  VariantInit(&skipped);
+  skipped.vt = VT_BSTR;
+  skipped.bstrVal = nullptr;
+  IDispatch* const running = index_.get();
+  EXPECT_EQ(com::Invoke(running, L"ScanPage", DISPATCH_METHOD, {com::ByValue(page.get()), skipped})
+                .number,
+            0);
+  EXPECT_GT(calls, 3);
+  drawing_->document()->Put(u"colShapeRef", Value(com::AsCollection(references.get())));
+  EXPECT_EQ(drawing_->Names(u"colRefShape", u"K2"), u"Coil.2");
+  EXPECT_EQ(drawing_->Names(u"colShapeRef", u"Coil"), u"Coil.3 Coil.2 Coil.1");
 }
 
 TEST_F(WholeWayTest, ALongPageCostsTwelveCallsPerShape) {

@@ -1,7 +1,9 @@
 #include <ocidl.h>
 #include <psapi.h>
 
+#include <atomic>
 #include <thread>
+#include <vector>
 
 #include "platform/text.h"
 #include "tests/com/server/server.h"
@@ -97,6 +99,33 @@ TEST_F(LifetimeTest, EachThreadHasItsOwnHost) {
   }).join();
   EXPECT_EQ(there, u"1");
   EXPECT_EQ(Call(here.get(), L"NetComp", {u"K9", u"K10"}).Text(), u"-1");
+}
+
+TEST_F(LifetimeTest, ApartmentsMakeObjectsAtTheSameTime) {
+  constexpr int kThreads = 4, kRounds = 200;
+  std::atomic<int> ready{0}, wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&] {
+      CoInitialize(nullptr);
+      for (++ready; ready < kThreads;) std::this_thread::yield();
+      for (int round = 0; round < kRounds; ++round) {
+        for (const PublicClass& c : AllClasses()) {
+          if (std::wstring_view(c.name) == L"clsLLang") continue;
+          Ref<IDispatch> object;
+          if (FAILED(server_.TryMake(c.clsid, IID_IDispatch, Receive<IDispatch>(object)))) ++wrong;
+          if (Call(object.get(), L"NoSuchMember").number != 438) ++wrong;
+          if (std::wstring_view(c.name) != L"clsLMisc") continue;
+          if (Call(object.get(), L"GetBeginNumber", {u"99999999999"}).number != 6) ++wrong;
+          const Outcome list = Call(object.get(), L"ConnectedToWires", {Value::Nothing()});
+          if (Get(list.value.get().pdispVal, L"Count").Text() != u"0") ++wrong;
+        }
+      }
+      CoUninitialize();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(UnloadTest, TheServerComesAndGoes) {
