@@ -59,15 +59,26 @@ cleanup() {
   rm -rf "$WINEPREFIX"
 }
 trap cleanup EXIT
-trap 'exit 130' INT TERM
+trap 'exit 130' INT TERM HUP
 wineserver -p
+
+# The command has a process group of its own: the shell need not wait for it to hear a signal, and
+# ends all of it then.
+run() {
+  set -m
+  "$@" <&0 &
+  local group=$!
+  set +m
+  trap "kill -TERM -- -$group 2>/dev/null; exit 130" INT TERM HUP
+  wait "$group"
+}
 # The system's own programs start now, apart: started by the first test they would keep its output
 # open, and whoever reads that would wait for them.
 if [ "$screen" ]; then
   sed -i 's/^"Graphics"="null"$/"Graphics"="x11"/' "$WINEPREFIX/user.reg"
-  xvfb-run -a -s '-screen 0 1024x768x24' sh -c '"$OHMWISE_WINE" cmd /c exit </dev/null >/dev/null 2>&1; exec "$@"' sh "$@"
+  run xvfb-run -a -s '-screen 0 1024x768x24' sh -c '"$OHMWISE_WINE" cmd /c exit </dev/null >/dev/null 2>&1; exec "$@"' sh "$@"
 else
   unset DISPLAY
   "$OHMWISE_WINE" cmd /c exit </dev/null >/dev/null 2>&1
-  "$@"
+  run "$@"
 fi
