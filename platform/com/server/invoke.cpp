@@ -22,8 +22,11 @@ const MemberType* Choose(const TypeTable& types, DISPID id, WORD flags, const DI
   const auto find = [&](INVOKEKIND kind) { return types.Find(id, kind); };
   const MemberType* member = nullptr;
   if (flags & kPut) {
+    // Where the client leaves it open, objects are set and all else is assigned.
     const bool object = given.cArgs > 0 && HoldsObject(given.rgvarg[0]);
-    if ((flags & DISPATCH_PROPERTYPUTREF) && object) member = find(INVOKE_PROPERTYPUTREF);
+    const bool sets =
+        (flags & kPut) == DISPATCH_PROPERTYPUTREF || ((flags & DISPATCH_PROPERTYPUTREF) && object);
+    if (sets) member = find(INVOKE_PROPERTYPUTREF);
     if (!member && (flags & DISPATCH_PROPERTYPUT)) member = find(INVOKE_PROPERTYPUT);
     return member;
   }

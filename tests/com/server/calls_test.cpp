@@ -116,6 +116,20 @@ TEST_F(CallTest, AReferenceOfAnotherTypeKeepsItsType) {
   EXPECT_EQ(number, 1);
 }
 
+TEST_F(CallTest, WhatIsNoObjectCannotBeSet) {
+  const Ref<IDispatch> sorter = server_.Make(L"clsLSort"), other = server_.Make(L"clsLCmpRec");
+  constexpr WORD kEither = DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
+  const Variant text(Value(u"list")), nothing(Value::Nothing()), empty;
+  for (const WORD way : {WORD{DISPATCH_PROPERTYPUT}, WORD{DISPATCH_PROPERTYPUTREF}, kEither}) {
+    SCOPED_TRACE(way);
+    EXPECT_EQ(Invoke(sorter.get(), L"DataSet", way, {text.get()}).number, 13);
+    EXPECT_EQ(Invoke(sorter.get(), L"DataSet", way, {empty.get()}).number, 424);
+    EXPECT_EQ(PutObject(sorter.get(), L"DataSet", other.get(), way).number, 13);
+    EXPECT_EQ(Invoke(sorter.get(), L"DataSet", way, {nothing.get()}).number, 0);
+  }
+  EXPECT_EQ(PutObject(other.get(), L"Qty", sorter.get()).number, 438);
+}
+
 TEST_F(CallTest, NamedArgumentsFindTheirPlace) {
   const Ref<IDispatch> texts = server_.Make(L"clsLMisc");
   LPOLESTR names[] = {const_cast<LPOLESTR>(L"GetEndNumber"), const_cast<LPOLESTR>(L"length"),
