@@ -43,6 +43,7 @@ class Enumerator final : public IEnumVARIANT {
     } catch (...) {
       result = LeaveWithError(IID_IEnumVARIANT, kSource);
       for (ULONG i = 0; i < done; ++i) VariantClear(&items[i]);
+      walked_ -= static_cast<int32_t>(done);
       done = 0;
     }
     if (fetched) *fetched = done;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "platform/com/lock.h"
 #include "platform/com/windows.h"
@@ -35,7 +36,8 @@ class Blocks {
  public:
   Blocks() noexcept : slot_(TlsAlloc()) {}
   ~Blocks() {
-    while (first_) Free(first_);
+    // Without the lock: a thread that the end of the process has stopped may hold it.
+    while (first_) std::free(std::exchange(first_, first_->next));
     TlsFree(slot_);
   }
   Blocks(const Blocks&) = delete;
