@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <filesystem>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +12,7 @@
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
+#include "cli/progress.h"
 #include "platform/error.h"
 #include "platform/text.h"
 
@@ -68,6 +69,8 @@ Outcome CheckOne(const std::string& drawing, const Catalogue* catalogue) {
   Outcome outcome;
   outcome.drawing = drawing;
   try {
+    Progress progress;
+    progress.Tell(FromUtf8(std::filesystem::path(drawing).filename().string()));
     AddIn add_in(drawing, AddIn::Boxes::kCollect);
     outcome.checked = CheckDrawing(add_in, catalogue);
   } catch (const std::exception& error) {

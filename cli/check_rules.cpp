@@ -456,7 +456,8 @@ class Check {
   void CheckTerminals() {
     for (const Symbol& symbol : symbols_) {
       if (!symbol.IsTerminal()) continue;
-      const std::u16string name = u"The terminal " + symbol.text;
+      const std::u16string name =
+          symbol.is_nameless ? u"The terminal" : u"The terminal " + symbol.text;
       if (!symbol.wiring.is_wired) {
         Report(kTerminalWithoutNet, symbol,
                name + u" has no wire. Connect it, or take it away if it is no longer needed.");

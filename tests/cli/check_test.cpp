@@ -290,6 +290,8 @@ TEST_F(CheckCommandTest, AsksTheCatalogueForNumbersOfParts) {
   EXPECT_EQ(Run({"check", sample()}).err, "");
   ASSERT_EQ(Run({"settings", "CompDB", parts}).exit_code, 0);
   EXPECT_EQ(Run({"check", drawing}).exit_code, 1);
+  fs::remove(parts);
+  EXPECT_EQ(Run({"check", drawing}).exit_code, 2) << "the setting names what is gone";
   EXPECT_EQ(Run({"check", sample(), "--catalogue", folder_.Path("none.mdb")}).exit_code, 2);
 }
 
