@@ -187,7 +187,8 @@ PostgresSession::PostgresSession(std::u16string_view url, std::chrono::milliseco
       connection_.get(), [](void*, const char*) {}, nullptr);
   // A client that stands still between a key and its row must not hold up an office for ever.
   Run("SET lock_timeout = " + std::to_string(busy_timeout.count()) +
-      "; SET jit = off; SET idle_in_transaction_session_timeout = 60000; SET "
+      "; SET jit = off; SET plan_cache_mode = force_custom_plan; SET "
+      "idle_in_transaction_session_timeout = 60000; SET "
       "standard_conforming_strings = on;"
       " SET synchronous_commit = on; SET default_transaction_isolation = 'read committed'");
 }
@@ -223,6 +224,9 @@ void PostgresSession::Run(const std::string& sql) { Check(PQexec(connection_.get
 
 PostgresSession::Result PostgresSession::Execute(const std::string& sql,
                                                  std::span<const Value> parameters) {
+  // The plan of a prepared statement stays while a table grows: the one that is best for an empty
+  // table reads all rows, and a new catalogue would be slow to fill.
+  if (parameters.empty()) return Check(PQexec(connection_.get(), sql.c_str()));
   auto known = prepared_.find(sql);
   if (known == prepared_.end()) {
     if (prepared_.size() >= kPreparedStatements) {

@@ -87,8 +87,6 @@ class SqliteSession : public Session {
   void Begin(bool alone) override;
   void Commit() override;
   void Rollback() noexcept override;
-  /// Forgets what is known of a table.
-  void ForgetTables() { tables_.clear(); }
 
  private:
   struct CloseHandle {
