@@ -3,6 +3,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "cli/addin.h"
 #include "cli/cell_report.h"
@@ -25,6 +27,17 @@ struct CellState {
   bool local = false;
 };
 
+/// Adds the row of a user-defined cell or a property that is set for the first time.
+void MakeRow(const ShapeRef& shape, const std::u16string& name) {
+  const std::pair<std::u16string_view, int16_t> sections[] = {{u"User.", section::kUser},
+                                                              {u"Prop.", section::kProp}};
+  for (const auto& [prefix, number] : sections) {
+    if (!EqualNoCase(std::u16string_view(name).substr(0, prefix.size()), prefix)) continue;
+    const std::u16string row = name.substr(prefix.size());
+    if (row.find(u'.') == row.npos) shape->AddNamedRow(number, row, row_tag::kDefault);
+  }
+}
+
 CellState Read(const ShapeRef& shape, std::u16string_view name) {
   CellState state;
   state.exists = shape->CellExists(name, false);
@@ -42,7 +55,10 @@ void Run(const CellOptions& options) {
   const std::u16string name = FromUtf8(options.cell);
   const ShapeRef shape =
       add_in.drawing().FindShape(FromUtf8(options.page), FromUtf8(options.shape));
-  if (options.formula) shape->Cells(name)->SetFormula(FromUtf8(*options.formula));
+  if (options.formula) {
+    if (!shape->CellExists(name, false)) MakeRow(shape, name);
+    shape->Cells(name)->SetFormula(FromUtf8(*options.formula));
+  }
   const CellState state = Read(shape, name);
   const std::vector<CellChange> changed = add_in.ChangedResults();
   const std::string written = options.Finish(add_in);
@@ -92,7 +108,9 @@ void AddCellCommand(CLI::App& app, Action& action) {
       ->required()
       ->type_name("");
   command
-      ->add_option("--set", options->formula, "Set the formula; prints every result that changes")
+      ->add_option("--set", options->formula,
+                   "Set the formula; prints every result that changes. User and Prop rows\nare "
+                   "made where they are missing")
       ->type_name("FORMULA");
   command->footer(
       "Example:\n"

@@ -44,5 +44,6 @@ void AddCatalogueCommand(CLI::App& app, Action& action);
 void AddAssignCommand(CLI::App& app, Action& action);
 void AddCheckCommand(CLI::App& app, Action& action);
 void AddDiffCommand(CLI::App& app, Action& action);
+void AddRenumberCommand(CLI::App& app, Action& action);
 
 }  // namespace ohmwise::cli

@@ -38,6 +38,7 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddAssignCommand(app, action);
   ohmwise::cli::AddCheckCommand(app, action);
   ohmwise::cli::AddDiffCommand(app, action);
+  ohmwise::cli::AddRenumberCommand(app, action);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
