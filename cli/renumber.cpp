@@ -12,6 +12,7 @@
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
+#include "cli/progress.h"
 #include "cli/renumber_plan.h"
 #include "cli/report.h"
 #include "crossref/index_access.h"
@@ -371,18 +372,24 @@ void Print(const RenumberOptions& options, const DrawingNames& drawing, const Re
 
 void Run(const RenumberOptions& options) {
   AddIn add_in(options.drawing, AddIn::Boxes::kCollect);
-  add_in.ScanDocument();
-  const Places places(add_in);
-  const DrawingNames drawing = ReadNames(add_in, options, places);
-  std::vector<std::u16string> patterns;
-  for (const std::string& pattern : options.patterns) patterns.push_back(FromUtf8(pattern));
-  const RenumberPlan plan =
-      PlanNumbers(drawing.names, patterns,
-                  options.wires ? std::vector<std::u16string>() : OrphanedLabels(add_in),
-                  options.wires ? NameKind::kWire : NameKind::kReference);
-  const std::vector<embedded::ShownMessage> messages = add_in.messages();
-  if (!plan.renamings.empty()) Apply(add_in, drawing, plan, options.wires);
-  const std::string written = options.Finish(add_in);
+  DrawingNames drawing;
+  RenumberPlan plan;
+  std::vector<embedded::ShownMessage> messages;
+  std::string written;
+  {
+    Progress progress;
+    progress.Tell(FromUtf8(options.drawing));
+    add_in.ScanDocument();
+    messages = add_in.messages();
+    drawing = ReadNames(add_in, options, Places(add_in));
+    std::vector<std::u16string> patterns, reserved;
+    for (const std::string& pattern : options.patterns) patterns.push_back(FromUtf8(pattern));
+    if (!options.wires) reserved = OrphanedLabels(add_in);
+    plan = PlanNumbers(drawing.names, patterns, reserved,
+                       options.wires ? NameKind::kWire : NameKind::kReference);
+    if (!plan.renamings.empty()) Apply(add_in, drawing, plan, options.wires);
+    written = options.Finish(add_in);
+  }
   if (options.json) {
     PrintJson(options, drawing, plan);
   } else {
