@@ -248,7 +248,7 @@ TEST(CommandTest, FailureIsOneAndOneSentence) {
       {{"cell", file, "No page", "Lamp", "PinX"}, "No page"},
       {{"cell", file, "Signals", "No shape", "PinX"}, "No shape"},
       {{"cell", file, "Signals", "Lamp", "PinX", "--set", "1+", "--save"}, "PinX"},
-      {{"cell", file, "Signals", "Lamp", "User.None", "--set", "1", "--save"}, "User.None"},
+      {{"cell", file, "Signals", "Lamp", "Scratch.A9", "--set", "1", "--save"}, "Scratch.A9"},
       {{"text", file, "Signals", "Lamp.999", "x", "--save"}, "Lamp.999"},
   };
   const std::string before = FileBytes(file);
