@@ -160,7 +160,9 @@ SqliteSession::SqliteSession(const std::filesystem::path& path,
   const std::string full =
       mode == Mode::kMemory ? ":memory:" : std::filesystem::absolute(path).string();
   sqlite3* handle = nullptr;
-  const int flags = SQLITE_OPEN_READWRITE | (mode == Mode::kExisting ? 0 : SQLITE_OPEN_CREATE);
+  // Objects stay on the thread that made them, so the engine need not lock at every call.
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX |
+                    (mode == Mode::kExisting ? 0 : SQLITE_OPEN_CREATE);
   const int code = sqlite3_open_v2(full.c_str(), &handle, flags, nullptr);
   handle_.reset(handle);
   if (code != SQLITE_OK) Fail(code);
