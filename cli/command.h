@@ -29,6 +29,9 @@ struct Exit {
   std::string sentence;
 };
 
+/// The exit code of what cannot be asked for like that.
+inline constexpr int kWrongUsage = 2;
+
 /// The parsed sub-command leaves here what is to be done.
 using Action = std::function<void()>;
 

@@ -8,7 +8,6 @@
 namespace {
 
 constexpr int kFailure = 1;
-constexpr int kWrongUsage = 2;
 
 int Fail(const std::string& sentence) {
   std::cerr << "ohmwise: " << sentence << '\n';
@@ -42,7 +41,7 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kWrongUsage;
+    return app.exit(error) == 0 ? 0 : ohmwise::cli::kWrongUsage;
   }
   action();
   if (!std::cout.flush()) return Fail("the output could not be written.");

@@ -10,6 +10,7 @@
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
+#include "cli/interrupt.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/progress.h"
@@ -20,6 +21,7 @@
 #include "platform/error.h"
 #include "platform/text.h"
 #include "settings/clsLSettings.h"
+#include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::cli {
@@ -106,8 +108,9 @@ class Places {
         const size_t comma = std::min(text.find(u',', begin), text.size());
         const std::u16string part(TrimSpaces(text.substr(begin, comma - begin)));
         if (!Select(part, selected)) {
-          Raise(Err::kHost,
-                u"\"" + part + u"\" is neither the name nor the number of a page of the drawing.");
+          throw Exit{kWrongUsage, ToUtf8(u"\"" + part +
+                                         u"\" is neither the name nor the number of a page of "
+                                         u"the drawing.")};
         }
         begin = comma + 1;
       }
@@ -233,22 +236,44 @@ const std::u16string* Find(const NewTexts& texts, std::u16string_view old) {
   return found == texts.end() ? nullptr : &found->second;
 }
 
+/// Gives a cell that holds a reference the new one; what comes after a colon stays ("K1:A1").
+void FollowInCell(const ShapeRef& shape, std::u16string_view cell, const NewTexts& texts) {
+  const std::u16string old = CellOrEmpty(shape, cell);
+  for (size_t end = old.size(); end != 0 && end != old.npos; end = old.rfind(u':', end - 1)) {
+    const std::u16string* const text = Find(texts, old.substr(0, end));
+    if (!text) continue;
+    shape->Cells(cell)->SetFormula(crossref::QuotedText(*text + old.substr(end)));
+    return;
+  }
+}
+
 /// What names a reference elsewhere: single locations that follow a shape, and wires that say what
 /// they are connected to.
 void FollowElsewhere(AddIn& add_in, const NewTexts& texts) {
   for (const PageRef& page : add_in.ForegroundPages()) {
     const ShapesRef shapes = page->Shapes();
-    for (int32_t position = 1; position <= shapes->Count(); ++position) {
+    const int32_t count = shapes->Count();
+    for (int32_t position = 1; position <= count; ++position) {
       const ShapeRef shape = shapes->Item(position);
-      if (shape->CellExists(u"User.Reference", false)) {
-        const std::u16string* const text = Find(texts, CellOrEmpty(shape, u"User.Reference"));
-        if (text) shape->Cells(u"User.Reference")->SetFormula(crossref::QuotedText(*text));
-      }
-      if (shape->CellExists(u"User.Begin", false) || shape->CellExists(u"User.End", false)) {
-        SharedMisc().DetectConnection(shape);
+      for (const char16_t* cell : {u"User.Reference", u"User.Begin", u"User.End"}) {
+        FollowInCell(shape, cell, texts);
       }
     }
   }
+}
+
+/// Cores of cables that call a wire by its name.
+void FollowInCables(AddIn& add_in, const NewTexts& texts) {
+  shapeutil::ForEachCable(add_in.document(), [&](std::u16string_view, const CellRef& prompt) {
+    const std::u16string before = prompt->ResultText();
+    std::u16string after = before;
+    for (int32_t core = 0; core < SharedMisc().GetCoreCount(before); ++core) {
+      const std::u16string key = SharedMisc().GetCoreKey(before, core);
+      const std::u16string* const text = Find(texts, TrimSpaces(key));
+      if (text) after = SharedMisc().GetCoreArrange(after, core, *text);
+    }
+    if (after != before) prompt->SetFormula(crossref::QuotedText(after));
+  });
 }
 
 /// Gives all shapes their new texts. They are known by then, so it does not matter that a text may
@@ -267,12 +292,13 @@ void Apply(AddIn& add_in, const DrawingNames& drawing, const RenumberPlan& plan,
     }
   }
   for (const RenumberPlan::Renaming& renaming : plan.renamings) {
+    Interrupt::Check();
     for (const ShapeRef& shape : drawing.carried[renaming.name].shapes) {
       Write(shape, cell, renaming.text);
     }
   }
   for (const auto& [label, text] : labels) Write(label, u"", *text);
-  if (!wires) FollowElsewhere(add_in, texts);
+  wires ? FollowInCables(add_in, texts) : FollowElsewhere(add_in, texts);
 
   add_in.ScanDocument();
   for (const auto& [label, text] : labels) {
@@ -300,6 +326,8 @@ std::string_view ReasonCode(KeptReason reason) {
   switch (reason) {
     case KeptReason::kMarked:
       return "fixed";
+    case KeptReason::kQualifier:
+      return "qualifier";
     case KeptReason::kConductor:
       return "conductor";
     case KeptReason::kNoNumber:
@@ -332,6 +360,7 @@ void PrintKept(const Printer& printer, const DrawingNames& drawing, const Renumb
   const std::pair<KeptReason, const char*> sentences[] = {
       {KeptReason::kMarked, "Fixed by their mark: "},
       {KeptReason::kNoNumber, "Kept, as they end in no number: "},
+      {KeptReason::kQualifier, "Kept, as other names begin with them: "},
       {KeptReason::kConductor, "Kept as names of line conductors: "}};
   for (const auto& [reason, sentence] : sentences) {
     std::vector<std::u16string> texts;
@@ -370,30 +399,45 @@ void Print(const RenumberOptions& options, const DrawingNames& drawing, const Re
   if (!written.empty()) printer.Line("Saved to " + Shown(FromUtf8(written)));
 }
 
-void Run(const RenumberOptions& options) {
-  AddIn add_in(options.drawing, AddIn::Boxes::kCollect);
+/// What was done, to be told when the progress text is gone.
+struct Outcome {
   DrawingNames drawing;
   RenumberPlan plan;
-  std::vector<embedded::ShownMessage> messages;
+  std::vector<embedded::ShownMessage> messages;  ///< of the drawing as it was
   std::string written;
-  {
-    Progress progress;
-    progress.Tell(FromUtf8(options.drawing));
-    add_in.ScanDocument();
-    messages = add_in.messages();
-    drawing = ReadNames(add_in, options, Places(add_in));
-    std::vector<std::u16string> patterns, reserved;
-    for (const std::string& pattern : options.patterns) patterns.push_back(FromUtf8(pattern));
-    if (!options.wires) reserved = OrphanedLabels(add_in);
-    plan = PlanNumbers(drawing.names, patterns, reserved,
-                       options.wires ? NameKind::kWire : NameKind::kReference);
-    if (!plan.renamings.empty()) Apply(add_in, drawing, plan, options.wires);
-    written = options.Finish(add_in);
-  }
-  if (options.json) {
-    PrintJson(options, drawing, plan);
-  } else {
-    Print(options, drawing, plan, messages, written);
+};
+
+Outcome Renumber(AddIn& add_in, const RenumberOptions& options) {
+  Outcome done;
+  Progress progress;
+  progress.Tell(FromUtf8(options.drawing));
+  add_in.ScanDocument();
+  done.messages = add_in.messages();
+  done.drawing = ReadNames(add_in, options, Places(add_in));
+  std::vector<std::u16string> patterns, reserved;
+  for (const std::string& pattern : options.patterns) patterns.push_back(FromUtf8(pattern));
+  if (!options.wires) reserved = OrphanedLabels(add_in);
+  done.plan = PlanNumbers(done.drawing.names, patterns, reserved,
+                          options.wires ? NameKind::kWire : NameKind::kReference);
+  if (!done.plan.renamings.empty()) Apply(add_in, done.drawing, done.plan, options.wires);
+  Interrupt::Check();
+  done.written = options.Finish(add_in);
+  return done;
+}
+
+void Run(const RenumberOptions& options) {
+  const Interrupt interrupt;
+  try {
+    AddIn add_in(options.drawing, AddIn::Boxes::kCollect);
+    const Outcome done = Renumber(add_in, options);
+    if (options.json) {
+      PrintJson(options, done.drawing, done.plan);
+    } else {
+      Print(options, done.drawing, done.plan, done.messages, done.written);
+    }
+  } catch (const Interrupted&) {
+    std::cerr << "ohmwise: interrupted; nothing was written.\n";
+    Interrupt::Die();
   }
 }
 

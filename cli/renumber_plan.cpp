@@ -6,7 +6,7 @@
 #include <optional>
 #include <tuple>
 
-#include "platform/error.h"
+#include "cli/command.h"
 #include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
@@ -52,6 +52,10 @@ bool IsLineConductor(std::u16string_view text) {
          text[1] <= u'3';
 }
 
+[[noreturn]] void Refuse(const std::u16string& sentence) {
+  throw Exit{kWrongUsage, ToUtf8(sentence)};
+}
+
 /// Positions of the names in reading order.
 std::vector<size_t> ReadingOrder(const std::vector<NumberedName>& names) {
   std::vector<size_t> order(names.size());
@@ -74,8 +78,19 @@ class Planner {
       const auto [found, is_new] =
           patterns_.emplace(Letters(ReplaceAll(pattern, kPage, u"")), pattern);
       if (is_new) continue;
-      Raise(Err::kHost, u"\"" + found->second + u"\" and \"" + pattern +
-                            u"\" are patterns for the same names.");
+      Refuse(u"\"" + found->second + u"\" and \"" + pattern +
+             u"\" are patterns for the same names.");
+    }
+    parts_.resize(names.size());
+    is_part_.resize(names.size());
+    is_qualifier_.resize(names.size());
+    is_marked_.resize(names.size());
+    if (kind == NameKind::kReference) FindParts();
+    for (size_t index = 0; index < names.size(); ++index) {
+      is_marked_[index] = names[index].is_fixed;
+      for (const size_t part : parts_[index]) {
+        if (names[part].is_fixed) is_marked_[index] = true;
+      }
     }
   }
 
@@ -83,21 +98,57 @@ class Planner {
     for (const std::u16string& text : reserved) taken_.emplace(FoldCase(text), nullptr);
     std::vector<size_t> changing;
     for (const size_t index : order_) {
+      if (is_part_[index]) continue;
       if (Changes(index)) {
         changing.push_back(index);
-      } else {
-        taken_.emplace(FoldCase(names_[index].text), &names_[index]);
+        continue;
+      }
+      taken_.emplace(FoldCase(names_[index].text), &names_[index]);
+      for (const size_t part : parts_[index]) {
+        taken_.emplace(FoldCase(names_[part].text), &names_[part]);
       }
     }
     MeasureNumbers(changing);
     for (const size_t index : changing) {
-      std::u16string text = NewText(names_[index]);
-      if (text != names_[index].text) plan_.renamings.push_back({index, std::move(text)});
+      const std::u16string text = NewText(index);
+      Rename(index, text);
+      for (const size_t part : parts_[index]) Rename(part, PartText(index, part, text));
     }
     return std::move(plan_);
   }
 
  private:
+  void FindParts() {
+    std::map<std::u16string, size_t> numbered;
+    for (const size_t index : order_) {
+      if (HasNumber(names_[index].text)) numbered.emplace(FoldCase(names_[index].text), index);
+    }
+    for (const size_t index : order_) {
+      const std::u16string text = FoldCase(names_[index].text);
+      for (size_t sign = text.find_first_of(u".:-+", 1); sign < text.size();
+           sign = text.find_first_of(u".:-+", sign + 1)) {
+        const auto whole = numbered.find(text.substr(0, sign));
+        if (whole == numbered.end()) continue;
+        if (text[sign] == u'-' || text[sign] == u'+') {
+          is_qualifier_[whole->second] = true;
+          continue;
+        }
+        parts_[whole->second].push_back(index);
+        is_part_[index] = true;
+        break;
+      }
+    }
+  }
+
+  /// What a part is called when the whole has a new text.
+  std::u16string PartText(size_t whole, size_t part, const std::u16string& text) const {
+    return text + names_[part].text.substr(names_[whole].text.size());
+  }
+
+  void Rename(size_t index, const std::u16string& text) {
+    if (text != names_[index].text) plan_.renamings.push_back({index, text});
+  }
+
   const std::u16string* PatternOf(const NumberedName& name) const {
     const auto found = patterns_.find(Letters(name.text));
     return found == patterns_.end() ? nullptr : &found->second;
@@ -108,10 +159,12 @@ class Planner {
     if (!name.is_selected) return false;
     if (!patterns_.empty() && !PatternOf(name)) return false;
     std::optional<KeptReason> reason;
-    if (name.is_fixed) {
+    if (is_marked_[index]) {
       reason = KeptReason::kMarked;
     } else if (!HasNumber(name.text)) {
       reason = KeptReason::kNoNumber;
+    } else if (is_qualifier_[index]) {
+      reason = KeptReason::kQualifier;
     } else if (kind_ == NameKind::kWire && patterns_.empty() && IsLineConductor(name.text)) {
       reason = KeptReason::kConductor;
     }
@@ -141,20 +194,32 @@ class Planner {
     return std::u16string(stem) + std::u16string(zeros, u'0') + u"1";
   }
 
-  std::u16string NewText(const NumberedName& name) {
-    const std::u16string first = FirstText(name);
+  /// Texts that a name and its parts have with a new one.
+  std::vector<std::u16string> TextsWith(size_t index, const std::u16string& text) const {
+    std::vector<std::u16string> texts = {FoldCase(text)};
+    for (const size_t part : parts_[index]) texts.push_back(FoldCase(PartText(index, part, text)));
+    return texts;
+  }
+
+  std::u16string NewText(size_t index) {
+    const std::u16string first = FirstText(names_[index]);
     // Sorts are kept apart by what they begin with, not by where they have come to.
     std::u16string& next = next_.emplace(FoldCase(first), first).first->second;
     for (;;) {
       std::u16string text = next;
       next = Next(text);
-      const auto [found, is_free] = taken_.emplace(FoldCase(text), &name);
-      if (is_free) return text;
-      const NumberedName* const owner = found->second;
+      const std::vector<std::u16string> wanted = TextsWith(index, text);
+      const auto used = std::find_if(wanted.begin(), wanted.end(),
+                                     [&](const auto& one) { return taken_.contains(one); });
+      if (used == wanted.end()) {
+        for (const std::u16string& one : wanted) taken_.emplace(one, &names_[index]);
+        return text;
+      }
+      const NumberedName* const owner = taken_.at(*used);
       if (!patterns_.empty() && owner && !owner->is_selected) {
-        Raise(Err::kHost, u"\"" + text + u"\" is on page \"" + owner->page_name +
-                              u"\", which is not to be renumbered. Begin with another number, or "
-                              u"name that page as well.");
+        Refuse(u"\"" + owner->text + u"\" is on page \"" + owner->page_name +
+               u"\", which is not to be renumbered. Begin with another number, or name that page "
+               u"as well.");
       }
     }
   }
@@ -162,6 +227,8 @@ class Planner {
   const std::vector<NumberedName>& names_;
   std::vector<size_t> order_;
   NameKind kind_;
+  std::vector<std::vector<size_t>> parts_;  ///< by the name they are parts of
+  std::vector<bool> is_part_, is_qualifier_, is_marked_;
   std::map<std::u16string, std::u16string> patterns_;  ///< by their letters
   std::map<std::u16string, const NumberedName*> taken_;
   std::map<std::u16string, size_t> widths_;

@@ -27,6 +27,7 @@ enum class NameKind { kReference, kWire };
 enum class KeptReason {
   kMarked,     ///< the mark on one of its shapes
   kNoNumber,   ///< it ends in no number, or in one of more than nine digits
+  kQualifier,  ///< names of others are placed under it ("=A1" of "=A1-K3")
   kConductor,  ///< L1, L2 and L3 name the line conductors of a supply (IEC 60445)
 };
 
@@ -39,7 +40,7 @@ struct RenumberPlan {
     size_t name = 0;
     KeptReason reason = KeptReason::kNoNumber;
   };
-  std::vector<Renaming> renamings;  ///< names that change, in reading order
+  std::vector<Renaming> renamings;  ///< in reading order, parts behind what they are parts of
   std::vector<Kept> kept;           ///< in reading order; names outside the patterns are not told
 };
 
@@ -56,8 +57,11 @@ std::u16string RefusedPattern(std::u16string_view pattern);
 /// begins anew on each page. Numbers of names that keep theirs are stepped over, and so are the
 /// texts in `reserved`. Case does not count.
 ///
-/// Raises the host's error when two patterns are for the same names, and when a pattern arrives at
-/// a name of a page that is not selected, which is more likely a slip than meant.
+/// References that go on behind another one with a point or a colon are parts of it (K1.2 of K1):
+/// they follow it and keep what is behind it. A mark on a part keeps the whole.
+///
+/// Throws `Exit` for wrong usage when two patterns are for the same names, and when a pattern
+/// arrives at a name of a page that is not selected, which is more likely a slip than meant.
 RenumberPlan PlanNumbers(const std::vector<NumberedName>& names,
                          const std::vector<std::u16string>& patterns,
                          const std::vector<std::u16string>& reserved, NameKind kind);
