@@ -15,6 +15,7 @@
 #include "platform/embedded/database/catalogue_file.h"
 #include "platform/embedded/database/embedded_database.h"
 #include "platform/embedded/database/postgres_session.h"
+#include "platform/embedded/database/sqlite_session.h"
 #include "platform/error.h"
 #include "platform/text.h"
 #include "tests/database/postgres_server.h"
@@ -433,6 +434,37 @@ TEST_P(CatalogueTest, FindsComponentsByBeginningsOfWords) {
   EXPECT_EQ(find(u"relay"), u"");
   EXPECT_EQ(find(u"timer"), u"4;");
   EXPECT_EQ(find(u"block"), u"");
+}
+
+TEST_P(CatalogueTest, FindsRareWordsAmongCommonOnes) {
+  // Enough rows for a look at one page of two hundred.
+  const std::string rows =
+      "INSERT INTO \"CompDB\" (\"CompID\", \"Name\", \"Brand\") "
+      "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n WHERE i < 40000) "
+      "SELECT i, 'Relay ' || i, 'Voltara' FROM n";
+  constexpr std::chrono::seconds kPatience(1);
+  if (IsPostgres()) {
+    PostgresSession(location_, kPatience).Run(rows);
+  } else {
+    SqliteSession(location_, kPatience, SqliteSession::Mode::kExisting).Run(rows.c_str());
+  }
+  const ConnectionRef connection = Connect();
+  const struct {
+    std::u16string_view text;
+    std::vector<int32_t> keys;
+  } searches[] = {
+      {u"4000", {4000, 40000}},
+      {u"rel volt 4000", {4000, 40000}},
+      {u"39999 voltara", {39999}},
+      {u"rel volt", {2, 3, 4}},  // of many, the first
+      {u"relay volta", {2, 3, 4}},
+      {u"rel volt 50", {50, 500, 501}},  // what is no longer comes before what goes on
+      {u"rel volt 40001", {}},
+      {u"lamp rel", {}},
+  };
+  for (const auto& row : searches) {
+    EXPECT_EQ(connection->SearchComponents(row.text, 3), row.keys) << ToUtf8(row.text);
+  }
 }
 
 TEST(PostgresUrlTest, KeepsPasswordsOutOfMessages) {

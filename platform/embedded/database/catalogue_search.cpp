@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -14,6 +15,8 @@ namespace {
 // Of `kSearchColumns`.
 constexpr std::array<int32_t, kSearchColumns.size()> kWeights = {10, 10, 8, 4, 2};
 constexpr size_t kMaxWords = 16;
+// Components looked at, for words and for beginnings of words.
+constexpr int kMostCandidates = 1000;
 
 bool IsWordUnit(char16_t c) {
   return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') ||
@@ -30,6 +33,21 @@ std::vector<std::u16string> Words(std::u16string_view text) {
     inside = unit;
   }
   return words;
+}
+
+// Beginnings of words take longer to find, and rank behind words: they are looked for only as long
+// as there are not candidates enough.
+std::vector<FoundComponent> Candidates(Session& session, std::span<const std::u16string> words) {
+  std::vector<FoundComponent> found =
+      session.FindComponents(words, WordMatch::kWhole, kMostCandidates);
+  if (found.size() == kMostCandidates) return found;
+  std::unordered_set<int32_t> seen;
+  for (const FoundComponent& component : found) seen.insert(component.key);
+  for (FoundComponent& component :
+       session.FindComponents(words, WordMatch::kBeginning, kMostCandidates)) {
+    if (seen.insert(component.key).second) found.push_back(std::move(component));
+  }
+  return found;
 }
 
 // How well one field answers the words; 0 when it answers none of them.
@@ -60,9 +78,7 @@ std::vector<int32_t> SearchCatalogue(Session& session, std::u16string_view text,
   if (words.size() > kMaxWords) words.resize(kMaxWords);
   if (words.empty() || limit <= 0) return {};
   std::vector<std::pair<int32_t, int32_t>> ranked;  // score downwards, then key
-  std::unordered_set<int32_t> seen;
-  for (const FoundComponent& component : session.FindComponents(words)) {
-    if (!seen.insert(component.key).second) continue;
+  for (const FoundComponent& component : Candidates(session, words)) {
     int32_t score = 0;
     for (size_t i = 0; i < kWeights.size(); ++i) {
       score += kWeights[i] * FieldScore(FoldCase(component.texts[i]), wanted, words);

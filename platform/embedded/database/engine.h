@@ -70,6 +70,10 @@ struct FieldValues {
 /// The columns that are searched, in this order.
 inline constexpr std::array<std::u16string_view, 5> kSearchColumns = {u"Name", u"Order", u"Model",
                                                                       u"Brand", u"Supplier"};
+
+/// Which words of a component count as found: the words looked for, or all that begin with them.
+enum class WordMatch { kWhole, kBeginning };
+
 struct FoundComponent {
   int32_t key = 0;
   std::array<std::u16string, kSearchColumns.size()> texts;
@@ -102,9 +106,9 @@ class Session : public Schema {
   /// Both return the row as it was stored.
   virtual Row Insert(const Table& table, const FieldValues& fields) = 0;
   virtual Row Change(const Table& table, int64_t number, const FieldValues& fields) = 0;
-  /// Components that hold words beginning with all of these; some may come twice. Of many matches
-  /// these are the first, and besides the first of those that hold the words themselves.
-  virtual std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words) = 0;
+  /// Components in which all of these words are found; of many the first ones, `limit` at most.
+  virtual std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words,
+                                                     WordMatch match, int limit) = 0;
 
   /// The caller's transaction.
   void BeginTransaction();

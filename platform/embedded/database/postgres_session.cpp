@@ -19,8 +19,6 @@ constexpr size_t kPreparedStatements = 100;
 // First half of the advisory lock's key; the second is the schema.
 constexpr const char* kTakeLock =
     "SELECT pg_advisory_xact_lock(1330142551, hashtext(current_schema()))";
-constexpr int kSearchHits = 1000;
-constexpr int kWholeWordHits = 400;
 
 // Types of the server, by their fixed numbers.
 enum : Oid {
@@ -108,6 +106,11 @@ std::string ParameterText(const Value& value) {
 Value KeyValue(int64_t number) {
   const std::string digits = std::to_string(number);
   return std::u16string(digits.begin(), digits.end());
+}
+
+// That a component matches the expression of this parameter, counted from 1.
+std::string Matches(size_t parameter) {
+  return "\"_search_\" @@ to_tsquery('simple', $" + std::to_string(parameter) + ")";
 }
 
 int64_t NumberAt(const PGresult* result, int row, int column) {
@@ -250,6 +253,14 @@ PostgresSession::Result PostgresSession::Execute(const std::string& sql,
                               0));
 }
 
+PostgresSession::Result PostgresSession::Search(const std::string& sql,
+                                                std::span<const std::string> texts) {
+  std::vector<const char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return Check(PQexecParams(connection_.get(), sql.c_str(), static_cast<int>(pointers.size()),
+                            nullptr, pointers.data(), nullptr, nullptr, 0));
+}
+
 const Table& PostgresSession::FindTable(std::u16string_view name) {
   std::u16string key = FoldCase(name);
   const auto known = tables_.find(key);
@@ -350,42 +361,62 @@ Row PostgresSession::Change(const Table& table, int64_t number, const FieldValue
   return RowAt(result.get(), 0, table.columns.size(), true);
 }
 
-std::vector<FoundComponent> PostgresSession::FindComponents(std::span<const std::u16string> words) {
+std::vector<bool> PostgresSession::AreCommon(std::span<const std::string> expressions) {
+  // One page of two hundred: the same ones each time, none of a small table.
+  std::string sql = "SELECT count(*)";
+  for (size_t i = 1; i <= expressions.size(); ++i) {
+    sql += ", count(*) FILTER (WHERE " + Matches(i) + ")";
+  }
+  sql += " FROM \"CompDB\" TABLESAMPLE SYSTEM (0.5) REPEATABLE (0)";
+  const Result counts = Search(sql, expressions);
+  std::vector<bool> common;
+  for (size_t i = 1; i <= expressions.size(); ++i) {
+    const int64_t found = NumberAt(counts.get(), 0, static_cast<int>(i));
+    common.push_back(4 * found > NumberAt(counts.get(), 0, 0));
+  }
+  return common;
+}
+
+std::vector<FoundComponent> PostgresSession::FindComponents(std::span<const std::u16string> words,
+                                                            WordMatch match, int limit) {
+  const bool beginnings = match == WordMatch::kBeginning;
+  std::vector<std::string> expressions;
+  for (const std::u16string& word : words) {
+    expressions.push_back(StoredText(u'\'' + word + (beginnings ? u"':*" : u"'")));
+  }
+  // The index lists all rows of a beginning before it joins the lists. What a quarter of the rows
+  // holds is better looked for in the rows that the other words lead to.
+  std::vector<bool> common(words.size());
+  if (beginnings && words.size() > 1) common = AreCommon(expressions);
+  std::string sql = "SELECT \"CompID\"";
+  for (const std::u16string_view column : kSearchColumns) sql += ", " + QuotedName(column);
+  sql += " FROM \"CompDB\" WHERE TRUE";
+  for (size_t i = 0; i < words.size(); ++i) {
+    const std::string condition = Matches(i + 1);
+    // An index is no help for what stands before IS.
+    sql += common[i] ? " AND (" + condition + ") IS TRUE" : " AND " + condition;
+  }
+  sql += " LIMIT " + std::to_string(limit);
+
   // The planner takes words to be independent. Where no row holds all of them it expects many, and
   // walks through the whole table to find the first; the index of words knows better.
   const auto reset = [](pg_conn* connection) {
     PQclear(PQexec(connection, "RESET enable_seqscan; RESET enable_indexscan"));
   };
   std::unique_ptr<pg_conn, decltype(reset)> planner(nullptr, reset);
-  if (words.size() > 1) {
+  if (words.size() > 1 && std::find(common.begin(), common.end(), false) != common.end()) {
     Run("SET enable_seqscan = off; SET enable_indexscan = off");
     planner.reset(connection_.get());
   }
-  std::string sql = "SELECT \"CompID\"";
-  for (const std::u16string_view column : kSearchColumns) sql += ", " + QuotedName(column);
-  sql += " FROM \"CompDB\" WHERE \"_search_\" @@ to_tsquery('simple', $1) LIMIT ";
-  std::vector<FoundComponent> found;
-  const auto find = [&](bool beginnings, int limit) {
-    std::u16string expression;
-    for (const std::u16string& word : words) {
-      expression += (expression.empty() ? u"'" : u" & '") + word + (beginnings ? u"':*" : u"'");
+  const Result result = Search(sql, expressions);
+  std::vector<FoundComponent> found(static_cast<size_t>(PQntuples(result.get())));
+  for (int row = 0; row < PQntuples(result.get()); ++row) {
+    FoundComponent& component = found[static_cast<size_t>(row)];
+    component.key = static_cast<int32_t>(NumberAt(result.get(), row, 0));
+    for (size_t i = 0; i < component.texts.size(); ++i) {
+      component.texts[i] = TextAt(result.get(), row, static_cast<int>(i) + 1);
     }
-    const std::string text = StoredText(expression);
-    const char* const parameters[] = {text.c_str()};
-    // Not prepared: the best plan depends on the words.
-    const Result result =
-        Check(PQexecParams(connection_.get(), (sql + std::to_string(limit)).c_str(), 1, nullptr,
-                           parameters, nullptr, nullptr, 0));
-    for (int row = 0; row < PQntuples(result.get()); ++row) {
-      FoundComponent& component = found.emplace_back();
-      component.key = static_cast<int32_t>(NumberAt(result.get(), row, 0));
-      for (size_t i = 0; i < component.texts.size(); ++i) {
-        component.texts[i] = TextAt(result.get(), row, static_cast<int>(i) + 1);
-      }
-    }
-    return PQntuples(result.get()) == limit;
-  };
-  if (find(true, kSearchHits)) find(false, kWholeWordHits);
+  }
   return found;
 }
 

@@ -37,7 +37,8 @@ class PostgresSession final : public Session {
   std::optional<Row> ReadRow(const Table& table, int64_t number) override;
   Row Insert(const Table& table, const FieldValues& fields) override;
   Row Change(const Table& table, int64_t number, const FieldValues& fields) override;
-  std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words) override;
+  std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words, WordMatch match,
+                                             int limit) override;
 
  protected:
   void Begin(bool alone) override;
@@ -56,6 +57,10 @@ class PostgresSession final : public Session {
   [[noreturn]] void Fail(const pg_result* result) const;
   Result Check(pg_result* result) const;
   Result Execute(const std::string& sql, std::span<const Value> parameters);
+  /// Not prepared: the best plan depends on the texts.
+  Result Search(const std::string& sql, std::span<const std::string> texts);
+  /// Whether more than a quarter of the components match, for each expression of the text search.
+  std::vector<bool> AreCommon(std::span<const std::string> expressions);
 
   std::u16string name_;
   std::unique_ptr<pg_conn, CloseConnection> connection_;

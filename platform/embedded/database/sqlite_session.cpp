@@ -19,9 +19,6 @@ namespace ohmwise::embedded {
 namespace {
 
 constexpr size_t kPreparedStatements = 24;
-// Components looked at for one search, and those of them that may be there for whole words.
-constexpr int kWholeWordHits = 400;
-constexpr int kSearchHits = 1000;
 
 [[noreturn]] void FailFile(const std::u16string& name, std::u16string_view what) {
   Raise(Err::kProvider, u"The database \"" + name + u"\" " + std::u16string(what));
@@ -393,37 +390,33 @@ bool SqliteSession::Has(const char* table) const {
                                        nullptr, nullptr) == SQLITE_OK;
 }
 
-std::vector<FoundComponent> SqliteSession::FindComponents(std::span<const std::u16string> words) {
+std::vector<FoundComponent> SqliteSession::FindComponents(std::span<const std::u16string> words,
+                                                          WordMatch match, int limit) {
+  if (!Has("_search")) {
+    FailFile(name_,
+             u"has no search index; a catalogue made by \"ohmwise catalogue init\" has one.");
+  }
   std::string sql = "SELECT c.\"CompID\"";
   for (const std::u16string_view column : kSearchColumns) sql += ", c." + QuotedName(column);
   sql +=
       " FROM _search JOIN \"CompDB\" AS c ON c.\"CompID\" = _search.rowid "
       "WHERE _search MATCH ?1 ORDER BY _search.rowid LIMIT ?2";
-  if (!Has("_search")) {
-    FailFile(name_,
-             u"has no search index; a catalogue made by \"ohmwise catalogue init\" has one.");
+  std::u16string expression;
+  for (const std::u16string& word : words) {
+    expression += u'"' + word + (match == WordMatch::kBeginning ? u"\"* " : u"\" ");
   }
+  const Use search(Prepared(sql));
+  search->Bind(1, Value(expression));
+  search->Bind(2, int64_t{limit});
   std::vector<FoundComponent> found;
-  const auto find = [&](bool beginnings, int limit) {
-    std::u16string expression;
-    for (const std::u16string& word : words) {
-      expression += u'"' + word + (beginnings ? u"\"* " : u"\" ");
+  while (search->Step()) {
+    FoundComponent& component = found.emplace_back();
+    component.key = static_cast<int32_t>(search->Number(0));
+    for (size_t i = 0; i < component.texts.size(); ++i) {
+      const Value text = search->Column(static_cast<int>(i) + 1, ColumnType::kText);
+      if (text.IsText()) component.texts[i] = text.AsText();
     }
-    const Use search(Prepared(sql));
-    search->Bind(1, Value(expression));
-    search->Bind(2, int64_t{limit});
-    int rows = 0;
-    for (; search->Step(); ++rows) {
-      FoundComponent& component = found.emplace_back();
-      component.key = static_cast<int32_t>(search->Number(0));
-      for (size_t i = 0; i < component.texts.size(); ++i) {
-        const Value text = search->Column(static_cast<int>(i) + 1, ColumnType::kText);
-        if (text.IsText()) component.texts[i] = text.AsText();
-      }
-    }
-    return rows == limit;
-  };
-  if (find(true, kSearchHits)) find(false, kWholeWordHits);
+  }
   return found;
 }
 

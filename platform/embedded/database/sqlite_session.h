@@ -81,7 +81,8 @@ class SqliteSession : public Session {
   std::optional<Row> ReadRow(const Table& table, int64_t number) override;
   Row Insert(const Table& table, const FieldValues& fields) override;
   Row Change(const Table& table, int64_t number, const FieldValues& fields) override;
-  std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words) override;
+  std::vector<FoundComponent> FindComponents(std::span<const std::u16string> words, WordMatch match,
+                                             int limit) override;
 
  protected:
   void Begin(bool alone) override;
