@@ -54,11 +54,25 @@ run "$ohmwise" page out/moved.vsdx rename Signals "Signals / it's lamps" --save
 run "$ohmwise" page out/moved.vsdx delete 'Inputs and terminals' --save
 run "$ohmwise" labels out/moved.vsdx
 
+say "Coils get articles of a catalogue, and the bill of materials is a workbook"
+rm -f out/parts.mdb out/bill-of-materials.xlsx
+run "$ohmwise" catalogue init out/parts.mdb
+run "$ohmwise" assign out/motor-starter.vsdx Coil Coil.66 --component 4 --catalogue out/parts.mdb \
+  --output out/assigned.vsdx
+run "$ohmwise" assign out/assigned.vsdx Coil.95 --component 8 --catalogue out/parts.mdb --save
+run "$ohmwise" report bom out/assigned.vsdx --catalogue out/parts.mdb \
+  --output out/bill-of-materials.xlsx
+
+say "What is wrong in the drawing, and what to do"
+run "$ohmwise" check out/assigned.vsdx --catalogue out/parts.mdb --fail-on never
+
 say "Results"
 cat <<END
-out/motor-starter.vsdx   the sample drawing, as it was
-out/renamed.vsdx         K10 on the coil, texts and reference cells in step
-out/renamed-index.txt    its index as a table, out/renamed-index.json as JSON
-out/moved.vsdx           the same with one contact moved, one page renamed, one deleted
+out/motor-starter.vsdx       the sample drawing, as it was
+out/renamed.vsdx             K10 on the coil, texts and reference cells in step
+out/renamed-index.txt        its index as a table, out/renamed-index.json as JSON
+out/moved.vsdx               the same with one contact moved, one page renamed, one deleted
+out/assigned.vsdx            the sample drawing with articles of the catalogue out/parts.mdb
+out/bill-of-materials.xlsx   what is in it, counted and priced, for any spreadsheet program
 Demo finished: the drawings in out/ open in LibreOffice Draw and Microsoft Visio.
 END
