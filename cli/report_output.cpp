@@ -69,7 +69,7 @@ class WorkbookReport {
     HideEmptyColumns();
     for (Row& row : table_.rows) {
       WriteRow(book_.LastRow() + 1, row);
-      row = {};  // the workbook has it now
+      row = Row();  // the workbook has it now; braces would keep the room
       if (book_.LastRow() % 1000 == 0) Interrupt::Check();
     }
     if (!table_.totals.empty()) {
