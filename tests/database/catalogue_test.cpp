@@ -372,6 +372,22 @@ TEST_P(CatalogueTest, FillsATableThatTheServerKnowsAsEmpty) {
     END $$)sql");
 }
 
+TEST_P(CatalogueTest, SaysThatTheServerHasGoneAndLosesOnlyWhatWasNotCommitted) {
+  if (!IsPostgres()) return;  // the other engine has no server
+  const ConnectionRef connection = Connect();
+  Add(connection, u"kept");
+  connection->BeginTrans();
+  Add(connection, u"lost");
+  PostgresSession(location_, std::chrono::seconds(1))
+      .Run(
+          "SELECT pg_terminate_backend(pid, 5000) FROM pg_stat_activity "
+          "WHERE pid <> pg_backend_pid() AND datname = current_database()");
+  ExpectRaise(u"This probably means the server terminated abnormally before or while processing",
+              [&] { Add(connection, u"late"); });
+  ExpectRaise(u"", [&] { connection->CommitTrans(); });
+  EXPECT_EQ(Column(u"SELECT Name FROM CompDB WHERE CompID > 1"), u"kept;");
+}
+
 TEST_P(CatalogueTest, ShowsTheTableAsItWasWhenItWasOpened) {
   const ConnectionRef connection = Connect();
   Add(connection, u"a");

@@ -63,19 +63,24 @@ std::u16string PublicName(std::u16string_view url) {
   return std::u16string(url);
 }
 
-// A message of the library in one line, each of its lines a sentence.
+bool EndsSentence(std::u16string_view text) { return text.ends_with(u'.') || text.ends_with(u'?'); }
+
+// A message of the library in one line. Its lines are sentences, but for indented ones that go on
+// in small letters.
 std::u16string Sentence(const char* message) {
   std::u16string sentences;
-  const std::u16string text = ReplaceAll(FromUtf8(message), u"\t", u" ");
+  const std::u16string text = FromUtf8(message);
   for (size_t begin = 0; begin < text.size();) {
     const size_t end = std::min(text.find(u'\n', begin), text.size());
-    const std::u16string_view line =
-        TrimSpaces(std::u16string_view(text).substr(begin, end - begin));
+    const std::u16string line = ReplaceAll(text.substr(begin, end - begin), u"\t", u" ");
     begin = end + 1;
-    if (line.empty()) continue;
-    sentences.append(sentences.empty() ? u"" : u" ").append(line);
-    if (!line.ends_with(u'.') && !line.ends_with(u'?')) sentences += u'.';
+    const std::u16string_view words = TrimSpaces(line);
+    if (words.empty()) continue;
+    const bool goes_on = line[0] == u' ' && words[0] >= u'a' && words[0] <= u'z';
+    if (!sentences.empty() && !goes_on && !EndsSentence(sentences)) sentences += u'.';
+    sentences.append(sentences.empty() ? u"" : u" ").append(words);
   }
+  if (!sentences.empty() && !EndsSentence(sentences)) sentences += u'.';
   return sentences;
 }
 
