@@ -22,7 +22,8 @@ install_missing() {
   echo "Installing ${missing[*]}"
   local log
   log=$(mktemp)
-  if ! { "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q &&
+  # A failed update may be about an index that is not needed here; what is there may do.
+  if ! { "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
          "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
            --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
     tail -n 20 "$log" >&2
