@@ -267,7 +267,8 @@ void FollowInCables(AddIn& add_in, const NewTexts& texts) {
   shapeutil::ForEachCable(add_in.document(), [&](std::u16string_view, const CellRef& prompt) {
     const std::u16string before = prompt->ResultText();
     std::u16string after = before;
-    for (int32_t core = 0; core < SharedMisc().GetCoreCount(before); ++core) {
+    const int32_t count = SharedMisc().GetCoreCount(before);
+    for (int32_t core = 0; core < count; ++core) {
       const std::u16string key = SharedMisc().GetCoreKey(before, core);
       const std::u16string* const text = Find(texts, TrimSpaces(key));
       if (text) after = SharedMisc().GetCoreArrange(after, core, *text);
@@ -298,7 +299,11 @@ void Apply(AddIn& add_in, const DrawingNames& drawing, const RenumberPlan& plan,
     }
   }
   for (const auto& [label, text] : labels) Write(label, u"", *text);
-  wires ? FollowInCables(add_in, texts) : FollowElsewhere(add_in, texts);
+  if (wires) {
+    FollowInCables(add_in, texts);
+  } else {
+    FollowElsewhere(add_in, texts);
+  }
 
   add_in.ScanDocument();
   for (const auto& [label, text] : labels) {

@@ -5,13 +5,13 @@
 
 #include <algorithm>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
 
 #include "bench/generated_drawing.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/vsdx/drawing_file.h"
+#include "tests/cli/cable_sheet.h"
 #include "tests/cli/program.h"
 
 namespace ohmwise::testing {
@@ -221,32 +221,18 @@ TEST(RenumberTest, EverythingGoesAlong) {
 
 TEST(RenumberTest, CoresOfCablesFollowTheirWires) {
   const SampleFolder folder;
-  const auto sheet_of = [](embedded::Drawing& drawing) {
-    const DocumentRef document = drawing.document();
-    return document->MasterAt(document->MasterCount())->PageSheet();
-  };
   {
     const auto file = embedded::DrawingFile::Open(folder.drawing());
-    embedded::DocumentModel& model = file->model();
-    auto master = std::make_unique<embedded::MasterModel>();
-    master->id = 1000;
-    master->name = master->name_u = "CableProp";
-    master->unique_id = "{6F0B3A10-0000-4000-8000-000000001000}";
-    master->added = true;
-    master->sheet.kind = embedded::SheetKind::kMasterPage;
-    master->contents.master = master.get();
-    master->contents.loaded = master->contents.changed = true;
-    model.masters.push_back(std::move(master));
-    embedded::Drawing drawing(model);
-    sheet_of(drawing)->AddNamedRow(section::kUser, u"W2", row_tag::kDefault);
-    sheet_of(drawing)->Cells(u"User.W2.Prompt")->SetFormula(u"\"11| 4||L1|Signals!Wire.4|24V|5\"");
+    embedded::Drawing drawing(file->model());
+    AddCable(drawing, u"", u"11| 4||L1|Signals!Wire.4|24V|5");
     file->Save(folder.drawing());
   }
   RunJson({"renumber", folder.drawing(), "--wires", "--save"});
   const auto file = embedded::DrawingFile::Open(folder.drawing());
   embedded::Drawing drawing(file->model());
-  EXPECT_EQ(sheet_of(drawing)->Cells(u"User.W2.Prompt")->ResultText(),
-            u"4|7||L1|Signals!Wire.4|24V|8");
+  const DocumentRef document = drawing.document();
+  const ShapeRef cables = document->MasterAt(document->MasterCount())->PageSheet();
+  EXPECT_EQ(cables->Cells(u"User.W2.Prompt")->ResultText(), u"4|7||L1|Signals!Wire.4|24V|8");
 }
 
 TEST(RenumberTest, LabelsAndEndsFollow) {

@@ -117,6 +117,9 @@ class CatalogueTest : public ::testing::TestWithParam<const char*> {
   std::u16string location_;
 };
 
+/// What only an engine with a server knows.
+class ServerCatalogueTest : public CatalogueTest {};
+
 TEST_P(CatalogueTest, StartsWithTheRecordsThatLookupsFallBackTo) {
   EXPECT_EQ(Column(u"SELECT CompID FROM CompDB"), u"1;");
   EXPECT_EQ(Column(u"SELECT CatID FROM CatDB"), u"0;");
@@ -345,8 +348,7 @@ TEST_P(CatalogueTest, KeepsOrDropsTransactionsWhole) {
   EXPECT_EQ(Column(u"SELECT CompID FROM CompDB"), u"1;2;3;");
 }
 
-TEST_P(CatalogueTest, FillsATableThatTheServerKnowsAsEmpty) {
-  if (!IsPostgres()) return;  // the other engine has no such knowledge
+TEST_P(ServerCatalogueTest, FillsATableThatTheServerKnowsAsEmpty) {
   PostgresSession server(location_, std::chrono::seconds(1));
   server.Run("VACUUM ANALYZE");
   {
@@ -372,8 +374,7 @@ TEST_P(CatalogueTest, FillsATableThatTheServerKnowsAsEmpty) {
     END $$)sql");
 }
 
-TEST_P(CatalogueTest, SaysThatTheServerHasGoneAndLosesOnlyWhatWasNotCommitted) {
-  if (!IsPostgres()) return;  // the other engine has no server
+TEST_P(ServerCatalogueTest, SaysThatTheServerHasGoneAndLosesOnlyWhatWasNotCommitted) {
   const ConnectionRef connection = Connect();
   Add(connection, u"kept");
   connection->BeginTrans();
@@ -588,8 +589,10 @@ TEST_P(CatalogueTest, KeepsEveryAcknowledgedRowWhenAWriterIsKilled) {
   }
 }
 
+const auto kEngineName = [](const auto& engine) { return std::string(engine.param); };
 INSTANTIATE_TEST_SUITE_P(Engines, CatalogueTest, ::testing::Values("sqlite", "postgres"),
-                         [](const auto& engine) { return std::string(engine.param); });
+                         kEngineName);
+INSTANTIATE_TEST_SUITE_P(Engines, ServerCatalogueTest, ::testing::Values("postgres"), kEngineName);
 
 }  // namespace
 }  // namespace ohmwise::embedded

@@ -19,6 +19,7 @@
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/embedded/vsdx/package.h"
 #include "platform/text.h"
+#include "tests/cli/cable_sheet.h"
 #include "tests/cli/program.h"
 
 namespace ohmwise::testing {
@@ -47,30 +48,6 @@ void Dress(const std::string& path, const std::vector<CellText>& cells) {
     }
     shape->Cells(cell.cell)->SetFormula(u"\"" + ReplaceAll(cell.text, u"\"", u"\"\"") + u"\"");
   }
-  file->Save(path);
-}
-
-/// Gives a drawing the sheet of its cables, with one cable: row, cable text, arrange text.
-void AddCable(const std::string& path, std::u16string_view row, std::u16string_view cable,
-              std::u16string_view arrange) {
-  const auto file = embedded::DrawingFile::Open(path);
-  embedded::DocumentModel& model = file->model();
-  auto master = std::make_unique<embedded::MasterModel>();
-  master->id = 1000;
-  master->name = master->name_u = model.arena.Keep("CableProp");
-  master->unique_id = model.arena.Keep("{6F0B3A10-0000-4000-8000-000000001000}");
-  master->added = true;
-  master->sheet.kind = embedded::SheetKind::kMasterPage;
-  master->contents.master = master.get();
-  master->contents.loaded = master->contents.changed = true;
-  model.masters.push_back(std::move(master));
-  embedded::Drawing drawing(model);
-  const DocumentRef document = drawing.document();
-  const ShapeRef sheet = document->MasterAt(document->MasterCount())->PageSheet();
-  sheet->AddNamedRow(section::kUser, row, row_tag::kDefault);
-  const std::u16string name = u"User." + std::u16string(row);
-  sheet->Cells(name)->SetFormula(u"\"" + std::u16string(cable) + u"\"");
-  sheet->Cells(name + u".Prompt")->SetFormula(u"\"" + std::u16string(arrange) + u"\"");
   file->Save(path);
 }
 
@@ -198,15 +175,15 @@ TEST_F(ReportTest, ListsOfTheSample) {
 }
 
 TEST_F(ReportTest, CablesTellTheWireAtEveryCore) {
-  const std::u16string unique_id = [&] {
+  std::u16string unique_id;
+  {
     const auto file = embedded::DrawingFile::Open(drawing());
     embedded::Drawing opened(file->model());
-    std::u16string id = opened.FindShape(kPower, u"Wire.60")->UniqueID();
+    unique_id = opened.FindShape(kPower, u"Wire.60")->UniqueID();
+    AddCable(opened, u"Motor cable|Maker|MC|6|1,2,,PE , 5,6,7|2.5",
+             u"7|" + unique_id + u"|Power circuit!Wire.61||gone");
     file->Save(drawing());
-    return id;
-  }();
-  AddCable(drawing(), u"W2", u"Motor cable|Maker|MC|6|1,2,,PE , 5,6,7|2.5",
-           u"7|" + unique_id + u"|Power circuit!Wire.61||gone");
+  }
   const Json report = RunJson({"cables", drawing()});
   const struct {
     const char *core_name, *wire, *from, *to;
