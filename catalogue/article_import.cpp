@@ -212,8 +212,14 @@ class Planner {
   }
 
   std::u16string_view Cell(const SourceRow& row, std::optional<size_t> cell) const {
-    if (!cell || *cell >= row.cells.size()) return {};
-    return Trimmed(row.cells[*cell]);
+    if (!cell) return {};
+    size_t at = *cell;
+    if (!row.columns.empty()) {
+      const auto found = std::lower_bound(row.columns.begin(), row.columns.end(), *cell);
+      if (found == row.columns.end() || *found != *cell) return {};
+      at = static_cast<size_t>(found - row.columns.begin());
+    }
+    return at < row.cells.size() ? Trimmed(row.cells[at]) : std::u16string_view();
   }
 
   bool SameIn(const SourceRow& row, size_t column, const Article& article) const {
@@ -271,7 +277,8 @@ class Planner {
   }
 
   void Compare(const SourceRow& row, PlannedRow& planned) {
-    for (size_t cell = header_.columns.size(); cell < row.cells.size(); ++cell) {
+    for (size_t cell = row.cells.size(); cell-- > 0;) {
+      if ((row.columns.empty() ? cell : row.columns[cell]) < header_.columns.size()) break;
       if (Trimmed(row.cells[cell]).empty()) continue;
       throw Refusal{u"it has more fields than the line of titles"};
     }

@@ -14,6 +14,7 @@ namespace ohmwise::catalogue {
 struct SourceRow {
   size_t line = 0;
   std::vector<std::u16string> cells;
+  std::vector<size_t> columns = {};  ///< of the cells, ascending from 0; empty: one after the other
 };
 
 /// What the cells of a row are.

@@ -69,13 +69,18 @@ std::vector<Source> SourcesInTables(const std::string& path, std::vector<TextTab
         });
     const auto first = titles != table.rows.end() ? titles : table.rows.begin();
     if (first == table.rows.end()) continue;
-    std::optional<Header> header = catalogue::ReadHeader(first->cells);
+    std::vector<std::u16string> names;
+    for (size_t cell = 0; cell < first->cells.size(); ++cell) {
+      names.resize(first->ColumnOf(cell));
+      names.push_back(std::move(first->cells[cell]));
+    }
+    std::optional<Header> header = catalogue::ReadHeader(names);
     if (!header) continue;
     Source& source = sources.emplace_back();
     source.name = std::move(table.name);
     source.header = std::move(*header);
     for (auto row = first + 1; row != table.rows.end(); ++row) {
-      source.rows.push_back({row->line, std::move(row->cells)});
+      source.rows.push_back({row->line, std::move(row->cells), std::move(row->columns)});
     }
   }
   if (sources.empty()) {

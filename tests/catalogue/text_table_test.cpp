@@ -19,7 +19,12 @@ std::vector<Text> Shown(const TextTable& table) {
   std::vector<Text> lines;
   for (const TextTable::Row& row : table.rows) {
     Text& line = lines.emplace_back(DecimalText(static_cast<double>(row.line)) + u": ");
-    for (size_t i = 0; i < row.cells.size(); ++i) line += (i > 0 ? u"|" : u"") + row.cells[i];
+    size_t column = 0;
+    for (size_t i = 0; i < row.cells.size(); ++i) {
+      if (row.cells[i].empty()) continue;
+      line += Text(row.ColumnOf(i) - column, u'|') + row.cells[i];
+      column = row.ColumnOf(i);
+    }
   }
   return lines;
 }
@@ -39,8 +44,8 @@ TEST(SeparatedValuesTest, ReadsWhatProgramsWrite) {
       {"H\xC3\xB6he\n", {u"1: Höhe"}},
       {"H\xF6he,\x80 5\n", {u"1: Höhe|€ 5"}},
       {"a,\"b \"\"q\"\"\r\nc\"\nd,e\n", {u"1: a|b \"q\"\r\nc", u"3: d|e"}},
-      {"a,5\" pipe,\n\n,\n", {u"1: a|5\" pipe|", u"2: ", u"3: |"}},
-      {"a,\"\"", {u"1: a|"}},
+      {"a,5\" pipe,\n\n,\n", {u"1: a|5\" pipe", u"2: ", u"3: "}},
+      {"a,\"\"", {u"1: a"}},
   };
   for (const auto& row : rows) EXPECT_EQ(Shown(ParseSeparatedValues(row.bytes)), row.rows);
   const struct {
@@ -48,6 +53,7 @@ TEST(SeparatedValuesTest, ReadsWhatProgramsWrite) {
     const char* place;
   } refused[] = {{"a,b\n\"c,d\ne", "Line 2"},
                  {"a\n\n\"b\nc\"d", "Line 4"},
+                 {"a\n" + std::string(16384, ','), "Line 2"},
                  {std::string("\xFF\xFE"
                               "a\0",
                               4),

@@ -92,14 +92,16 @@ std::string ReadWholeFile(const std::string& path, uint64_t limit) {
   struct stat status {};
   if (fstat(file.get(), &status) != 0) Fail("Cannot read", path, errno);
   if (S_ISDIR(status.st_mode)) Fail("Cannot read", path, EISDIR);
+  const auto too_large = [&] {
+    Raise(Err::kHost, FromUtf8("Cannot read \"" + path + "\": it is larger than " +
+                               std::to_string(limit >> 20) + " MiB."));
+  };
+  if (status.st_size > 0 && static_cast<uint64_t>(status.st_size) > limit) too_large();
   std::string bytes;
   bytes.resize(status.st_size > 0 ? static_cast<size_t>(status.st_size) + 1 : 65536);
   size_t used = 0;
   for (;;) {
-    if (used > limit) {
-      Raise(Err::kHost, FromUtf8("Cannot read \"" + path + "\": it is larger than " +
-                                 std::to_string(limit >> 20) + " MiB."));
-    }
+    if (used > limit) too_large();
     const ssize_t got = read(file.get(), bytes.data() + used, bytes.size() - used);
     if (got < 0) {
       if (errno == EINTR) continue;

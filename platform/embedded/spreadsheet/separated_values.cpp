@@ -2,6 +2,7 @@
 #include <array>
 
 #include "platform/code_page.h"
+#include "platform/embedded/spreadsheet/address.h"
 #include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/error.h"
 #include "platform/text.h"
@@ -85,9 +86,10 @@ class Parser {
     while (at_ < text_.size()) {
       TextTable::Row& row = rows.emplace_back();
       row.line = line_;
-      if (rows.size() > 1) row.cells.reserve(rows.front().cells.size());
-      for (;;) {
-        row.cells.push_back(text_.substr(at_, 1) == u"\"" ? Quoted() : Plain());
+      for (size_t column = 0;; ++column) {
+        if (column == kLastSheetColumn) Refuse(row.line, u"has more than 16384 fields");
+        std::u16string cell = text_.substr(at_, 1) == u"\"" ? Quoted() : Plain();
+        if (!cell.empty()) row.Put(column, std::move(cell));
         if (at_ >= text_.size() || text_[at_] != separator_) break;
         ++at_;
       }
@@ -137,6 +139,14 @@ class Parser {
 };
 
 }  // namespace
+
+void TextTable::Row::Put(size_t column, std::u16string text) {
+  // Nearly always at the end.
+  auto at = columns.end();
+  while (at != columns.begin() && *(at - 1) > column) --at;
+  cells.insert(cells.begin() + (at - columns.begin()), std::move(text));
+  columns.insert(at, column);
+}
 
 TextTable ParseSeparatedValues(std::string_view bytes) {
   const std::u16string decoded = Decoded(bytes);

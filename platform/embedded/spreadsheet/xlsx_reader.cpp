@@ -100,15 +100,14 @@ class Workbook {
       line = row.attribute("r").as_uint(static_cast<unsigned>(line + 1));
       TextTable::Row& cells = table.rows.emplace_back();
       cells.line = line;
+      size_t column = 0;
       for (const pugi::xml_node cell : row.children("c")) {
-        size_t column = cells.cells.size();
         if (const pugi::xml_attribute place = cell.attribute("r")) {
           column = ColumnOf(place.value(), part);
         }
         std::u16string text = CellText(cell, part);
-        if (text.empty()) continue;
-        if (column >= cells.cells.size()) cells.cells.resize(column + 1);
-        cells.cells[column] = std::move(text);
+        if (!text.empty()) cells.Put(column, std::move(text));
+        ++column;
       }
       if (cells.cells.empty()) table.rows.pop_back();
     }
