@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <initializer_list>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -31,6 +32,19 @@ std::u16string Result(const ShapeRef& shape, const std::u16string& cell) {
   return shape->Cells(cell)->ResultText();
 }
 
+/// The parts of a location together, as the drawing shows them: an error stands for the whole.
+std::u16string Joined(std::initializer_list<std::u16string> parts) {
+  std::u16string whole;
+  for (const std::u16string& part : parts) {
+    for (const std::u16string_view error :
+         {u"#DIV/0!", u"#VALUE!", u"#REF!", u"#NAME?", u"#NUM!", u"#N/A"}) {
+      if (part == error) return part;
+    }
+    whole += part;
+  }
+  return whole;
+}
+
 /// The shapes of an entry as they are now: filing a label anew changes its entry.
 std::vector<ShapeRef> ShapesIn(const CollectionRef& entry) {
   std::vector<ShapeRef> shapes;
@@ -53,8 +67,8 @@ std::vector<Row> RowsOf(AddIn& add_in, const Label& label) {
       return Result(label.shape, u"Scratch." + std::u16string(column) + number);
     };
     rows.push_back({target,
-                    Result(sheet, u"User.LocationPage") + part(u"A") +
-                        Result(sheet, u"User.LocationSeparator") + part(u"B") + part(u"C"),
+                    Joined({Result(sheet, u"User.LocationPage"), part(u"A"),
+                            Result(sheet, u"User.LocationSeparator"), part(u"B"), part(u"C")}),
                     Result(label.shape, u"Hyperlink.Go" + number + u".SubAddress")});
   }
   return rows;

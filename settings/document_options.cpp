@@ -1,5 +1,7 @@
 #include <cmath>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/code_page.h"
 #include "platform/conversion.h"
@@ -62,6 +64,14 @@ CellRef OptionCell(const DocumentRef& document, std::u16string_view name, const 
   return sheet->Cells(cell);
 }
 
+/// Zero, perhaps with decimals and a unit.
+bool IsZeroText(std::u16string_view text) {
+  const size_t digits = text.find_first_not_of(u" -+");
+  if (digits == text.npos || text[digits] != u'0') return false;
+  const size_t unit = text.find_first_not_of(u"0.,", digits);
+  return unit != text.npos && text.find_first_of(u"0123456789", unit) == text.npos;
+}
+
 /// A cell's text as a number. Where the cell is a number already, that number serves: its text has
 /// the unit, the digits and the decimal sign of the display.
 double NumberOption(const DocumentRef& document, std::u16string_view name, double otherwise) {
@@ -69,13 +79,7 @@ double NumberOption(const DocumentRef& document, std::u16string_view name, doubl
   const double number = cell->ResultNumber();
   if (number != 0) return number;
   const std::u16string text = cell->ResultText();
-  // Zero, perhaps with decimals and a unit; or a text.
-  const size_t digits = text.find_first_not_of(u" -+");
-  if (digits != text.npos && text[digits] == u'0') {
-    const size_t unit = text.find_first_not_of(u"0.,", digits);
-    if (unit != text.npos && text.find_first_of(u"0123456789", unit) == text.npos) return 0;
-  }
-  return TextToDouble(text);
+  return IsZeroText(text) ? 0 : TextToDouble(text);
 }
 
 std::u16string TextOption(const DocumentRef& document, std::u16string_view name,
@@ -90,18 +94,23 @@ std::u16string TextOption(const DocumentRef& document, std::u16string_view name,
 /// Formulas compare within this distance, so a pin may miss the origin by so much.
 bool IsNegative(double pin) { return pin < -1e-9; }
 
-/// Lines of the grid between its origin and a pin, as the location formulas count them.
-double GridLine(double pin, double origin, double pitch, double scale) {
+constexpr std::u16string_view kNoDivision = u"#DIV/0!";
+constexpr std::u16string_view kNoValue = u"#VALUE!";
+
+/// Lines of the grid between its origin and a pin, as the location formulas count them; nullopt
+/// where the pitch is zero.
+std::optional<double> GridLine(double pin, double origin, double pitch, double scale) {
   const double step = pitch * scale;
-  if (step == 0) Raise(Err::kDivideByZero);
+  if (step == 0) return std::nullopt;
   return std::floor((std::fabs(pin) - origin * scale) / step);
 }
 
+/// Beyond the last letter there is an error value.
 std::u16string RowLetters(double row) {
   std::u16string letters;
   if (row >= 26) {
     const double leading = 64 + std::floor(row / 26);
-    if (!(leading <= 255)) Raise(Err::kInvalidCall, u"The shape is beyond the last row letter.");
+    if (!(leading <= 255)) return std::u16string(kNoValue);
     letters += AnsiCharacter(static_cast<int32_t>(leading));
   }
   const double within = row - 26 * std::floor(row / 26);
@@ -113,6 +122,20 @@ std::u16string RowLetters(double row) {
 std::u16string WholeText(double number) {
   const double rounded = std::round(number);
   return DecimalText(rounded == 0 ? 0.0 : rounded);
+}
+
+/// The number of a page likewise; a text that is none gives an error value.
+std::u16string PageNumberText(const PageRef& page) {
+  constexpr std::u16string_view kCell = u"User.PageNumber";
+  const ShapeRef sheet = page->PageSheet();
+  if (!sheet->CellExists(kCell, false)) return WholeText(page->Index());
+  const CellRef cell = sheet->Cells(kCell);
+  const double number = cell->ResultNumber();
+  const std::u16string text = cell->ResultText();
+  if (number != 0 || text.empty() || IsNumericText(text) || IsZeroText(text)) {
+    return WholeText(number);
+  }
+  return text.starts_with(u'#') ? text : std::u16string(kNoValue);
 }
 
 }  // namespace
@@ -161,23 +184,27 @@ std::u16string clsLSettings::GetLocation(const ShapeRef& shpActive, bool Simple)
   if (!page) Raise(Err::kObjectNotSet, u"The shape is on no page.");
   const ShapeRef sheet = page->PageSheet();
   const double page_scale = sheet->Cells(u"PageScale")->ResultNumber();
-  if (page_scale == 0) Raise(Err::kDivideByZero);
-  const double scale = sheet->Cells(u"DrawingScale")->ResultNumber() / page_scale;
+  const double drawing_scale = sheet->Cells(u"DrawingScale")->ResultNumber();
+  const double scale = page_scale == 0 ? 0 : drawing_scale / page_scale;
   const double x = shpActive->Cells(u"PinX")->ResultNumber();
   const double y = shpActive->Cells(u"PinY")->ResultNumber();
 
+  // What the formulas of a label show: the first error value stands for the whole.
+  const auto row = GridLine(y, LocationA(document), LocationB(document), scale);
+  const auto column = GridLine(x, LocationC(document), LocationD(document), scale);
   const bool below = IsNegative(y);
-  const double row =
-      GridLine(y, LocationA(document), LocationB(document), scale) + 1 + (below ? 1 : 0);
-  const double column =
-      (IsNegative(x) ? -1 : 1) * (GridLine(x, LocationC(document), LocationD(document), scale) + 2);
-  std::u16string grid = (below ? u" - " : u"") + RowLetters(row) + WholeText(column);
+  std::u16string grid(kNoDivision);
+  if (row) grid = RowLetters(*row + 1 + (below ? 1 : 0));
+  if (row && column && grid != kNoValue) {
+    grid = (below ? u" - " : u"") + grid + WholeText((IsNegative(x) ? -1 : 1) * (*column + 2));
+  } else if (row && !column && grid != kNoValue) {
+    grid = kNoDivision;
+  }
   if (Simple) return grid;
-
-  const std::u16string_view number = u"User.PageNumber";
-  const double page_number = sheet->CellExists(number, false) ? sheet->Cells(number)->ResultNumber()
-                                                              : static_cast<double>(page->Index());
-  return LocationPage(document) + WholeText(page_number) + LocationSeparator(document) + grid;
+  std::u16string number = PageNumberText(page);
+  if (number.starts_with(u'#')) return number;
+  if (grid.starts_with(u'#')) return grid;
+  return LocationPage(document) + number + LocationSeparator(document) + grid;
 }
 
 }  // namespace ohmwise

@@ -138,7 +138,9 @@ TEST_F(LocationTest, SaysWhatTheFormulasOfALabelSay) {
     const char16_t *page, *separator;
   } grids[] = {{1, 0.75, 1, 0.75, u"/", u"."},
                {56 / 25.4, 36 / 25.4, 43.5 / 25.4, 35 / 25.4, u"", u" : "},
-               {0, 0.1, -1, 3, u"\"=\"\"P\"", u""}};
+               {0, 0.1, -1, 3, u"\"=\"\"P\"", u""},
+               {1, 0, 1, 1, u"", u""},
+               {1, 1, 1, 0, u"", u""}};
   const double places[] = {0,     1,     1.75,  2.5,   0.999, 1.7499999999, 0.25,
                            -0.25, -1,    -1.75, -2.5,  19.75, 20.5,         21.25,
                            40,    100.3, 1e-9,  -1e-9, -3e-9, 526,          600};
@@ -154,7 +156,6 @@ TEST_F(LocationTest, SaysWhatTheFormulasOfALabelSay) {
       const ShapeRef target = drawing.Shape(std::u16string(u"Target") + page);
       for (const double x : places) {
         for (const double y : {x, -x, 2 - x}) {
-          if (grid.b == 0.1 && std::abs(y) > 400) continue;  // beyond the letters, see below
           target->Cells(u"PinX")->SetResultNumber(x);
           target->Cells(u"PinY")->SetResultNumber(y);
           const std::u16string live = LiveLocation(page, false);
@@ -166,6 +167,11 @@ TEST_F(LocationTest, SaysWhatTheFormulasOfALabelSay) {
     }
   }
   EXPECT_GT(compared, 300);
+  for (const char16_t* number : {u"\"A7\"", u"\"12\"", u"NA()", u"0"}) {
+    drawing.SetCell(drawing.Page(u"Plain")->PageSheet(), u"User.PageNumber", number);
+    EXPECT_EQ(settings_.GetLocation(drawing.Shape(u"TargetPlain")), LiveLocation(u"Plain", false))
+        << ToUtf8(number);
+  }
 }
 
 TEST_F(LocationTest, KnownPlaces) {
@@ -184,9 +190,9 @@ TEST_F(LocationTest, KnownPlaces) {
     EXPECT_EQ(settings_.GetLocation(target), row.location) << row.x << ' ' << row.y;
   }
   target->Cells(u"PinY")->SetResultNumber(1e5);
-  EXPECT_THROW(settings_.GetLocation(target), AutomationError);
+  EXPECT_EQ(settings_.GetLocation(target), u"#VALUE!") << "beyond the last letter";
   settings_.SetLocationB(drawing.document(), 0);
-  EXPECT_THROW(settings_.GetLocation(target), AutomationError);
+  EXPECT_EQ(settings_.GetLocation(target), u"#DIV/0!");
   EXPECT_THROW(settings_.GetLocation({}), AutomationError);
 }
 
