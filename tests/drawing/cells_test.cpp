@@ -177,6 +177,24 @@ TEST_F(CellNameTest, RefusalsNameTheCellAndThePlace) {
   const std::string sentence = Refusal([&] { cell->SetFormula(u"1+(2"); });
   EXPECT_NE(sentence.find("Page-1 / Relay / User.Ref"), std::string::npos) << sentence;
   EXPECT_NE(sentence.find("character 5"), std::string::npos) << sentence;
+  const struct {
+    const char16_t* formula;
+    const char* missing;
+  } kNowhere[] = {
+      {u"1+Scratch.A3", "cell \"Scratch.A3\""},
+      {u"Sheet.7!User.None", "cell \"User.None\""},
+      {u"ThePage!BeginX", "cell \"ThePage!BeginX\""},
+      {u"SETATREF(Motor!PinX)", "shape \"Motor\""},
+      {u"Pages[Page-1]!Sheet.9!PinX", "shape \"Sheet.9\""},
+      {u"TEXTWIDTH(Pages[Two]!PageWidth)", "page \"Two\""},
+      {u"Masters[M]!Sheet.1!PinX", "master \"M\""},
+      {u"Styles[Thick]!LineWeight", "style \"Thick\""},
+  };
+  for (const auto& row : kNowhere) {
+    EXPECT_EQ(Refusal([&] { cell->SetFormula(row.formula); }),
+              "Page-1 / Relay / User.Ref: the formula refers to the " + std::string(row.missing) +
+                  ", which is not there.");
+  }
   EXPECT_EQ(Text(cell), "K1");
   cell->SetFormula(u"GUARD(7)");
   EXPECT_NE(Refusal([&] { cell->SetFormula(u"8"); }).find("GUARD"), std::string::npos);

@@ -60,14 +60,14 @@ TEST_F(RecalculationTest, FormulasCanBeReplaced) {
   build.User(Stored(0, 0), "A", "1");
   build.User(Stored(0, 0), "B", "2");
   build.User(Stored(0, 0), "C", "1", "User.A");
+  build.Set(Stored(1, 0), "PinX", "3", "Pages[P 1]!S3!User.Late*2");
   Open();
   ChangesOf(u"P 1", u"S1", u"User.C", u"User.B+100");
   EXPECT_EQ(ChangesOf(u"P 1", u"S1", u"User.A", u"7"),
             (std::vector<std::string>{"P 1/S1/User.A=7"}));
   EXPECT_EQ(ChangesOf(u"P 1", u"S1", u"User.B", u"3").back(), "P 1/S1/User.C=103");
-  // A row that a formula waited for.
-  ChangesOf(u"P2", u"S1", u"PinX", u"Pages[P 1]!S3!User.Late*2");
-  EXPECT_EQ(Text(At(u"P2", u"S1", u"PinX")), "#REF!");
+  // A row that a formula of the file waited for.
+  EXPECT_EQ(Text(At(u"P2", u"S1", u"PinX")), "3");
   Find(u"P 1", u"S3")->AddNamedRow(section::kUser, u"Late", 0);
   EXPECT_EQ(ChangesOf(u"P 1", u"S3", u"User.Late", u"4").back(), "P2/S1/PinX=8");
 }

@@ -141,6 +141,39 @@ void LiveDocument::CheckUnguarded(LiveSheet& live, const CellAddress& address) {
   }
 }
 
+void LiveDocument::CheckReferences(LiveSheet& live, const CellAddress& address,
+                                   const CompiledFormula& compiled) {
+  using Scope = Reference::Scope;
+  const auto& references = compiled.formula->references();
+  for (size_t i = 0; i < references.size(); ++i) {
+    const Reference& reference = references[i];
+    const auto missing = [&](std::string_view kind, const std::string& name) {
+      Refuse(live, address,
+             FromUtf8("the formula refers to the " + std::string(kind) + " \"" + name +
+                      "\", which is not there."));
+    };
+    Sheet* target = Target(live, *live.sheet, reference);
+    if (target == nullptr) {
+      const bool on_page = reference.scope >= Scope::kPage && reference.scope <= Scope::kPageShape;
+      const bool in_master =
+          reference.scope >= Scope::kMaster && reference.scope <= Scope::kMasterShape;
+      if (on_page && FindPageByName(reference.page) == nullptr) missing("page", reference.page);
+      if (in_master && FindMasterByName(reference.page) == nullptr) {
+        missing("master", reference.page);
+      }
+      if (reference.scope == Scope::kStyle) missing("style", reference.page);
+      if (reference.scope == Scope::kThePage) missing("sheet", "ThePage");
+      missing("shape", reference.shape.empty() ? "Sheet." + std::to_string(reference.sheet_id)
+                                               : reference.shape);
+    }
+    LiveSheet& there = Live(*target);
+    const auto cell = compiled.cells[i] ? Address(there, *compiled.cells[i]) : std::nullopt;
+    if (cell && Resolve(there, *cell).exists) continue;
+    missing("cell",
+            target == live.sheet ? reference.cell : NameOf(*target, false) + "!" + reference.cell);
+  }
+}
+
 StoredSection& LiveDocument::EnsureSection(Sheet& sheet, uint16_t section) {
   for (StoredSection& stored : sheet.sections) {
     if (SectionNumber(stored) != section) continue;
@@ -326,6 +359,7 @@ void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::
                  FromUtf8(std::to_string(error.position + 1)) + u": " + FromUtf8(error.message) +
                  u".");
     }
+    CheckReferences(live, address, *compiled);
   }
   BuildIndex();
   const uint32_t index = NodeOf(live, address);

@@ -318,6 +318,9 @@ class LiveDocument {
   StoredRow& EnsureLocalRow(LiveSheet& live, const CellAddress& address);
   [[noreturn]] void Refuse(LiveSheet& live, const CellAddress& address, std::u16string_view why);
   void CheckUnguarded(LiveSheet& live, const CellAddress& address);
+  /// Refuses a formula that leads to a page, shape, row or cell which is not there.
+  void CheckReferences(LiveSheet& live, const CellAddress& address,
+                       const CompiledFormula& compiled);
   void FinishEdit(uint32_t index, const FormulaValue& before, std::string_view formula);
   /// Makes a row or brings a hidden one back; gives the position where it shows.
   int16_t PutRow(LiveSheet& live, const CellAddress& address, std::string_view name,
