@@ -44,6 +44,10 @@ class Stack {
     slot.y = value.y;
     if (value.kind == Kind::kText) {
       slot.text = std::move(value.text);
+      if (slot.text.size() <= kShort) return;
+      // One formula may hold thousands of long texts at once.
+      texts_ += slot.text.size();
+      if (texts_ > kMostTexts) slot = FormulaValue::Error(FormulaErrorKind::kValue);
     } else {
       slot.text.clear();
     }
@@ -60,10 +64,13 @@ class Stack {
   std::span<FormulaValue> Last(size_t count) { return {values_ + height_ - count, count}; }
 
  private:
+  static constexpr size_t kShort = 64;
+  static constexpr size_t kMostTexts = 16u << 20;
   std::array<FormulaValue, 8> inline_;
   std::vector<FormulaValue> large_;
   FormulaValue* values_ = nullptr;
   size_t height_ = 0;
+  size_t texts_ = 0;  ///< bytes of long texts so far
 };
 
 /// The unit a sum or product is shown in.
@@ -189,6 +196,11 @@ void Arithmetic(OpCode code, FormulaValue& a, const FormulaValue& b) {
   a.text.clear();
 }
 
+FormulaValue Limited(FormulaValue&& value) {
+  if (value.kind != Kind::kText || !TooLong(value.text)) return std::move(value);
+  return FormulaValue::Error(FormulaErrorKind::kValue);
+}
+
 }  // namespace
 
 struct FormulaCodes::Table {
@@ -299,7 +311,7 @@ FormulaValue Formula::Run(const Code& program, EvaluationContext& context) const
           if (right.IsError()) {
             left = std::move(right);
           } else if (op.code == OpCode::kConcatenate) {
-            left = FormulaValue::Text(left.ToText() + right.ToText());
+            left = Limited(FormulaValue::Text(left.ToText() + right.ToText()));
           } else if (op.code >= OpCode::kEqual) {
             left = FormulaValue::Boolean(Compare(op.code, left, right));
           } else {
@@ -317,7 +329,7 @@ FormulaValue Formula::Run(const Code& program, EvaluationContext& context) const
         }
         FormulaValue result = function.body({function.name, stack.Last(op.count), context});
         stack.Drop(op.count);
-        stack.Push(std::move(result));
+        stack.Push(Limited(std::move(result)));
         break;
       }
       case OpCode::kUnknown:

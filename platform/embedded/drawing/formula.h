@@ -68,6 +68,9 @@ Unit UnitFromCode(std::string_view code) noexcept;
 /// Code of a unit as the file format writes it ("" for a pure number).
 std::string_view UnitCode(Unit unit) noexcept;
 
+/// UTF-16 code units that a computed text may have; #VALUE! stands for a longer one.
+inline constexpr size_t kLongestText = 65536;
+
 class Formula;
 
 /// Why a result is an error value; shown as "#REF!" and so on.

@@ -411,6 +411,7 @@ std::string FormatText(std::string_view value, std::string_view picture) {
       const char change = i + 1 < picture.size() ? picture[i + 1] : '\0';
       const bool cased = change == '+' || change == '-';
       if (cased) ++i;
+      if (text.size() + value.size() > 4 * kLongestText) return text;  // too long already
       text += !cased ? std::string(value) : change == '+' ? UpperText(value) : LowerText(value);
     } else {
       text.push_back(c);

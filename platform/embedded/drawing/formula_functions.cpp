@@ -327,8 +327,6 @@ Value PointPart(Args a) {
 
 // Texts: positions and lengths count UTF-16 code units
 // ----------------------------------------------
-constexpr size_t kLongestText = 1u << 20;
-
 size_t Length(double number) {
   return number <= 0 ? 0 : static_cast<size_t>(std::min(number, 1e9));
 }
@@ -387,7 +385,7 @@ Value Substitute(Args a) {
       return Value::Text(ToUtf8(result.append(text, begin)));
     }
     result.append(text, begin, found - begin);
-    // A short pattern with a long replacement must not eat the memory.
+    // A short pattern with a long replacement must not take up the memory first.
     if (result.size() + to.size() > kLongestText) return Error(FormulaErrorKind::kValue);
     ++count;
     result += which == 0 || which == count ? to : from;
@@ -396,8 +394,9 @@ Value Substitute(Args a) {
 }
 Value Repeat(Args a) {
   const std::string text = a.Text(0);
-  const size_t count = Length(a.Number(1));
-  if (text.size() * count > kLongestText) return Error(FormulaErrorKind::kValue);
+  const size_t count = text.empty() ? 0 : Length(a.Number(1));
+  if (count > kLongestText) return Error(FormulaErrorKind::kValue);
+  if (text.size() * count > 4 * kLongestText) return Error(FormulaErrorKind::kValue);
   std::string result;
   for (size_t i = 0; i < count; ++i) result += text;
   return Value::Text(result);

@@ -117,6 +117,8 @@ bool IsTimeUnit(Unit unit) noexcept;
 bool EqualAscii(std::string_view a, std::string_view b) noexcept;
 std::string LowerText(std::string_view text);
 std::string UpperText(std::string_view text);
+/// More than `kLongestText` code units.
+bool TooLong(std::string_view text) noexcept;
 /// Number in "esc(8)" or "{<201>}".
 std::optional<int> FieldPictureNumber(std::string_view picture) noexcept;
 /// A number as the language shows it: up to 15 digits, no exponent below 1E15.

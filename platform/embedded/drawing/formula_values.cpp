@@ -110,6 +110,16 @@ bool EqualAscii(std::string_view a, std::string_view b) noexcept {
   return true;
 }
 
+bool TooLong(std::string_view text) noexcept {
+  if (text.size() <= kLongestText) return false;
+  size_t units = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    units += byte >= 0xF0 ? 2 : (byte & 0xC0) == 0x80 ? 0 : 1;
+  }
+  return units > kLongestText;
+}
+
 Unit UnitFromCode(std::string_view code) noexcept {
   for (const UnitInfo& info : kUnits) {
     if (EqualAscii(info.code, code)) return info.unit;
