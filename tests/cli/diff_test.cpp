@@ -245,6 +245,15 @@ TEST_F(DiffTest, PagesInAnotherOrderWithTheirOldNumbers) {
           pages.substr(first, second - first) + pages.substr(third);
   std::ofstream(after(), std::ios::binary)
       << package.Rebuild({{"visio/pages/pages.xml", pages}}, {});
+  EXPECT_EQ(Diff(), (Names{"pages ~ Control 24 V / ladder number: 2 > 1",
+                           "pages ~ Power circuit number: 1 > 2"}));
+  // Numbers that somebody wrote stay with their pages.
+  Change(after(), [](Drawing& drawing) {
+    for (const auto& [page, number] :
+         {std::pair{u"Power circuit", u"1"}, {u"Control 24 V / ladder", u"2"}}) {
+      drawing.FindShape(page, u"")->Cells(u"User.PageNumber")->SetFormula(number);
+    }
+  });
   EXPECT_EQ(Diff(), (Names{"pages ~ Control 24 V / ladder position: 2 > 1",
                            "pages ~ Power circuit position: 1 > 2"}));
 }

@@ -63,8 +63,8 @@ TEST_F(InheritanceTest, EachCellFallsBackOnItsOwn) {
       {u"LocPinX", true, "0.25", "0.25"},  // the formula is overridden
       {u"LineColor", false, "4", "4"},     // from the style
       {u"User.Ref", false, "K", "\"K\""},
-      {u"User.Type", true, "7", "7"},  // one row whatever the case of its name
-      {u"User.Sum", false, "3", "User.Type+2"},
+      {u"User.Type", true, "7", "7"},            // one row whatever the case of its name
+      {u"User.Sum", false, "9", "User.Type+2"},  // by the cells of the instance
       {u"User.Own", true, "9", "9"},
   };
   for (const auto& row : kRows) {
@@ -121,6 +121,28 @@ TEST_F(InheritanceTest, InheritedFormulasFollowTheInstance) {
   EXPECT_TRUE(part_->cells_changed);
   EXPECT_TRUE(part_->contents->changed);
   EXPECT_FALSE(build.model.masters[0]->contents.changed);
+}
+
+TEST_F(InheritanceTest, WhatTheFileDoesNotStoreIsComputedWithTheCellsOfTheInstance) {
+  auto& base = *build.model.masters[0]->contents.shapes[0];
+  build.User(base, "Shown", "5", "TEXTWIDTH(TheText)+User.Type");
+  build.User(base, "N0", "0", "User.Type");
+  constexpr int kChain = 5000;
+  for (int i = 1; i <= kChain; ++i) {
+    build.User(base, "N" + std::to_string(i), "0", "User.N" + std::to_string(i - 1) + "+1");
+  }
+  build.Row(base, "Field", 0).cells = {build.Cell("Value", "3", "User.Sum")};
+  base.text = {{{embedded::TextPiece::Kind::kField, 0, "3"}}};
+  build.User(build.Shape(build.model.pages[0]->contents, 20, "Looking"), "Sum", "9",
+             "Sheet.12!User.Sum");
+  Open();
+  EXPECT_EQ(Text(Relay()->Cells(u"User.N5000")), "5007");
+  EXPECT_EQ(Text(Relay()->Cells(u"User.Shown")), "5") << "what cannot be evaluated is the master's";
+  EXPECT_EQ(ToUtf8(Relay()->Text()), "9");
+  EXPECT_FALSE(instance_->cells_changed) << "reading writes nothing";
+  // A value that comes to agree with the master's has changed all the same.
+  Relay()->Cells(u"User.Type")->SetFormula(u"1");
+  EXPECT_EQ(Text(Find(u"Page-1", u"Looking")->Cells(u"User.Sum")), "3");
 }
 
 TEST_F(InheritanceTest, EditsOfTheMasterReachItsInstances) {

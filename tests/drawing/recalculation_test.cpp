@@ -100,6 +100,28 @@ TEST_F(RecalculationTest, WhatIsNotEvaluatedKeepsItsValue) {
   EXPECT_TRUE(build.model.recalculate_on_open);
 }
 
+TEST_F(RecalculationTest, TextsThatDoubleEndInAnError) {
+  auto& shape = Stored(0, 0);
+  build.User(shape, "T0", "", {}, "STR");
+  for (int i = 1; i < 40; ++i) {
+    const std::string before = "User.T" + std::to_string(i - 1);
+    build.User(shape, "T" + std::to_string(i), "", before + "&" + before, "STR");
+  }
+  // Many long ones are too much together.
+  build.User(shape, "Letter", "", {}, "STR");
+  build.User(shape, "Last", "", "ISERRVALUE(User.L1399)");
+  for (int i = 0; i < 1400; ++i) {
+    build.User(shape, "L" + std::to_string(i), "", "REPT(User.Letter,65536)", "STR");
+  }
+  Open();
+  At(u"P 1", u"S1", u"User.T0")->SetFormula(u"\"abc\"");
+  EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.T14")).size(), 3u << 14);
+  EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.T39")), "#VALUE!");
+  At(u"P 1", u"S1", u"User.Letter")->SetFormula(u"\"x\"");
+  EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.L0")).size(), 65536u);
+  EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.Last")), "TRUE");
+}
+
 TEST_F(RecalculationTest, TextsAndNamesOfTheShapeAreFollowed) {
   build.User(Stored(0, 0), "T", "", "SHAPETEXT(TheText)", "STR");
   build.Text(Stored(0, 0), "K1\n");

@@ -34,6 +34,14 @@ TEST_F(StructureTest, ForegroundPagesComeFirst) {
   EXPECT_NE(Refusal([&] { pages->Item(u"Three"); }).find("Three"), std::string::npos);
 }
 
+TEST_F(StructureTest, NumbersOfPagesAreRightHoweverTheyWereStored) {
+  build.User(*build.model.pages[2]->contents.shapes[0], "No", "old", "\"page \"&ThePage!User.No",
+             "STR");
+  Open();
+  EXPECT_EQ(Text(At(u"Two", u"Away", u"User.No")), "page 2/2");
+  EXPECT_EQ(Text(At(u"Frame", u"", u"User.No")), "0") << "that of the page in front";
+}
+
 TEST_F(StructureTest, FormulasFollowARenamedPage) {
   const PageRef two = drawing_->document()->Pages()->Item(u"Two");
   EXPECT_NE(Refusal([&] { two->SetName(u"one"); }), "");

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "platform/embedded/drawing/formula_program.h"
@@ -236,9 +237,11 @@ StoredCell& LiveDocument::EnsureLocal(LiveSheet& live, const CellAddress& addres
 }
 
 std::string_view LiveDocument::InSlot(Node& node, std::string_view text) {
-  if (node.slot == nullptr) {
-    const char blank[kSlotBytes] = {};
-    node.slot = const_cast<char*>(model_.arena.Keep({blank, kSlotBytes}).data());
+  if (text.empty()) return {};
+  if (text.size() > node.room) {
+    // Doubled, so that a text which grows step by step leaves little behind.
+    node.room = static_cast<uint32_t>(std::bit_ceil(std::max(kSlotBytes, text.size())));
+    node.slot = const_cast<char*>(model_.arena.Keep(std::string(node.room, '\0')).data());
   }
   std::memcpy(node.slot, text.data(), text.size());
   return {node.slot, text.size()};
@@ -246,6 +249,10 @@ std::string_view LiveDocument::InSlot(Node& node, std::string_view text) {
 
 void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
   Node& node = nodes_[index];
+  if (value.kind == FormulaValue::Kind::kText && value.text.size() > node.room &&
+      !TakesText(value.text.size())) {
+    return StoreResult(index, FormulaValue::Error(FormulaErrorKind::kValue));
+  }
   LiveSheet& live = *node.sheet;
   if (node.stored == nullptr || node.layout != live.layout) {
     node.stored = &EnsureLocal(live, node.address);
@@ -258,16 +265,15 @@ void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
   } else {
     cell.error = {};
     if (value.kind == FormulaValue::Kind::kText) {
-      cell.value = value.text.size() <= kSlotBytes ? InSlot(node, value.text)
-                                                   : model_.arena.Keep(value.text);
+      cell.value = InSlot(node, value.text);
       cell.unit = "STR";
     } else if (value.kind == FormulaValue::Kind::kEmpty) {
       cell.value = {};
     } else if (value.kind == FormulaValue::Kind::kPoint) {
       char x[kSlotBytes];
       char y[kSlotBytes];
-      cell.value = model_.arena.Keep("PNT(" + std::string(NumberText(value.number, x)) + "," +
-                                     std::string(NumberText(value.y, y)) + ")");
+      cell.value = InSlot(node, "PNT(" + std::string(NumberText(value.number, x)) + "," +
+                                    std::string(NumberText(value.y, y)) + ")");
       cell.unit = "PNT";
     } else {
       char buffer[kSlotBytes];
@@ -283,6 +289,7 @@ void LiveDocument::StoreResult(uint32_t index, const FormulaValue& value) {
   cell.changed = true;
   node.value = value;
   node.value_ready = true;
+  node.unsaved = false;
   Mark(*live.sheet);
   ShowField(live, node.address);
   if (observer != nullptr) {
@@ -464,11 +471,11 @@ std::string LiveDocument::FormulaText(LiveSheet& live, const CellAddress& addres
 }
 
 std::string LiveDocument::ResultText(LiveSheet& live, const CellAddress& address) {
-  return Value(NodeOf(live, address)).ToText();
+  return Current(NodeOf(live, address)).ToText();
 }
 
 double LiveDocument::ResultNumber(LiveSheet& live, const CellAddress& address) {
-  return Value(NodeOf(live, address)).ToNumber();
+  return Current(NodeOf(live, address)).ToNumber();
 }
 
 void LiveDocument::SetText(Sheet& sheet, std::string_view text) {

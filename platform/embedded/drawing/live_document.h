@@ -108,7 +108,8 @@ struct alignas(64) Node {
   bool dirty = false;  ///< something it refers to changed in this round
   bool seed = false;   ///< changed by the edit itself
   bool on_pages = false;
-  bool gone = false;  ///< sheet deleted
+  bool gone = false;     ///< sheet deleted
+  bool unsaved = false;  ///< the value was computed here and stands in no cell of the sheet
 
   alignas(64) FormulaValue value;
   bool value_ready = false;
@@ -125,6 +126,7 @@ struct alignas(64) Node {
   Sheet* formula_sheet = nullptr;
   std::pmr::vector<uint32_t> places;  ///< beside references: where it stands in their dependents
   uint32_t left = 0;                  ///< number of dependents that have left
+  uint32_t room = 0;                  ///< bytes of `slot`
 };
 
 /// Nodes by number; they stay where they are.
@@ -157,6 +159,8 @@ inline constexpr uint32_t kNoNode = 0xFFFFFFFFu;
 /// Positions of rows are 16-bit numbers wherever they are asked for.
 inline constexpr size_t kMostRows = 32767;
 inline constexpr size_t kSlotBytes = 32;
+/// Bytes that computed texts of one drawing may take; beyond them they are #VALUE!.
+inline constexpr size_t kMostComputedText = 64u << 20;
 
 /// Lists of a page's or master's shapes, made when first needed.
 struct LiveContents {
@@ -224,6 +228,9 @@ class LiveDocument {
   uint32_t NodeOf(LiveSheet& live, const CellAddress& address);
   Node& node(uint32_t index) { return nodes_[index]; }
   const FormulaValue& Value(uint32_t index);
+  /// The same for a reader. As long as nothing was edited, pages may have come, gone or moved since
+  /// the value was stored.
+  const FormulaValue& Current(uint32_t index);
   /// Evaluates a formula as if it stood in the cell; nullopt when it must keep its stored value.
   std::optional<FormulaValue> Evaluate(uint32_t index);
   /// The same for a formula that stands in no cell.
@@ -304,7 +311,17 @@ class LiveDocument {
                   std::string_view text);
   void ResolveReferences(Node& node);
   void Prepare(uint32_t index);
-  /// Puts a short result where the one before stood.
+  /// The stored value for now; true when it is the master's and the formula should tell.
+  bool TakeStored(uint32_t index);
+  /// Values of inherited formulas by the sheet's own cells, those they refer to first.
+  void ComputeInherited(uint32_t index);
+  /// A formula behind the cell asks for the name or the number of a page.
+  bool FollowsPages(uint32_t index);
+  /// Results of functions that only the host changes, such as PAGENUMBER(), may be out of date.
+  void RecalculatePages();
+  /// Accounts for a long computed text; false when the drawing has too many.
+  bool TakesText(size_t bytes);
+  /// Puts a result where the one before stood.
   std::string_view InSlot(Node& node, std::string_view text);
   void Unprepare(uint32_t index);
   void LeaveDependents(Node& reference, uint32_t place);
@@ -360,6 +377,7 @@ class LiveDocument {
   std::unordered_map<std::u16string, ohmwise::Value> module_;
   bool indexed_ = false;
   uint32_t round_ = 0;
+  size_t computed_text_ = 0;
 };
 
 /// True when two results are the same, units included.

@@ -10,6 +10,7 @@ namespace ohmwise::embedded {
 namespace {
 
 constexpr size_t kMasterDepth = 64;
+constexpr size_t kMostShapeText = 1u << 20;  // bytes, with the fields in it
 
 bool ParseNumber(std::string_view text, double& number) {
   if (!text.empty() && text[0] == '+') text.remove_prefix(1);
@@ -536,7 +537,7 @@ void LiveDocument::ShowField(LiveSheet& live, const CellAddress& address) {
   for (TextPiece& piece : *sheet.text) {
     if (piece.kind != TextPiece::Kind::kField || piece.index != address.row) continue;
     const std::string text = FieldText(live, address.row);
-    if (piece.text == text) continue;
+    if (piece.text == text || !TakesText(text.size())) continue;
     piece.text = model_.arena.Keep(text);
     sheet.text_changed = true;
   }
@@ -561,11 +562,17 @@ std::string LiveDocument::TextOf(Sheet& sheet) {
     CellAddress address;
     address.section = section::kTextField;
     address.row = piece.index;
+    const FormulaValue& now = Current(NodeOf(live, address));
     const ResolvedCell value = Resolve(live, address);
     // The text that was saved is right until something behind it is another than when it was saved.
-    const bool stale = value.value != nullptr && (piece.text.empty() || value.value->changed ||
-                                                  (inherited && value.local != nullptr));
-    text += stale ? FieldText(live, piece.index) : std::string(piece.text);
+    const bool stale =
+        value.value != nullptr &&
+        (piece.text.empty() || value.value->changed ||
+         (inherited && (value.local != nullptr || !SameValue(now, StoredValue(*value.value)))));
+    const std::string shown = stale ? FieldText(live, piece.index) : std::string(piece.text);
+    // Many fields may show one long text.
+    text +=
+        text.size() + shown.size() <= kMostShapeText ? shown : ErrorText(FormulaErrorKind::kValue);
   }
   if (!text.empty() && text.back() == '\n') text.pop_back();
   return text;

@@ -69,6 +69,16 @@ bool SameValue(const FormulaValue& a, const FormulaValue& b) {
   }
 }
 
+/// A result without a unit of its own goes on being shown in the unit of the cell.
+static std::optional<FormulaValue> ShownAs(std::optional<FormulaValue> value,
+                                           const FormulaValue& before) {
+  if (value && value->kind == FormulaValue::Kind::kNumber && value->unit == Unit::kNumber &&
+      before.kind == FormulaValue::Kind::kNumber) {
+    value->unit = before.unit;
+  }
+  return value;
+}
+
 /// Serves one evaluation: references of the cell's node, names of its sheet.
 class Evaluator final : public EvaluationContext {
  public:
@@ -262,15 +272,79 @@ uint32_t LiveDocument::NodeOf(LiveSheet& live, const CellAddress& address) {
 
 const FormulaValue& LiveDocument::Value(uint32_t index) {
   Node& node = nodes_[index];
-  if (node.value_ready) return node.value;
+  if (!node.value_ready && TakeStored(index)) ComputeInherited(index);
+  return node.value;
+}
+
+const FormulaValue& LiveDocument::Current(uint32_t index) {
+  if (!indexed_ && !nodes_[index].value_ready && FollowsPages(index)) BuildIndex();
+  return Value(index);
+}
+
+bool LiveDocument::FollowsPages(uint32_t index) {
+  std::vector<uint32_t> found = {index};
+  std::unordered_set<uint32_t> seen = {index};
+  for (size_t i = 0; i < found.size(); ++i) {
+    Prepare(found[i]);
+    const Node& node = nodes_[found[i]];
+    if (node.body == nullptr) continue;
+    if (node.formula->formula->depends_on_pages()) return true;
+    for (const uint32_t reference : node.references) {
+      if (reference != kNoNode && seen.insert(reference).second) found.push_back(reference);
+    }
+  }
+  return false;
+}
+
+bool LiveDocument::TakeStored(uint32_t index) {
+  Node& node = nodes_[index];
   node.value_ready = true;
+  node.unsaved = false;
   const ResolvedCell cell = node.gone ? ResolvedCell() : Resolve(*node.sheet, node.address);
   if (!cell.exists) {
     node.value = FormulaValue::Error(FormulaErrorKind::kReference);
-  } else {
-    node.value = cell.value != nullptr ? StoredValue(*cell.value) : DefaultValue(node.address);
+    return false;
   }
-  return node.value;
+  node.value = cell.value != nullptr ? StoredValue(*cell.value) : DefaultValue(node.address);
+  return cell.formula != nullptr && cell.formula_sheet != node.sheet->sheet &&
+         (cell.local == nullptr || cell.value != cell.local);
+}
+
+void LiveDocument::ComputeInherited(uint32_t index) {
+  struct Step {
+    uint32_t cell;
+    size_t next = 0;  ///< of its references
+  };
+  // A list of its own instead of recursion: chains may be as long as the file makes them.
+  std::vector<Step> path = {{index}};
+  while (!path.empty()) {
+    Step& step = path.back();
+    const uint32_t cell = step.cell;
+    Prepare(cell);
+    const Node& node = nodes_[cell];
+    if (node.body != nullptr && step.next < node.references.size()) {
+      const uint32_t reference = node.references[step.next++];
+      if (reference == kNoNode || nodes_[reference].value_ready) continue;
+      if (TakeStored(reference)) path.push_back({reference});
+      continue;
+    }
+    path.pop_back();
+    if (auto value = ShownAs(Evaluate(cell), nodes_[cell].value)) {
+      Node& done = nodes_[cell];
+      if (SameValue(*value, done.value)) continue;
+      done.value = value->kind == FormulaValue::Kind::kText && !TakesText(value->text.size())
+                       ? FormulaValue::Error(FormulaErrorKind::kValue)
+                       : std::move(*value);
+      done.unsaved = true;
+    }
+  }
+}
+
+bool LiveDocument::TakesText(size_t bytes) {
+  if (bytes <= kSlotBytes) return true;
+  if (bytes > kMostComputedText - computed_text_) return false;
+  computed_text_ += bytes;
+  return true;
 }
 
 Sheet* LiveDocument::Counterpart(LiveSheet& live, Sheet* target) {
@@ -490,6 +564,19 @@ void LiveDocument::BuildIndex() {
   if (indexed_) return;
   indexed_ = true;
   ForEachSheet([this](Sheet& sheet) { IndexSheet(sheet); });
+  RecalculatePages();
+}
+
+void LiveDocument::RecalculatePages() {
+  std::vector<uint32_t> stale;
+  for (const uint32_t index : PageDependents()) {
+    // On a background page they are those of the page in front of it.
+    const PageModel* page = PageOf(*nodes_[index].sheet->sheet);
+    if (page == nullptr || page->background) continue;
+    const auto value = ShownAs(Evaluate(index), Value(index));
+    if (value && !SameValue(*value, Value(index))) stale.push_back(index);
+  }
+  if (!stale.empty()) Propagate({}, stale);
 }
 
 std::vector<uint32_t> LiveDocument::PageDependents() {
@@ -551,18 +638,14 @@ std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
 
 bool LiveDocument::Recompute(uint32_t index) {
   if (nodes_[index].formula == nullptr) return false;
-  auto value = Evaluate(index);
+  // What an inherited formula gave here before the edit is not known unless somebody has asked.
+  const bool unread = !nodes_[index].value_ready && TakeStored(index);
+  const auto value = ShownAs(Evaluate(index), nodes_[index].value);
   if (!value) {
     model_.recalculate_on_open = true;
     return false;
   }
-  // A result without a unit of its own goes on being shown in the unit of the cell.
-  const FormulaValue& before = Value(index);
-  if (value->kind == FormulaValue::Kind::kNumber && value->unit == Unit::kNumber &&
-      before.kind == FormulaValue::Kind::kNumber) {
-    value->unit = before.unit;
-  }
-  if (SameValue(*value, Value(index))) return false;
+  if (SameValue(*value, nodes_[index].value) && !nodes_[index].unsaved) return unread;
   StoreResult(index, *value);
   return true;
 }
