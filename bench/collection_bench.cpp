@@ -8,8 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/collection.h"
-#include "platform/text.h"
+#include "base/collection.h"
+#include "base/text.h"
 
 namespace ohmwise {
 namespace {

@@ -12,10 +12,10 @@
 #include <thread>
 #include <vector>
 
+#include "base/text.h"
 #include "bench/work_folder.h"
 #include "platform/embedded/database/catalogue_file.h"
 #include "platform/embedded/database/embedded_database.h"
-#include "platform/text.h"
 #include "tests/database/postgres_server.h"
 
 namespace ohmwise::bench {

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "bench/work_folder.h"
 #include "export/clsLExport.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/embedded/spreadsheet/program.h"
-#include "platform/text.h"
 
 namespace {
 

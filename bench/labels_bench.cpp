@@ -10,13 +10,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/collection.h"
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
-#include "platform/collection.h"
 #include "platform/drawing.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "tests/support/test_host.h"
 
 namespace {

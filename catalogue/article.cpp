@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "catalogue/price.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::catalogue {
 namespace {

@@ -1,9 +1,9 @@
 #include <string>
 
+#include "base/text.h"
 #include "catalogue/clsLDB.h"
 #include "catalogue/price.h"
 #include "platform/host.h"
-#include "platform/text.h"
 
 namespace ohmwise {
 namespace {

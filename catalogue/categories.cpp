@@ -1,7 +1,7 @@
 #include <string>
 
+#include "base/text.h"
 #include "catalogue/clsLDB.h"
-#include "platform/text.h"
 
 namespace ohmwise {
 namespace {

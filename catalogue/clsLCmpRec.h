@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/value.h"
+#include "base/value.h"
 
 namespace ohmwise {
 

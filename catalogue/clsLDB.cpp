@@ -1,10 +1,10 @@
 #include "catalogue/clsLDB.h"
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "lang/clsLLang.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
 #include "platform/host.h"
-#include "platform/text.h"
 
 namespace ohmwise {
 namespace {

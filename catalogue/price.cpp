@@ -5,8 +5,8 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::catalogue {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/conversion.h"
+#include "base/conversion.h"
 
 namespace ohmwise::catalogue {
 

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <type_traits>
 
-#include "platform/error.h"
-#include "platform/text.h"
-#include "platform/value.h"
+#include "base/error.h"
+#include "base/text.h"
+#include "base/value.h"
 
 namespace ohmwise::catalogue {
 

@@ -4,7 +4,7 @@
 #include <tuple>
 #include <utility>
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise::cli {
 namespace {

@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "catalogue/article.h"
 #include "cli/addin.h"
 #include "cli/catalogue.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::cli {

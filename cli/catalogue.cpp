@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <array>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/cell_report.h"
 #include "platform/embedded/database/open_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 
 namespace ohmwise::cli {

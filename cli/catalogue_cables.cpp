@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/catalogue.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/catalogue.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

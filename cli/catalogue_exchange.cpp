@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "catalogue/article_import.h"
 #include "cli/catalogue.h"
 #include "cli/interrupt.h"
-#include "platform/conversion.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/embedded/spreadsheet/workbook.h"
 #include "platform/embedded/spreadsheet/xlsx_writer.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

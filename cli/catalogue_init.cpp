@@ -3,11 +3,11 @@
 #include <memory>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/catalogue.h"
 #include "cli/interrupt.h"
 #include "platform/embedded/database/catalogue_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

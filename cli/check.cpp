@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/catalogue.h"
 #include "cli/check_rules.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/progress.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

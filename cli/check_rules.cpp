@@ -6,12 +6,12 @@
 #include <set>
 #include <utility>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/check_wiring.h"
 #include "crossref/index_access.h"
 #include "lang/clsLLang.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "base/text.h"
 #include "crossref/index_access.h"
-#include "platform/text.h"
 #include "shapeutil/shape_access.h"
 
 namespace ohmwise::cli {

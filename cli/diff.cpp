@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/command.h"
 #include "cli/diff_content.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "platform/embedded/host/embedded_host.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

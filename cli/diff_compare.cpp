@@ -3,9 +3,9 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/text.h"
 #include "cli/diff_content.h"
 #include "cli/report.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

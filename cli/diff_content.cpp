@@ -6,13 +6,13 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/report.h"
 #include "cli/wire_ends.h"
 #include "crossref/index_access.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"

@@ -7,14 +7,14 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "crossref/clsTBlockObj.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 

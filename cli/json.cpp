@@ -3,8 +3,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "base/text.h"
 #include "cli/addin.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 

@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

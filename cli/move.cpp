@@ -3,12 +3,12 @@
 #include <memory>
 #include <string>
 
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/length.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

@@ -6,8 +6,8 @@
 #include <iostream>
 #include <iterator>
 
+#include "base/text.h"
 #include "cli/terminal.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

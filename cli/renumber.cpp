@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
@@ -17,9 +20,6 @@
 #include "cli/renumber_plan.h"
 #include "cli/report.h"
 #include "crossref/index_access.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"

@@ -6,8 +6,8 @@
 #include <optional>
 #include <tuple>
 
+#include "base/text.h"
 #include "cli/command.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::cli {

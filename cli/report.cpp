@@ -6,14 +6,14 @@
 #include <optional>
 #include <system_error>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/catalogue.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/terminal.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

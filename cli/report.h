@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/ref.h"
 #include "catalogue/clsLCmpRec.h"
 #include "cli/addin.h"
-#include "platform/ref.h"
 
 namespace ohmwise::cli {
 

@@ -3,12 +3,12 @@
 #include <map>
 #include <utility>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/report.h"
 #include "cli/wire_ends.h"
 #include "crossref/clsTBlockObj.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"

@@ -3,18 +3,18 @@
 #include <optional>
 #include <utility>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/interrupt.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/report.h"
 #include "export/clsLExport.h"
-#include "platform/conversion.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/embedded/spreadsheet/program.h"
-#include "platform/error.h"
 #include "platform/host.h"
-#include "platform/text.h"
 
 namespace ohmwise::cli {
 namespace {

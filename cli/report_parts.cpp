@@ -4,15 +4,15 @@
 #include <set>
 #include <utility>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "catalogue/clsLDB.h"
 #include "catalogue/price.h"
 #include "cli/catalogue.h"
 #include "cli/output.h"
 #include "cli/report.h"
 #include "lang/clsLLang.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "sort/clsLSortComp.h"
 

@@ -8,6 +8,9 @@
 #include <system_error>
 #include <vector>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/addin.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
@@ -15,10 +18,7 @@
 #include "cli/length.h"
 #include "cli/output.h"
 #include "cli/stencil.h"
-#include "platform/conversion.h"
 #include "platform/embedded/database/open_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 
 namespace ohmwise::cli {

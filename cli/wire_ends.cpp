@@ -2,11 +2,11 @@
 
 #include <string_view>
 
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "cli/report.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::cli {

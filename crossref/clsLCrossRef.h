@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/collection.h"
+#include "base/collection.h"
 #include "platform/drawing.h"
 
 namespace ohmwise {

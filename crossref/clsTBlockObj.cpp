@@ -1,9 +1,9 @@
 #include "crossref/clsTBlockObj.h"
 
+#include "base/text.h"
 #include "crossref/index_access.h"
 #include "lang/clsLLang.h"
 #include "platform/host.h"
-#include "platform/text.h"
 
 namespace ohmwise {
 

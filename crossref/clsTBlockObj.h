@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/ref.h"
+#include "base/value.h"
 #include "platform/drawing.h"
-#include "platform/ref.h"
-#include "platform/value.h"
 
 namespace ohmwise {
 

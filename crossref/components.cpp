@@ -3,13 +3,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/conversion.h"
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
-#include "lang/clsLLang.h"
 #include "crossref/progress.h"
-#include "platform/conversion.h"
+#include "lang/clsLLang.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise {

@@ -1,7 +1,7 @@
 #include "crossref/index_access.h"
 
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::crossref {

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/collection.h"
+#include "base/collection.h"
+#include "base/error.h"
 #include "platform/drawing.h"
-#include "platform/error.h"
 
 namespace ohmwise::crossref {
 

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/location_formulas.h"
 #include "shapeutil/set_location.h"

@@ -1,10 +1,10 @@
 #include <string>
 
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
 #include "lang/clsLLang.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/location_formulas.h"
 

@@ -1,10 +1,10 @@
+#include "base/conversion.h"
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/clsTBlockObj.h"
 #include "crossref/index_access.h"
 #include "lang/clsLLang.h"
-#include "platform/conversion.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "sort/clsLOSort.h"
 

@@ -11,10 +11,10 @@
 #include <string>
 #include <string_view>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/dialect.h"
 #include "platform/embedded/database/sqlite_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace {
 

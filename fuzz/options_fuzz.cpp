@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/settings/ini_text.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace {
 

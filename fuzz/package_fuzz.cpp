@@ -11,9 +11,9 @@
 #include <string>
 #include <utility>
 
+#include "base/error.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/embedded/vsdx/package.h"
-#include "platform/error.h"
 
 namespace {
 

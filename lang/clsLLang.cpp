@@ -4,10 +4,10 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/conversion.h"
-#include "platform/error.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise {

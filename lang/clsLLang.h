@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/collection.h"
+#include "base/collection.h"
 #include "platform/database.h"
 
 namespace ohmwise {

@@ -1,6 +1,6 @@
 #include "platform/database.h"
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise {
 namespace {

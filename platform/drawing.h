@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/collection.h"
-#include "platform/value.h"
+#include "base/collection.h"
+#include "base/value.h"
 
 namespace ohmwise {
 

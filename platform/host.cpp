@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise {
 namespace {

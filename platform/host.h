@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/collection.h"
-#include "platform/conversion.h"
+#include "base/collection.h"
+#include "base/conversion.h"
 #include "platform/database.h"
 #include "platform/drawing.h"
 #include "platform/files.h"

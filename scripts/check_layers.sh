@@ -21,25 +21,30 @@ for folder in "${class_folders[@]}"; do [ -d "$folder" ] && existing+=("$folder"
 standard='<[a-z_0-9]+>'
 classes=$(IFS='|'; echo "${class_folders[*]}")
 
-# Class folders: the standard library, the platform's interfaces and each other.
-offence 'a class folder uses platform/*.h, class folders and the standard library only' < <(
+# What everything stands on: the standard library and itself.
+offence 'base/ uses the standard library and base/*.h only' < <(
+  sources base | includes | grep -vE "include[[:space:]]*($standard|\"base/[^/\"]+\")")
+
+# Class folders: the standard library, base/, the platform's interfaces and each other.
+below="$standard|\"(base|platform)/[^/\"]+\""
+offence 'a class folder uses base/, platform/*.h, class folders and the standard library only' < <(
   sources "${existing[@]}" | includes |
-    grep -vE "include[[:space:]]*($standard|\"platform/[^/\"]+\"|\"($classes)/[^\"]+\")")
+    grep -vE "include[[:space:]]*($below|\"($classes)/[^\"]+\")")
 
-# The platform's own level: the standard library and itself.
-offence 'platform/ uses the standard library and platform/*.h only' < <(
+# The platform's own level: the standard library, base/ and itself.
+offence 'platform/ uses the standard library, base/ and platform/*.h only' < <(
   find platform -maxdepth 1 \( -name '*.cpp' -o -name '*.h' \) | includes |
-    grep -vE "include[[:space:]]*($standard|\"platform/[^/\"]+\")")
+    grep -vE "include[[:space:]]*($below)")
 
-# The live drawing: the standard library, the platform and itself.
-offence 'platform/embedded/drawing uses the standard library, platform/*.h and itself only' < <(
+# The live drawing: the standard library, base/, the platform and itself.
+offence 'platform/embedded/drawing uses the standard library, base/, platform/*.h and itself only' < <(
   sources platform/embedded/drawing | includes |
-    grep -vE "include[[:space:]]*($standard|\"platform/[^/\"]+\"|\"platform/embedded/drawing/[^\"]+\")")
+    grep -vE "include[[:space:]]*($below|\"platform/embedded/drawing/[^\"]+\")")
 
 # Third-party headers: in the sources of the one folder that wraps the library.
 wrapped() {  # wrapped PATTERN FOLDER
   offence "only sources in $2/ and tests include this library" < <(
-    sources platform "${existing[@]}" cli data bench fuzz | includes |
+    sources base platform "${existing[@]}" cli data bench fuzz | includes |
       grep -E "include[[:space:]]*[<\"]$1" | grep -vE "^$2/[^:]*\.cpp:")
 }
 wrapped 'pugixml|pugiconfig' 'platform/embedded/(vsdx|spreadsheet)'
@@ -53,7 +58,7 @@ wrapped 'benchmark/|unicode/' bench
 
 # Paths of somebody's machine.
 offence 'a path of one machine' < <(
-  sources platform "${existing[@]}" cli data tests bench fuzz |
+  sources base platform "${existing[@]}" cli data tests bench fuzz |
     xargs -r grep -HnE '"/(home|root|opt|usr|mnt|work)/' -- /dev/null)
 
 if [ "$found" -ne 0 ]; then exit 1; fi

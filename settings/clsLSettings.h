@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "platform/collection.h"
+#include "base/collection.h"
+#include "base/value.h"
 #include "platform/drawing.h"
-#include "platform/value.h"
 
 namespace ohmwise {
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/code_page.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/code_page.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 

@@ -1,9 +1,9 @@
 #include <memory>
 #include <vector>
 
-#include "platform/error.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 
 namespace ohmwise {

@@ -3,10 +3,10 @@
 #include <string>
 #include <unordered_set>
 
-#include "platform/conversion.h"
-#include "platform/error.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/text.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/location_formulas.h"
 #include "shapeutil/shape_access.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/collection.h"
+#include "base/collection.h"
 #include "platform/drawing.h"
 #include "platform/host.h"
 #include "shapeutil/splitter_cache.h"

@@ -2,8 +2,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/conversion.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
 

@@ -3,7 +3,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "platform/text.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
 

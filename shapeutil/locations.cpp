@@ -2,7 +2,7 @@
 #include <random>
 #include <string>
 
-#include "platform/text.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
 

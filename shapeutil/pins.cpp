@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/conversion.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
 

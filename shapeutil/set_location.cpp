@@ -1,7 +1,7 @@
 #include "shapeutil/set_location.h"
 
+#include "base/text.h"
 #include "lang/clsLLang.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/location_formulas.h"

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/error.h"
 #include "platform/drawing.h"
-#include "platform/error.h"
 
 namespace ohmwise::shapeutil {
 

@@ -1,8 +1,8 @@
 #include <array>
 #include <string>
 
-#include "platform/conversion.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
 

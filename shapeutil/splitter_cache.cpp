@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise {
 namespace {

@@ -1,11 +1,11 @@
 #include <memory>
 #include <utility>
 
-#include "platform/code_page.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
+#include "base/code_page.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise {

@@ -1,6 +1,6 @@
 #include "sort/clsLOSort.h"
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise {
 

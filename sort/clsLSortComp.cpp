@@ -1,7 +1,7 @@
 #include "sort/clsLSortComp.h"
 
-#include "platform/conversion.h"
-#include "platform/error.h"
+#include "base/conversion.h"
+#include "base/error.h"
 
 namespace ohmwise {
 

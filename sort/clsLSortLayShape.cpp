@@ -1,6 +1,6 @@
 #include "sort/clsLSortLayShape.h"
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise {
 

@@ -1,7 +1,7 @@
 #include "sort/sorted_insert.h"
 
-#include "platform/conversion.h"
-#include "platform/error.h"
+#include "base/conversion.h"
+#include "base/error.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::sort {

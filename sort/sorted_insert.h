@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/collection.h"
+#include "base/collection.h"
 
 namespace ohmwise::sort {
 

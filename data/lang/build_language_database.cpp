@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "platform/embedded/database/database_file_writer.h"
-#include "platform/text.h"
 
 namespace {
 

@@ -13,14 +13,14 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "data/sample/lines.h"
 #include "data/sample/masters.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::sample {

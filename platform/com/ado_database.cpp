@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/late_binding.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

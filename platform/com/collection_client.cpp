@@ -3,10 +3,10 @@
 #include <optional>
 #include <utility>
 
+#include "base/error.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/foreign_object.h"
 #include "platform/com/late_binding.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/collection.h"
+#include "base/collection.h"
 #include "platform/com/windows.h"
 
 namespace ohmwise::com {

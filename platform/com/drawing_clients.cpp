@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/foreign_object.h"
 #include "platform/com/late_binding.h"
 #include "platform/com/moment.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

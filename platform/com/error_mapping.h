@@ -2,8 +2,8 @@
 
 #include <string_view>
 
+#include "base/error.h"
 #include "platform/com/windows.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 

@@ -3,9 +3,9 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/text.h"
 #include "platform/com/drawing_clients.h"
 #include "platform/com/objects.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

@@ -6,10 +6,10 @@
 
 #include <dispex.h>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/lock.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/value.h"
 #include "platform/com/objects.h"
 #include "platform/com/variant.h"
 #include "platform/com/windows.h"
-#include "platform/value.h"
 
 struct IDispatchEx;
 

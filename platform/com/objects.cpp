@@ -3,8 +3,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/error.h"
 #include "platform/com/lock.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/collection.h"
+#include "base/collection.h"
+#include "base/value.h"
 #include "platform/com/windows.h"
 #include "platform/drawing.h"
-#include "platform/value.h"
 
 namespace ohmwise::com {
 

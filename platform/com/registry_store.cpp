@@ -3,9 +3,9 @@
 #include <limits>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/windows.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

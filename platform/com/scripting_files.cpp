@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "base/error.h"
 #include "platform/com/late_binding.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 

@@ -3,9 +3,9 @@
 #include <new>
 #include <utility>
 
+#include "base/error.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/objects.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/value.h"
 #include "platform/com/windows.h"
-#include "platform/value.h"
 
 namespace ohmwise::com {
 

@@ -3,11 +3,11 @@
 #include <cmath>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/lock.h"
 #include "platform/com/own_module.h"
 #include "platform/com/windows.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

@@ -13,7 +13,7 @@
 #include <ole2.h>
 #include <oleauto.h>
 
-#include "platform/ref.h"
+#include "base/ref.h"
 
 // Interfaces of the automation border have no destructor: Release ends an object.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"

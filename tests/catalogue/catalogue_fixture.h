@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "catalogue/clsLDB.h"
 #include "platform/embedded/database/catalogue_file.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/host.h"
-#include "platform/text.h"
 
 namespace ohmwise::testing {
 

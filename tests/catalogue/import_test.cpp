@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "base/error.h"
 #include "catalogue/article_import.h"
 #include "catalogue/price.h"
-#include "platform/error.h"
 #include "tests/catalogue/catalogue_fixture.h"
 
 namespace ohmwise::catalogue {

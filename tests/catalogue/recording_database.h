@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/error.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 
 namespace ohmwise::testing {
 

@@ -2,10 +2,10 @@
 
 #include <fstream>
 
+#include "base/error.h"
 #include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/embedded/spreadsheet/workbook.h"
 #include "platform/embedded/spreadsheet/xlsx_writer.h"
-#include "platform/error.h"
 #include "tests/catalogue/catalogue_fixture.h"
 #include "tests/vsdx/zip_support.h"
 

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "platform/text.h"
+#include "base/text.h"
 #include "tests/cli/program.h"
 #include "tests/database/postgres_server.h"
 

@@ -5,9 +5,9 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/text.h"
 #include "tests/cli/program.h"
 
 namespace ohmwise::testing {

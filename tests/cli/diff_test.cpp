@@ -9,10 +9,10 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/embedded/vsdx/package.h"
-#include "platform/text.h"
 #include "tests/cli/cable_sheet.h"
 #include "tests/cli/program.h"
 

@@ -1,5 +1,5 @@
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
-#include "platform/text.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {

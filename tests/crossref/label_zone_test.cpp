@@ -1,6 +1,6 @@
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "tests/support/test_drawing.h"
 

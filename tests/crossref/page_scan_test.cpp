@@ -1,5 +1,5 @@
+#include "base/error.h"
 #include "crossref/clsLCrossRef.h"
-#include "platform/error.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {

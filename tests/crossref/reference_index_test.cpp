@@ -1,8 +1,8 @@
 #include <algorithm>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {

@@ -1,6 +1,6 @@
+#include "base/error.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/clsTBlockObj.h"
-#include "platform/error.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {

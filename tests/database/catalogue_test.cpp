@@ -12,12 +12,12 @@
 #include <set>
 #include <thread>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/catalogue_file.h"
 #include "platform/embedded/database/embedded_database.h"
 #include "platform/embedded/database/postgres_session.h"
 #include "platform/embedded/database/sqlite_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/database/postgres_server.h"
 
 namespace ohmwise::embedded {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -9,9 +9,9 @@
 #include <iterator>
 #include <random>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/embedded_database.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -22,7 +22,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/text.h"
+#include "base/text.h"
 
 namespace ohmwise::testing {
 namespace {

@@ -5,10 +5,10 @@
 #include <fstream>
 #include <functional>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/database_file_writer.h"
 #include "platform/embedded/database/embedded_database.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

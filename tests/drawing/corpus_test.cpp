@@ -11,10 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/live_document.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/drawing.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/support/model_builder.h"
 
 namespace ohmwise::testing {

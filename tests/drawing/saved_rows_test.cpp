@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -4,10 +4,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/conversion.h"
-#include "platform/error.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/spreadsheet.h"
-#include "platform/text.h"
 #include "tests/support/test_host.h"
 
 namespace ohmwise::testing {

@@ -12,13 +12,13 @@
 #include <regex>
 #include <sstream>
 
+#include "base/text.h"
 #include "catalogue/clsLDB.h"
 #include "platform/embedded/database/catalogue_file.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/embedded/vsdx/package.h"
-#include "platform/text.h"
 #include "tests/cli/cable_sheet.h"
 #include "tests/cli/program.h"
 

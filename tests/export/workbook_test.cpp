@@ -6,12 +6,12 @@
 #include <iterator>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "export/clsLExport.h"
 #include "platform/embedded/spreadsheet/program.h"
 #include "platform/embedded/spreadsheet/text_width.h"
 #include "platform/embedded/vsdx/package.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/support/test_host.h"
 
 namespace ohmwise::testing {

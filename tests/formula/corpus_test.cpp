@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
 #include "platform/embedded/drawing/formula.h"
 #include "platform/embedded/drawing/live_document.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/error.h"
 
 namespace ohmwise::embedded {
 namespace {

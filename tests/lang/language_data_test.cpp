@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <set>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "lang/clsLLang.h"
 #include "platform/embedded/host/embedded_host.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise {
 namespace {

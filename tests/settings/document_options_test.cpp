@@ -1,5 +1,5 @@
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "settings/clsLSettings.h"
 #include "tests/support/test_drawing.h"
 

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <vector>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "tests/settings/temporary_folder.h"
 
 namespace ohmwise::testing {

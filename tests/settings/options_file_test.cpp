@@ -5,10 +5,10 @@
 #include <fstream>
 #include <iterator>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/settings/ini_text.h"
 #include "platform/embedded/settings/options_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/settings/temporary_folder.h"
 
 namespace ohmwise::testing {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/error.h"
+#include "base/error.h"
 #include "tests/support/test_host.h"
 
 namespace ohmwise::testing {

@@ -3,10 +3,10 @@
 #include <functional>
 #include <optional>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/drawing.h"
-#include "platform/error.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "settings/clsLSettings.h"
 #include "tests/settings/settings_host.h"
 

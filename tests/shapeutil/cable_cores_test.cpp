@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "tests/support/test_drawing.h"
 

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/error.h"
+#include "base/error.h"
 #include "shapeutil/clsLMisc.h"
 #include "tests/support/test_drawing.h"
 

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/conversion.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/drawing.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::testing {
 

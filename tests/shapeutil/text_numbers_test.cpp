@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "tests/shapeutil/counted_allocation.h"
 

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/error.h"
+#include "base/error.h"
 #include "sort/clsLSortShapeText.h"
 #include "tests/support/test_drawing.h"
 

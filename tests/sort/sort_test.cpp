@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/error.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/host.h"
-#include "platform/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "sort/clsLOSort.h"
 #include "sort/clsLSort.h"

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "platform/collection.h"
+#include "base/collection.h"
 #include "platform/drawing.h"
 
 namespace ohmwise::testing {

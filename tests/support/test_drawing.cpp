@@ -1,7 +1,7 @@
 #include "tests/support/test_drawing.h"
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::testing {
 

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/collection.h"
+#include "base/collection.h"
 #include "platform/drawing.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/host.h"

@@ -2,10 +2,10 @@
 
 #include <optional>
 
-#include "platform/conversion.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/database.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/support/door.h"
 
 namespace ohmwise::testing {

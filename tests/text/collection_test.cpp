@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/collection.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/collection.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise {
 namespace {

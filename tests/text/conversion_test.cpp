@@ -1,4 +1,4 @@
-#include "platform/conversion.h"
+#include "base/conversion.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/text.h"
-#include "platform/value.h"
+#include "base/text.h"
+#include "base/value.h"
 
 namespace ohmwise {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <functional>
 
+#include "base/error.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/error.h"
 #include "tests/vsdx/zip_support.h"
 
 namespace ohmwise::embedded {

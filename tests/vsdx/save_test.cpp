@@ -11,8 +11,8 @@
 #include <fstream>
 #include <functional>
 
+#include "base/error.h"
 #include "platform/embedded/vsdx/drawing_file.h"
-#include "platform/error.h"
 #include "tests/vsdx/model_dump.h"
 #include "tests/vsdx/zip_support.h"
 

@@ -4,8 +4,8 @@
 #include <span>
 #include <type_traits>
 
+#include "base/value.h"
 #include "platform/com/windows.h"
-#include "platform/value.h"
 
 namespace ohmwise::com {
 

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/collection.h"
+#include "base/collection.h"
+#include "base/error.h"
 #include "platform/com/server/classes.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 namespace {

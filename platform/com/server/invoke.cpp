@@ -3,9 +3,9 @@
 #include <array>
 #include <cstring>
 
+#include "base/error.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/variant.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <memory>
 
+#include "base/error.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/lock.h"
 #include "platform/com/server/module.h"
-#include "platform/error.h"
 
 namespace ohmwise::com {
 namespace {

@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/text.h"
 #include "platform/com/server/class_entry.h"
 #include "platform/com/variant.h"
 #include "platform/com/windows.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 

@@ -5,12 +5,12 @@
 #include <string>
 #include <system_error>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/database_file_writer.h"
 #include "platform/embedded/database/open_session.h"
 #include "platform/embedded/database/postgres_session.h"
 #include "platform/embedded/database/sqlite_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

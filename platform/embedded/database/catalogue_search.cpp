@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "platform/text.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <system_error>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/sqlite_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "platform/value.h"
+#include "base/value.h"
 
 namespace ohmwise::embedded {
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

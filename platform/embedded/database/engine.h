@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/value.h"
+#include "base/value.h"
 
 namespace ohmwise::embedded {
 

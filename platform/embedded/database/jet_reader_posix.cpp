@@ -14,10 +14,10 @@
 #include <memory>
 #include <system_error>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/jet_reader.h"
 #include "platform/embedded/database/sqlite_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 // The sanitizer needs more address space than a reader may have.
 #if defined(__SANITIZE_ADDRESS__)

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/jet_reader.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -8,9 +8,9 @@
 #include <limits>
 #include <utility>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/sqlite_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

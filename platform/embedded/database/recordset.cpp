@@ -6,14 +6,14 @@
 #include <utility>
 #include <vector>
 
-#include "platform/conversion.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/database/catalogue_search.h"
 #include "platform/embedded/database/connection_string.h"
 #include "platform/embedded/database/dialect.h"
 #include "platform/embedded/database/engine.h"
 #include "platform/embedded/database/open_session.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

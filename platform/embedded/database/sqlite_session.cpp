@@ -11,9 +11,9 @@
 #include <system_error>
 #include <thread>
 
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

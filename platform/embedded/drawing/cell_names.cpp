@@ -5,7 +5,7 @@
 #include <charconv>
 #include <iterator>
 
-#include "platform/text.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

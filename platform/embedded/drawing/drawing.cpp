@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/application.h"
 #include "platform/embedded/drawing/live_document.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -2,10 +2,10 @@
 #include <bit>
 #include <cstring>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/formula_program.h"
 #include "platform/embedded/drawing/live_document.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

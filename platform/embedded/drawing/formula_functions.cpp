@@ -7,9 +7,9 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/formula_dates.h"
 #include "platform/embedded/drawing/formula_program.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 

@@ -2,8 +2,8 @@
 #include <charconv>
 #include <utility>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/formula_program.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -1,10 +1,10 @@
 #include <algorithm>
 
-#include "platform/collection.h"
+#include "base/collection.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/application.h"
 #include "platform/embedded/drawing/live_document.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

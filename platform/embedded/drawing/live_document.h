@@ -14,13 +14,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/value.h"
 #include "platform/drawing.h"
 #include "platform/embedded/drawing/cell_names.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/drawing/formula.h"
 #include "platform/embedded/drawing/model.h"
 #include "platform/embedded/drawing/row_list.h"
-#include "platform/value.h"
 
 namespace ohmwise::embedded {
 

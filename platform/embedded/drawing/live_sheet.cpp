@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/live_document.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

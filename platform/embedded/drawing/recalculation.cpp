@@ -2,8 +2,8 @@
 #include <array>
 #include <cmath>
 
+#include "base/text.h"
 #include "platform/embedded/drawing/live_document.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

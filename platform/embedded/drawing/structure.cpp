@@ -2,9 +2,9 @@
 #include <cmath>
 #include <random>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/drawing/live_document.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -8,9 +8,9 @@
 #include <cstring>
 #include <string>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <utility>
 
-#include "platform/code_page.h"
+#include "base/code_page.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/files/local_files.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

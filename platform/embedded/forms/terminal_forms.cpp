@@ -1,7 +1,7 @@
 #include "platform/embedded/forms/terminal_forms.h"
 
+#include "base/text.h"
 #include "platform/embedded/forms/terminal.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

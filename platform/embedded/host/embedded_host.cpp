@@ -4,13 +4,13 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/text.h"
 #include "platform/embedded/database/embedded_database.h"
 #include "platform/embedded/files/local_files.h"
 #include "platform/embedded/forms/terminal_forms.h"
 #include "platform/embedded/host/program_folder.h"
 #include "platform/embedded/settings/options_file.h"
 #include "platform/embedded/spreadsheet/program.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

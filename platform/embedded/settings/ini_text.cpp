@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

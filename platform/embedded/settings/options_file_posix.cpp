@@ -10,12 +10,12 @@
 #include <system_error>
 #include <thread>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/files/local_files.h"
 #include "platform/embedded/settings/ini_text.h"
 #include "platform/embedded/settings/options_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

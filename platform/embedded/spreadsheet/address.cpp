@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

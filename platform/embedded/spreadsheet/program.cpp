@@ -3,8 +3,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
 #include "platform/embedded/spreadsheet/xlsx_writer.h"
-#include "platform/error.h"
 
 namespace ohmwise::embedded {
 

@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/code_page.h"
+#include "base/code_page.h"
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/spreadsheet/address.h"
 #include "platform/embedded/spreadsheet/text_table.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/spreadsheet/temporary_file.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 

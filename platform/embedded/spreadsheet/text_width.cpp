@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/conversion.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/text.h"
 
 namespace ohmwise::embedded {
 namespace {

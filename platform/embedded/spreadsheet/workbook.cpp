@@ -4,9 +4,9 @@
 #include <functional>
 #include <utility>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/spreadsheet/text_width.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

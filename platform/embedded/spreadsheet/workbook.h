@@ -9,8 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "base/value.h"
 #include "platform/embedded/spreadsheet/address.h"
-#include "platform/value.h"
 
 namespace ohmwise::embedded {
 

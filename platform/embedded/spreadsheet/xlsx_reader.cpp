@@ -4,12 +4,12 @@
 #include <new>
 #include <pugixml.hpp>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/spreadsheet/address.h"
 #include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/embedded/vsdx/package.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -9,11 +9,11 @@
 #include <tuple>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/spreadsheet/temporary_file.h"
 #include "platform/embedded/spreadsheet/text_width.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

@@ -8,13 +8,13 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/vsdx/new_drawing.h"
 #include "platform/embedded/vsdx/package.h"
 #include "platform/embedded/vsdx/part_reader.h"
 #include "platform/embedded/vsdx/part_writer.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

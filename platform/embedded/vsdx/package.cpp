@@ -8,9 +8,9 @@
 #include <new>
 #include <pugixml.hpp>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/embedded/vsdx/xml_text.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::embedded {
 namespace {

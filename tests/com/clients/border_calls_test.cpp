@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "platform/com/moment.h"
-#include "platform/text.h"
 #include "tests/com/clients/loopback/loopback.h"
 #include "tests/support/test_drawing.h"
 

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
 #include "platform/com/collection_client.h"
 #include "platform/com/drawing_clients.h"
 #include "platform/com/moment.h"
 #include "platform/com/objects.h"
-#include "platform/error.h"
 #include "tests/com/clients/loopback/loopback.h"
 #include "tests/com/clients/recorder.h"
 

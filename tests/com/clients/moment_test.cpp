@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
 #include "platform/com/objects.h"
-#include "platform/error.h"
 #include "tests/com/clients/loopback/loopback.h"
 #include "tests/support/test_drawing.h"
 

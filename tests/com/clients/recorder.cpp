@@ -2,11 +2,11 @@
 
 #include <cstring>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/objects.h"
 #include "platform/com/variant.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::testing {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/value.h"
 #include "platform/com/windows.h"
-#include "platform/value.h"
 
 namespace ohmwise::testing {
 

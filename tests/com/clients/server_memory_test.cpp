@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "Ohmwise6.h"
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/objects.h"
-#include "platform/text.h"
 #include "tests/com/clients/failing_memory.h"
 #include "tests/com/server/server.h"
 #include "tests/support/test_drawing.h"

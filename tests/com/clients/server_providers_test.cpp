@@ -7,11 +7,11 @@
 #include <gtest/gtest.h>
 
 #include "Ohmwise6.h"
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/moment.h"
 #include "platform/com/objects.h"
 #include "platform/database.h"
-#include "platform/text.h"
 #include "tests/com/clients/recorder.h"
 #include "tests/com/server/server.h"
 

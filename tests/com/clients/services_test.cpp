@@ -4,11 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
 #include "catalogue/clsLDB.h"
 #include "platform/com/com_host.h"
 #include "platform/com/moment.h"
 #include "platform/com/objects.h"
-#include "platform/error.h"
 #include "tests/com/clients/recorder.h"
 
 namespace ohmwise {

@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/objects.h"
-#include "platform/error.h"
-#include "platform/text.h"
 #include "tests/com/clients/loopback/loopback.h"
 #include "tests/com/server/server.h"
 #include "tests/support/test_drawing.h"

@@ -1,8 +1,8 @@
 #include <functional>
 
 #include "Ohmwise6.h"
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
-#include "platform/text.h"
 #include "tests/com/server/server.h"
 
 namespace ohmwise::com {

@@ -1,5 +1,5 @@
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
-#include "platform/text.h"
 #include "tests/com/server/server.h"
 
 namespace ohmwise::com {

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/text.h"
+#include "base/text.h"
 #include "tests/com/server/server.h"
 
 namespace ohmwise::com {

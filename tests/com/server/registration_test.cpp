@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "Ohmwise6.h"
-#include "platform/text.h"
+#include "base/text.h"
 #include "tests/com/server/server.h"
 
 namespace ohmwise::com {

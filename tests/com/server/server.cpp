@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "Ohmwise6.h"
+#include "base/text.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/objects.h"
-#include "platform/text.h"
 
 namespace ohmwise::com {
 namespace {

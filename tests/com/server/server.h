@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/value.h"
 #include "platform/com/variant.h"
 #include "platform/com/windows.h"
-#include "platform/value.h"
 
 namespace ohmwise::com {
 

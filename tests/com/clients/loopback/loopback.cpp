@@ -6,13 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
+#include "base/text.h"
 #include "platform/com/collection_client.h"
 #include "platform/com/error_mapping.h"
 #include "platform/com/objects.h"
 #include "platform/com/variant.h"
 #include "platform/drawing.h"
-#include "platform/error.h"
-#include "platform/text.h"
 
 namespace ohmwise::testing::loopback {
 

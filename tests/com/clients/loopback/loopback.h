@@ -4,9 +4,9 @@
 #include <map>
 #include <string>
 
-#include "platform/collection.h"
+#include "base/collection.h"
+#include "base/value.h"
 #include "platform/com/windows.h"
-#include "platform/value.h"
 
 namespace ohmwise::testing::loopback {
 

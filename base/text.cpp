@@ -1,4 +1,4 @@
-#include "platform/text.h"
+#include "base/text.h"
 
 #include <array>
 #include <charconv>
@@ -12,7 +12,7 @@ struct FoldRun {
   uint16_t step, offset;
 };
 constexpr FoldRun kFoldRuns[] = {
-#include "platform/fold_table.inc"
+#include "base/fold_table.inc"
 };
 
 /// The runs spread out, so that folding is one load.

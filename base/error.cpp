@@ -1,8 +1,8 @@
-#include "platform/error.h"
+#include "base/error.h"
 
 #include <utility>
 
-#include "platform/text.h"
+#include "base/text.h"
 
 namespace ohmwise {
 

@@ -4,14 +4,14 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/value.h"
+#include "base/value.h"
 
 namespace ohmwise {
 
 /// The keyed collection of the host runtime: values in order, positions from 1, each with an
 /// optional text key that is unique without regard to case.
 ///
-/// Implementations: platform/keyed_collection.cpp (headless host and server), com/ (a foreign one).
+/// Implementations: base/keyed_collection.cpp (headless host and server), com/ (a foreign one).
 /// Late-bound members: Count, Item(Index or Key), Add(Item, Key, Before, After), Remove(Index or
 /// Key); Before and After take a position or a key, and raise 5 when both are given.
 class Collection : public Object {

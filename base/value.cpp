@@ -1,8 +1,8 @@
-#include "platform/value.h"
+#include "base/value.h"
 
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <variant>
 
-#include "platform/ref.h"
+#include "base/ref.h"
 
 namespace ohmwise {
 

@@ -1,12 +1,12 @@
-#include "platform/conversion.h"
+#include "base/conversion.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string>
 
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise {
 namespace {

@@ -3,10 +3,10 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/collection.h"
-#include "platform/conversion.h"
-#include "platform/error.h"
-#include "platform/text.h"
+#include "base/collection.h"
+#include "base/conversion.h"
+#include "base/error.h"
+#include "base/text.h"
 
 namespace ohmwise {
 namespace {

@@ -49,7 +49,7 @@ To CheckedCast(From value);
 #include <limits>
 #include <utility>
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise {
 template <class To, class From>

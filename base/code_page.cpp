@@ -1,8 +1,8 @@
-#include "platform/code_page.h"
+#include "base/code_page.h"
 
 #include <array>
 
-#include "platform/error.h"
+#include "base/error.h"
 
 namespace ohmwise {
 namespace {

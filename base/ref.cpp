@@ -1,4 +1,4 @@
-#include "platform/ref.h"
+#include "base/ref.h"
 
 namespace ohmwise {
 namespace {
