@@ -23,6 +23,10 @@ class Collection : public Object {
   /// Item under a key. Raises 5 when no item has it.
   virtual Value Item(std::u16string_view key) = 0;
 
+  /// Whether an item has a key, where a collection can tell without being changed; no answer from a
+  /// foreign one.
+  virtual std::optional<bool> HasKey(std::u16string_view) { return std::nullopt; }
+
   /// Appends. Raises 457 when the key is present; the collection is unchanged then. No key
   /// (nullopt) and an empty key are different: "" is a key.
   virtual void Add(const Value& item, std::optional<std::u16string_view> key = std::nullopt) = 0;

@@ -42,6 +42,10 @@ class KeyedCollection final : public Counted<Collection> {
   Value Item(int32_t position) override { return At(position)->item; }
   Value Item(std::u16string_view key) override { return Under(key)->item; }
 
+  std::optional<bool> HasKey(std::u16string_view key) override {
+    return keys_.find(key) != keys_.end();
+  }
+
   void Add(const Value& item, std::optional<std::u16string_view> key) override {
     Insert(item, key, Size(root_));
   }

@@ -128,7 +128,9 @@ class clsLMisc {
   bool SetLocation(const ShapeRef& LocShape, const ShapeRef& tarShape, std::u16string_view NewRef);
   /// Adds the page's "User.PageName" with PAGENAME() when it is missing.
   void CheckPageName(const PageRef& pagActive);
-  /// True when the collection has an item under the key; it is left as it was, order included.
+  /// True when the collection has an item under the key; it is left as it was, order included. A
+  /// foreign collection is asked by adding an item and taking it away again; where that cannot be
+  /// taken away, the number of the collection is raised with the key.
   bool GotInCollection(const CollectionRef& tCol, std::u16string_view tKey);
   /// 32 random characters of 0-9 and A-Z.
   std::u16string GetRndGUID();

@@ -1,7 +1,10 @@
+#include <atomic>
 #include <chrono>
+#include <optional>
 #include <random>
 #include <string>
 
+#include "base/error.h"
 #include "base/text.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
@@ -21,21 +24,28 @@ void clsLMisc::CheckPageName(const PageRef& pagActive) {
 
 bool clsLMisc::GotInCollection(const CollectionRef& tCol, std::u16string_view tKey) {
   if (!tCol) return false;
+  if (const std::optional<bool> known = tCol->HasKey(tKey)) return *known;
   try {
     if (tCol->Count() == 0) return false;
     // A foreign collection tells a missing key from other failures in its own numbers; the number
     // of a key that is taken is the same everywhere.
     tCol->Add(Value(int16_t{0}), tKey);
-    tCol->Remove(tKey);
   } catch (const AutomationError& error) {
     return error.number() == Err::kDuplicateKey;
+  }
+  try {
+    tCol->Remove(tKey);
+  } catch (const AutomationError& error) {
+    Raise(error.number(), u"The collection took an item under the key \"" + std::u16string(tKey) +
+                              u"\" to show that the key was free, and keeps it: " +
+                              error.description());
   }
   return false;
 }
 
 std::u16string clsLMisc::GetRndGUID() {
   // The count keeps two calls within one tick of the clock apart.
-  thread_local uint32_t calls = 0;
+  static std::atomic<uint32_t> calls{0};
   const auto ticks =
       static_cast<uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
   std::seed_seq seed{static_cast<uint32_t>(ticks), static_cast<uint32_t>(ticks >> 32), ++calls};

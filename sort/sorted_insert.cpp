@@ -57,7 +57,7 @@ void Insert(const Target& target, const NewItem& item, std::optional<std::u16str
 }  // namespace
 
 void SortedInsert(const Target& target, PresenceTest presence, const NewItem& item) {
-  bool key_missed = false;
+  bool raises = false;
   try {
     if (!target.collection) Raise(Err::kObjectNotSet);
     const int32_t count = target.collection->Count();
@@ -67,19 +67,21 @@ void SortedInsert(const Target& target, PresenceTest presence, const NewItem& it
       if (count == 0) {
         // Nothing to look for; a failure of the insertion is swallowed in every sorter.
       } else if (presence == PresenceTest::kGotInCollection) {
+        raises = true;  // only where the collection keeps what it was asked with
         if (SharedMisc().GotInCollection(target.collection, *key)) return;
+        raises = false;
       } else {
         try {
           target.collection->Item(*key);
           return;
         } catch (const AutomationError&) {
-          key_missed = true;
+          raises = true;
         }
       }
     }
     Insert(target, item, std::move(key), count);
   } catch (const AutomationError&) {
-    if (key_missed) throw;
+    if (raises) throw;
   }
 }
 

@@ -35,7 +35,7 @@ struct NewItem {
 /// How a sorter finds out that its key is present already.
 enum class PresenceTest {
   kReadByKey,        ///< reading the item; failures after a missing key reach the caller
-  kGotInCollection,  ///< the probe of `clsLMisc`; every failure is swallowed
+  kGotInCollection,  ///< as `clsLMisc` asks; only failures of asking reach the caller
 };
 
 /// Inserts at the sorted place by binary search with `NetComp`: an equal item goes before the equal

@@ -357,11 +357,13 @@ class StubbornCollection : public Counted<Collection> {
   int32_t Count() override { return 1; }
   Value Item(int32_t) override { return {}; }
   Value Item(std::u16string_view) override { return {}; }
-  void Add(const Value&, std::optional<std::u16string_view>) override { Raise(number); }
+  void Add(const Value&, std::optional<std::u16string_view>) override {
+    if (number != Err{0}) Raise(number);
+  }
   void AddBefore(const Value&, std::optional<std::u16string_view>, int32_t) override {}
   void AddAfter(const Value&, std::optional<std::u16string_view>, int32_t) override {}
   void Remove(int32_t) override {}
-  void Remove(std::u16string_view) override {}
+  void Remove(std::u16string_view) override { Raise(Err::kPermissionDenied); }
   Err number = Err::kDuplicateKey;
 };
 
@@ -382,6 +384,14 @@ TEST_F(ConnectionTest, GotInCollectionLeavesTheCollectionAsItWas) {
   EXPECT_TRUE(misc_.GotInCollection(stubborn, u"K1"));
   stubborn->number = Err::kTypeMismatch;
   EXPECT_FALSE(misc_.GotInCollection(stubborn, u"K1"));
+  stubborn->number = Err{0};
+  try {
+    misc_.GotInCollection(stubborn, u"K1");
+    ADD_FAILURE() << "an item was left behind";
+  } catch (const AutomationError& error) {
+    EXPECT_EQ(error.number(), Err::kPermissionDenied);
+    EXPECT_NE(error.description().find(u"\"K1\""), std::u16string::npos);
+  }
 }
 
 TEST(LocationTextTest, RandomIdentifiersAndLocale) {
