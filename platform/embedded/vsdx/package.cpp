@@ -282,11 +282,9 @@ std::string Package::Rebuild(const std::map<std::string, std::string>& replaced,
   std::memcpy(copy, bytes_.data(), bytes_.size());
   zip_source_t* source = zip_source_buffer_create(copy, bytes_.size(), 1, &error);
   if (source == nullptr) std::free(copy);
-  zip_t* zip = nullptr;
-  if (source != nullptr) {
-    zip_source_keep(source);
-    zip = zip_open_from_source(source, 0, &error);
-  }
+  zip_t* zip = source == nullptr ? nullptr : zip_open_from_source(source, 0, &error);
+  // An open archive has taken the source; what it becomes is read from it afterwards.
+  if (zip != nullptr) zip_source_keep(source);
   std::string result;
   const auto fail = [&](const char* text) {
     const std::string why = Utf8Safe(text);
