@@ -1,5 +1,6 @@
 #include "platform/com/late_binding.h"
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <limits>
@@ -211,28 +212,35 @@ Variant LateBound::InvokeNamed(std::u16string_view member, WORD flags,
                                std::span<Variant> arguments) {
   Variant result;
   for (bool again = true;; again = false) {
-    size_t at = 0;
-    while (at < named_.size() && named_[at].name != member) ++at;
-    const bool known = at < named_.size();
+    // Copied: what is called may call back, and change the list of the known members.
+    const auto found = FindNamed(member);
+    const bool known = found != named_.end();
+    DISPID id = known ? found->id : DISPID_UNKNOWN;
     if (!known) {
-      NamedMember found{std::u16string(member), DISPID_VALUE};
-      const HRESULT result_of_name = LookUp(Wide(found.name.c_str()), found.id);
+      std::u16string name(member);
+      const HRESULT result_of_name = LookUp(Wide(name.c_str()), id);
       if (result_of_name == DISP_E_UNKNOWNNAME) RaiseUnknownMember(member);
       Check(result_of_name);
-      named_.push_back(std::move(found));
+      if (FindNamed(member) == named_.end()) named_.push_back({std::move(name), id});
     }
     EXCEPINFO exception{};
-    HRESULT outcome = TryInvoke(named_[at].id, flags, arguments, result, exception);
+    HRESULT outcome = TryInvoke(id, flags, arguments, result, exception);
     if (outcome == DISP_E_MEMBERNOTFOUND && flags == DISPATCH_PROPERTYPUTREF) {
-      outcome = TryInvoke(named_[at].id, DISPATCH_PROPERTYPUT, arguments, result, exception);
+      outcome = TryInvoke(id, DISPATCH_PROPERTYPUT, arguments, result, exception);
     }
     if (SUCCEEDED(outcome)) return result;
     // A code module that was edited has other identifiers.
     if (outcome != DISP_E_MEMBERNOTFOUND || !known || !again) {
       RaiseInvokeFailure(outcome, exception);
     }
-    named_.erase(named_.begin() + static_cast<std::ptrdiff_t>(at));
+    if (const auto stale = FindNamed(member); stale != named_.end() && stale->id == id) {
+      named_.erase(stale);
+    }
   }
+}
+
+std::vector<LateBound::NamedMember>::iterator LateBound::FindNamed(std::u16string_view member) {
+  return std::ranges::find(named_, member, &NamedMember::name);
 }
 
 namespace {

@@ -157,6 +157,7 @@ class LateBound {
     std::u16string name;
     DISPID id;
   };
+  std::vector<NamedMember>::iterator FindNamed(std::u16string_view member);
 
   static Ref<IDispatch> TakeObject(Variant result);
   Variant Invoke(Member member, WORD flags, std::span<Variant> arguments);

@@ -162,8 +162,12 @@ class Facet final : public IDispatch {
   }
   HRESULT STDMETHODCALLTYPE Invoke(DISPID i, REFIID r, LCID l, WORD f, DISPPARAMS* p, VARIANT* v,
                                    EXCEPINFO* e, UINT* u) override {
+    if (const auto first = std::exchange(before_a_call, nullptr)) first();
     return whole_->Invoke(i, r, l, f, p, v, e, u);
   }
+  void Become(Ref<IDispatch> whole) { whole_ = std::move(whole); }
+  /// What the object does of its own when it is called next.
+  std::function<void()> before_a_call;
 
  private:
   Ref<IDispatch> whole_;
@@ -173,6 +177,22 @@ TEST_F(LateBindingTest, OneObjectBehindTwoPointersIsTheSame) {
   const Ref<Recorder> thing = Recorder::Make(u"Thing", nullptr);
   Facet facet(thing);
   EXPECT_TRUE(Same(com::FromDispatch(thing.get()), com::FromDispatch(&facet)));
+  com::NoteEntry();  // the facet ends here
+}
+
+TEST_F(LateBindingTest, AnEditedModuleMayCallBackWhileItIsCalled) {
+  const auto module = [](DISPID first_id) {
+    const Ref<Recorder> made = Recorder::Make(u"Module", nullptr, first_id);
+    made->On(u"One", [](auto&) { return Value(int32_t{1}); });
+    made->On(u"Two", [](auto&) { return Value(int32_t{2}); });
+    return made;
+  };
+  Facet facet(module(1));
+  const ObjectRef wrapped = com::FromDispatch(&facet);
+  EXPECT_EQ(wrapped->Get(u"One").ToInt32() + wrapped->Get(u"Two").ToInt32(), 3);
+  facet.Become(module(50));
+  facet.before_a_call = [&] { EXPECT_EQ(wrapped->Get(u"One").ToInt32(), 1); };
+  EXPECT_EQ(wrapped->Get(u"Two").ToInt32(), 2);
   com::NoteEntry();  // the facet ends here
 }
 
