@@ -1,5 +1,8 @@
 // Reads files of the Jet format that others made, whole and broken.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,6 +91,63 @@ TEST_F(JetTest, ReadsACatalogue) {
     if (all->Field(0).IsText()) longest = std::max(longest, all->Field(0).AsText().size());
   }
   EXPECT_EQ(longest, 5880u);
+}
+
+/// The processes that one has started, ended ones left out.
+std::vector<pid_t> ChildrenOf(pid_t parent) {
+  std::vector<pid_t> children;
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    std::ifstream stat(entry.path() / "stat");
+    pid_t process = 0, of = 0;
+    std::string name;
+    char state = 0;
+    if (stat >> process >> name >> state >> of && of == parent && state != 'Z') {
+      children.push_back(process);
+    }
+  }
+  return children;
+}
+
+TEST_F(JetTest, TheReaderEndsWithItsParentAlsoAtAFullPipe) {
+  // What a reader started by another thread, or none of ours, must not keep open.
+  const int other = open(kCorpus.c_str(), O_RDONLY);
+  const pid_t parent = fork();
+  if (parent == 0) {
+    for (;;) Count(Connect(kCorpus / "made" / "made-catalogue.mdb"), u"CompDB");
+  }
+  // Stopped, it reads no more, and the reader fills the pipe.
+  pid_t reader = 0;
+  const auto state = [&](pid_t process) {
+    std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+    std::string number, name, what;
+    return stat >> number >> name >> what ? what : std::string();
+  };
+  const auto until = [](const auto& holds) {
+    for (int tries = 0; tries < 5000; ++tries) {
+      if (holds()) return true;
+      usleep(2000);
+    }
+    return false;
+  };
+  EXPECT_TRUE(until([&] {
+    kill(parent, SIGSTOP);
+    usleep(50000);  // long enough for a reader that does not wait to have ended
+    const std::vector<pid_t> children = ChildrenOf(parent);
+    reader = children.empty() ? 0 : children[0];
+    if (reader != 0 && state(reader) == "S") return true;
+    kill(parent, SIGCONT);
+    return false;
+  }));
+  size_t descriptors = 0;
+  for ([[maybe_unused]] const auto& entry :
+       fs::directory_iterator("/proc/" + std::to_string(reader) + "/fd")) {
+    ++descriptors;
+  }
+  EXPECT_LE(descriptors, 4u) << "three of its own and the file";
+  kill(parent, SIGKILL);
+  waitpid(parent, nullptr, 0);
+  EXPECT_TRUE(until([&] { return state(reader) == "" || state(reader) == "Z"; }));
+  close(other);
 }
 
 TEST_F(JetTest, RefusesToWriteAndNamesTheImport) {

@@ -19,8 +19,8 @@ struct JetTable {
 /// True for a file that starts as the Jet engine's do.
 bool IsJetFile(const std::filesystem::path& path);
 
-/// The user's tables of a Jet file. A file may be damaged or made to do harm, so it is read in a
-/// process of its own with limits on memory, time and output; whatever happens there, here it is
+/// The user's tables of a Jet file. A file may be damaged or made to do harm, so it is read by a
+/// program of its own with limits on memory, time and output; whatever happens there, here it is
 /// the provider's error.
 std::vector<std::u16string> ReadJetTableNames(const std::filesystem::path& path);
 JetTable ReadJetTable(const std::filesystem::path& path, std::u16string_view name);

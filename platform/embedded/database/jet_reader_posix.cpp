@@ -1,9 +1,7 @@
 #include <fcntl.h>
-#include <glib.h>
-#include <mdbtools.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/resource.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,194 +9,62 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
-#include <memory>
+#include <string>
 #include <system_error>
 
 #include "base/error.h"
 #include "base/text.h"
 #include "platform/embedded/database/jet_reader.h"
+#include "platform/embedded/database/jet_stream.h"
 #include "platform/embedded/database/sqlite_session.h"
-
-// The sanitizer needs more address space than a reader may have.
-#if defined(__SANITIZE_ADDRESS__)
-#define OHMWISE_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define OHMWISE_ADDRESS_SANITIZER
-#endif
-#endif
 
 namespace ohmwise::embedded {
 namespace {
 
-// Forms take 65,535 characters; the library takes this much memory for every text.
-constexpr size_t kLongestText = size_t{256} << 10;
-[[maybe_unused]] constexpr rlim_t kReaderMemory = rlim_t{2} << 30;
-constexpr rlim_t kReaderSeconds = 60;
 constexpr std::chrono::seconds kReaderPatience{120};
 // What one file may grow to: texts of one byte per unit in the file become one byte of UTF-8, so
 // much more than the file's size is a circle in its pages.
 constexpr uintmax_t kLeastOutput = 64u << 20;
 constexpr uintmax_t kOutputPerByte = 16;
 
-// What the reading process says, piece by piece: a tag, a length, bytes.
-enum Tag : uint8_t {
-  kTable = 'T',
-  kColumn = 'C',
-  kRow = 'R',
-  kText = 'V',
-  kNull = 'N',
-  kEnd = 'E'
-};
-
-class Speaker {
- public:
-  explicit Speaker(int pipe) : pipe_(pipe) { buffer_.reserve(kBlock * 2); }
-  void Say(Tag tag, std::string_view bytes = {}) {
-    const auto size = static_cast<uint32_t>(bytes.size());
-    std::array<char, sizeof(size)> length;
-    std::memcpy(length.data(), &size, sizeof(size));
-    buffer_ += static_cast<char>(tag);
-    buffer_.append(length.data(), length.size());
-    buffer_ += bytes;
-    if (buffer_.size() >= kBlock) Flush();
-  }
-  void Flush() {
-    for (size_t done = 0; done < buffer_.size();) {
-      const ssize_t count = write(pipe_, buffer_.data() + done, buffer_.size() - done);
-      if (count <= 0) _exit(1);  // nobody listens any more
-      done += static_cast<size_t>(count);
-    }
-    buffer_.clear();
-  }
-
- private:
-  static constexpr size_t kBlock = 1 << 16;
-  int pipe_;
-  std::string buffer_;
-};
-
-ColumnType TypeOf(int type) {
-  switch (type) {
-    case MDB_BOOL:
-      return ColumnType::kBoolean;
-    case MDB_BYTE:
-    case MDB_INT:
-      return ColumnType::kInt16;
-    case MDB_LONGINT:
-      return ColumnType::kInt32;
-    case MDB_MONEY:
-    case MDB_FLOAT:
-    case MDB_DOUBLE:
-    case MDB_NUMERIC:
-      return ColumnType::kDouble;
-    default:
-      return ColumnType::kText;
-  }
+/// The program that reads: beside the running one, or where it is installed.
+std::filesystem::path JetProgram() {
+  std::error_code error;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+  const std::filesystem::path beside = self.parent_path() / "ohmwise-jet-reader";
+  if (std::filesystem::exists(beside, error)) return beside;
+  return OHMWISE_PROGRAMS "/ohmwise-jet-reader";
 }
 
-MdbColumn* ColumnAt(const MdbTableDef* table, unsigned int index) {
-  return static_cast<MdbColumn*>(g_ptr_array_index(table->columns, index));
-}
-
-// The library copies an empty text and a null alike; the row itself knows the difference.
-std::vector<bool> Nulls(MdbHandle* file, MdbTableDef* table) {
-  std::vector<bool> nulls(table->num_cols, true);
-  int start = 0;
-  size_t size = 0;
-  if (mdb_find_row(file, static_cast<int>(table->cur_row) - 1, &start, &size) != 0) return nulls;
-  std::vector<MdbField> fields(table->num_cols);
-  // What comes back counts the row's fields, with those of dropped columns.
-  if (mdb_crack_row(table, start & 0x1fff, size, fields.data()) < 0) return nulls;
-  for (const MdbField& field : fields) {
-    if (field.colnum >= 0 && static_cast<unsigned int>(field.colnum) < table->num_cols) {
-      nulls[static_cast<size_t>(field.colnum)] = field.is_null != 0;
-    }
+/// Starts the program with its output in the pipe and nothing else of ours open. No copy of this
+/// process: a thread that holds a lock here would hold it there for ever. Negative on a failure.
+pid_t Start(const std::string& file, const std::string* wanted, int pipe) {
+  const std::string program = JetProgram().string();
+  // Passed on, not changed.
+  std::array<char*, 4> arguments = {const_cast<char*>(program.c_str()),
+                                    const_cast<char*>(file.c_str()),
+                                    wanted ? const_cast<char*>(wanted->c_str()) : nullptr, nullptr};
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_adddup2(&files, pipe, STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  sigset_t signals;
+  sigemptyset(&signals);
+  posix_spawnattr_setsigmask(&attributes, &signals);
+  sigfillset(&signals);
+  posix_spawnattr_setsigdefault(&attributes, &signals);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  pid_t process = -1;
+  if (posix_spawn(&process, program.c_str(), &files, &attributes, arguments.data(), environ) != 0) {
+    process = -1;
   }
-  return nulls;
-}
-
-bool SayTable(MdbHandle* file, MdbCatalogEntry* entry, Speaker& speaker) {
-  MdbTableDef* table = mdb_read_table(entry);
-  if (!table || !mdb_read_columns(table) || table->num_cols > MDB_MAX_COLS) return false;
-  std::vector<std::unique_ptr<char[]>> texts;
-  std::vector<int> lengths(table->num_cols);
-  for (unsigned int i = 0; i < table->num_cols; ++i) {
-    const MdbColumn* column = ColumnAt(table, i);
-    const char type = static_cast<char>('0' + static_cast<int>(TypeOf(column->col_type)));
-    speaker.Say(kColumn, type + std::string(column->name));
-    // Not cleared: most of it is never touched.
-    texts.emplace_back(new char[kLongestText]);
-    texts.back()[0] = '\0';
-    const bool picture = column->col_type == MDB_OLE || column->col_type == MDB_COMPLEX;
-    if (!picture) {
-      mdb_bind_column(table, static_cast<int>(i) + 1, texts.back().get(), &lengths[i]);
-    }
-  }
-  mdb_rewind_table(table);
-  while (mdb_fetch_row(table) != 0) {
-    const std::vector<bool> nulls = Nulls(file, table);
-    speaker.Say(kRow);
-    for (unsigned int i = 0; i < table->num_cols; ++i) {
-      const MdbColumn* column = ColumnAt(table, i);
-      if (column->col_type == MDB_OLE || column->col_type == MDB_COMPLEX ||
-          (column->col_type != MDB_BOOL && nulls[i])) {
-        speaker.Say(kNull);
-        continue;
-      }
-      const size_t size = strnlen(texts[i].get(), kLongestText);
-      if (size + 1 >= kLongestText) return false;  // cut off
-      speaker.Say(kText, {texts[i].get(), size});
-    }
-  }
-  return true;
-}
-
-// In the reading process; `wanted` is a table, or null for the list of them.
-bool Speak(const char* path, const std::string* wanted, Speaker& speaker) {
-  MdbHandle* file = mdb_open(path, MDB_NOFLAGS);
-  if (!file || !mdb_read_catalog(file, MDB_TABLE)) return false;
-  mdb_set_bind_size(file, kLongestText);
-  mdb_set_date_fmt(file, "%Y-%m-%d %H:%M:%S");
-  mdb_set_shortdate_fmt(file, "%Y-%m-%d %H:%M:%S");
-  mdb_set_boolean_fmt_numbers(file);
-  for (unsigned int i = 0; i < file->num_catalog; ++i) {
-    auto* entry = static_cast<MdbCatalogEntry*>(g_ptr_array_index(file->catalog, i));
-    if (entry->object_type != MDB_TABLE || !mdb_is_user_table(entry)) continue;
-    if (!wanted) {
-      speaker.Say(kTable, entry->object_name);
-    } else if (*wanted == entry->object_name) {
-      return SayTable(file, entry, speaker);
-    }
-  }
-  return !wanted;
-}
-
-[[noreturn]] void RunReader(const char* path, const std::string* wanted, int pipe) {
-#if !defined(OHMWISE_ADDRESS_SANITIZER)
-  const rlimit memory = {kReaderMemory, kReaderMemory};
-  setrlimit(RLIMIT_AS, &memory);
-#endif
-  const rlimit seconds = {kReaderSeconds, kReaderSeconds};
-  setrlimit(RLIMIT_CPU, &seconds);
-  const rlimit none = {0, 0};
-  setrlimit(RLIMIT_CORE, &none);
-  const int nowhere = open("/dev/null", O_RDWR);
-  dup2(nowhere, 0);
-  dup2(nowhere, 1);
-  dup2(nowhere, 2);
-  // A crash is an answer here, not something to be reported.
-  for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT, SIGILL}) signal(number, SIG_DFL);
-  signal(SIGPIPE, SIG_DFL);
-  try {
-    Speaker speaker(pipe);
-    if (!Speak(path, wanted, speaker)) _exit(1);
-    speaker.Say(kEnd);
-    speaker.Flush();
-  } catch (...) {
-    _exit(1);
-  }
-  _exit(0);
+  posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&files);
+  return process;
 }
 
 [[noreturn]] void FailReading(const std::filesystem::path& path, std::u16string_view what) {
@@ -213,16 +79,15 @@ class Reader {
     const uintmax_t size = std::filesystem::file_size(path, error);
     if (error) FailReading(path, u"cannot be read.");
     left_ = kLeastOutput + kOutputPerByte * size;
-    const std::string name = path.string();
     std::array<int, 2> ends;
     if (pipe2(ends.data(), O_CLOEXEC) != 0) FailReading(path, u"cannot be read: no pipe is left.");
-    process_ = fork();
-    if (process_ == 0) RunReader(name.c_str(), wanted, ends[1]);
+    process_ = Start(path.string(), wanted, ends[1]);
     close(ends[1]);
     pipe_ = ends[0];
     if (process_ < 0) {
       close(pipe_);
-      FailReading(path, u"cannot be read: no process is left.");
+      FailReading(path, u"is in the Jet format; the program \"" + TextFromPath(JetProgram()) +
+                            u"\" that reads it cannot be started.");
     }
   }
   ~Reader() {
@@ -235,15 +100,15 @@ class Reader {
   Reader& operator=(const Reader&) = delete;
 
   // The next piece; raises where the process ends before its end mark.
-  Tag Next(std::string& bytes) {
+  JetTag Next(std::string& bytes) {
     std::array<char, 5> head;
     Take(head.data(), head.size());
     uint32_t size = 0;
     std::memcpy(&size, head.data() + 1, sizeof(size));
-    if (size > kLongestText) Damaged();
+    if (size > kLongestJetText) Damaged();
     bytes.resize(size);
     Take(bytes.data(), size);
-    return static_cast<Tag>(head[0]);
+    return static_cast<JetTag>(head[0]);
   }
   [[noreturn]] void Damaged() const {
     FailReading(path_, u"is in the Jet format and cannot be read; it is damaged.");
@@ -299,8 +164,8 @@ std::vector<std::u16string> ReadJetTableNames(const std::filesystem::path& path)
   Reader reader(path, nullptr);
   std::vector<std::u16string> names;
   std::string bytes;
-  for (Tag tag = reader.Next(bytes); tag != kEnd; tag = reader.Next(bytes)) {
-    if (tag != kTable) reader.Damaged();
+  for (JetTag tag = reader.Next(bytes); tag != JetTag::kEnd; tag = reader.Next(bytes)) {
+    if (tag != JetTag::kTable) reader.Damaged();
     names.push_back(FromUtf8(bytes));
   }
   return names;
@@ -311,17 +176,17 @@ JetTable ReadJetTable(const std::filesystem::path& path, std::u16string_view nam
   Reader reader(path, &wanted);
   JetTable table;
   std::string bytes;
-  for (Tag tag = reader.Next(bytes); tag != kEnd; tag = reader.Next(bytes)) {
-    if (tag == kColumn && bytes.size() > 1 && table.rows.empty()) {
+  for (JetTag tag = reader.Next(bytes); tag != JetTag::kEnd; tag = reader.Next(bytes)) {
+    if (tag == JetTag::kColumn && bytes.size() > 1 && table.rows.empty()) {
       const int type = bytes[0] - '0';
       if (type < 0 || type > static_cast<int>(ColumnType::kText)) reader.Damaged();
       table.columns.push_back(
           {FromUtf8(std::string_view(bytes).substr(1)), static_cast<ColumnType>(type)});
-    } else if (tag == kRow) {
+    } else if (tag == JetTag::kRow) {
       table.rows.emplace_back();
-    } else if ((tag == kText || tag == kNull) && !table.rows.empty() &&
+    } else if ((tag == JetTag::kText || tag == JetTag::kNull) && !table.rows.empty() &&
                table.rows.back().size() < table.columns.size()) {
-      table.rows.back().push_back(tag == kText ? std::optional(bytes) : std::nullopt);
+      table.rows.back().push_back(tag == JetTag::kText ? std::optional(bytes) : std::nullopt);
     } else {
       reader.Damaged();
     }
