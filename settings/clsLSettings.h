@@ -18,9 +18,9 @@ namespace ohmwise {
 class clsLSettings {
  public:
   /// Loads all options and "Options.txt", which lies beside the catalogue. Raises the host's error
-  /// when the stencil "Ohmwise.vss" is not open among the documents of the drawing's application
-  /// (nothing is loaded then), and 13 for a stored text that is no Boolean; the options after that
-  /// one keep what they were.
+  /// when neither "Ohmwise.vss" nor "Ohmwise.vssx" is open among the documents of the drawing's
+  /// application (the one for the first; nothing is loaded then), and 13 for a stored text that is
+  /// no Boolean; the options after that one keep what they were.
   void SetActiveDocument(const DocumentRef& v);
 
   /// Folder of the stencil, ending with the separator.

@@ -12,6 +12,7 @@ namespace {
 constexpr std::u16string_view kApplication = u"Ohmwise";
 constexpr std::u16string_view kSection = u"Options";
 constexpr std::u16string_view kStencil = u"Ohmwise.vss";
+constexpr std::u16string_view kStencilPackage = u"Ohmwise.vssx";  // of newer programs
 constexpr std::u16string_view kCatalogue = u"Ohmwise6.mdb";
 constexpr std::u16string_view kFormerCatalogue = u"Ohmwise.mdb";
 constexpr std::u16string_view kOptionsFile = u"Options.txt";
@@ -26,13 +27,25 @@ std::vector<std::u16string_view> Fields(std::u16string_view line) {
   }
 }
 
+DocumentRef OpenStencil(Application& application) {
+  try {
+    return application.DocumentNamed(kStencil);
+  } catch (const AutomationError&) {
+    try {
+      return application.DocumentNamed(kStencilPackage);
+    } catch (const AutomationError&) {
+    }
+    throw;
+  }
+}
+
 }  // namespace
 
 void clsLSettings::SetActiveDocument(const DocumentRef& v) {
   if (!v) Raise(Err::kObjectNotSet);
   const ApplicationRef application = v->Application();
   if (!application) Raise(Err::kObjectNotSet);
-  app_path_ = application->DocumentNamed(kStencil)->Path();
+  app_path_ = OpenStencil(*application)->Path();
   reference_pop_up_ = StoredBoolean(u"ReferencePopUp", false);
   ref_page_prefix_enable_ = StoredBoolean(u"UsePagePrefixOnRef", false);
   net_page_prefix_enable_ = StoredBoolean(u"UsePagePrefixOnNet", false);

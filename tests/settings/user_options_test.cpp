@@ -97,11 +97,24 @@ TEST_F(UserOptionsTest, StoredTextsBecomeBooleans) {
   }
 }
 
+TEST_F(UserOptionsTest, TheStencilMayBeAPackage) {
+  stencil_model_.full_path = "new/Ohmwise.vssx";
+  Load();
+  EXPECT_EQ(settings_.AppPath(), u"new/");
+}
+
 TEST_F(UserOptionsTest, WithoutTheStencilNothingIsLoaded) {
   host_.stored = {{u"ReferencePopUp", u"True"}};
   workspace_.Detach(*stencil_);
   stencil_.reset();
-  EXPECT_EQ(ErrorOf([&] { Load(); }), Err::kHost);
+  try {
+    Load();
+    ADD_FAILURE() << "nothing is open";
+  } catch (const AutomationError& error) {
+    EXPECT_EQ(error.number(), Err::kHost);
+    EXPECT_EQ(error.description().find(u"vssx"),
+              std::u16string::npos);  // the failure for the first
+  }
   EXPECT_FALSE(settings_.ReferencePopUp());
   EXPECT_TRUE(host_.reads.empty());
   EXPECT_EQ(ErrorOf([&] { settings_.SetActiveDocument({}); }), Err::kObjectNotSet);
