@@ -302,23 +302,39 @@ TEST(EditTest, PagesMastersAndRecalculationReachEveryList) {
   EXPECT_EQ(DrawingFile::OpenBytes(less, "less")->model().pages.size(), 1u);
 }
 
-TEST(EditTest, Utf16PartIsReadAndChanged) {
-  const std::u16string page =
-      u"\uFEFF<?xml version='1.0' encoding='utf-16'?><PageContents><Shapes><Shape ID='1' "
-      u"Name='Sch\u00FCtz'/></Shapes></PageContents>";
+/// A page with a shape named "Schütz" and a declaration, in UTF-16 with or without a mark.
+std::string Wide(std::u16string page, bool mark) {
+  page.insert(0, mark ? u"\uFEFF" : u"");
   std::string bytes;
   for (const char16_t c : page) {
     bytes += static_cast<char>(c & 0xFF);
     bytes += static_cast<char>(c >> 8);
   }
-  const auto file = DrawingFile::OpenBytes(MakeZip(SmallDrawing(bytes)), "wide");
-  Contents& contents = file->model().pages[0]->contents;
-  file->model().Ensure(contents);
-  EXPECT_EQ(contents.shapes.at(0)->name, "Sch\xC3\xBCtz");
-  contents.shapes[0]->cells.push_back(Cell("PinX", "1"));
-  contents.shapes[0]->cells_changed = contents.changed = true;
-  const auto again = DrawingFile::OpenBytes(file->SaveBytes(), "again");
-  EXPECT_EQ(Dump(again->model()), Dump(file->model()));
+  return bytes;
+}
+
+TEST(EditTest, PartsInOtherEncodingsAreReadAndChanged) {
+  const std::u16string page =
+      u"<?xml version='1.0' encoding='utf-16'?><PageContents><Shapes><Shape ID='1' "
+      u"Name='Sch\u00FCtz'/></Shapes></PageContents>";
+  const auto narrow = [](const char* encoding, const char* name) {
+    return std::string("<?xml version='1.0' encoding=\"") + encoding +
+           "\" standalone='yes'?><PageContents><Shapes><Shape ID='1' Name='Sch" + name +
+           "tz'/></Shapes></PageContents>";
+  };
+  for (const std::string& bytes :
+       {Wide(page, true), Wide(page, false), narrow("ISO-8859-1", "\xFC"),
+        narrow("windows-1252", "\xFC"), narrow("utf-16", "\xC3\xBC"), narrow("UTF-8", "\xC3\xBC"),
+        "\xEF\xBB\xBF" + narrow("utf-8", "\xC3\xBC")}) {
+    const auto file = DrawingFile::OpenBytes(MakeZip(SmallDrawing(bytes)), "wide");
+    Contents& contents = file->model().pages[0]->contents;
+    file->model().Ensure(contents);
+    EXPECT_EQ(contents.shapes.at(0)->name, "Sch\xC3\xBCtz") << bytes;
+    contents.shapes[0]->cells.push_back(Cell("User.Price", "1 \xE2\x82\xAC"));
+    contents.shapes[0]->cells_changed = contents.changed = true;
+    const auto again = DrawingFile::OpenBytes(file->SaveBytes(), "again");
+    EXPECT_EQ(Dump(again->model()), Dump(file->model())) << bytes;
+  }
 }
 
 }  // namespace

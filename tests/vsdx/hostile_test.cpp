@@ -160,6 +160,27 @@ TEST(HostileTest, RefusedWithOneSentence) {
          Part(e, "visio/sheets/first.xml").data = "<PageContents><Shapes></PageContents>";
        },
        "not well-formed"},
+      {"an encoding nobody knows",
+       [](Entries& e, PackageLimits&) {
+         Part(e, "visio/sheets/first.xml").data = "<?xml version='1.0' encoding='x-old'?>" + kPage;
+       },
+       "first.xml\": the part declares the encoding \"x-old\""},
+      {"bytes that are no UTF-8",
+       [](Entries& e, PackageLimits&) {
+         Part(e, "visio/sheets/first.xml").data = "<!-- a long \xC3\xBC \xFC -->" + kPage;
+       },
+       "first.xml\": the part is not valid UTF-8 at byte 15"},
+      {"page ID that is no number",
+       [](Entries& e, PackageLimits&) {
+         Replace(Part(e, "visio/sheets/all.xml").data, "ID='4'", "ID='abc'");
+       },
+       "\" has the ID \"abc\", which is no number"},
+      {"page ID that another page has",
+       [](Entries& e, PackageLimits&) {
+         Replace(Part(e, "visio/sheets/all.xml").data, "<Page ID='4'",
+                 "<Page ID='4' NameU='P'/><Page ID='4'");
+       },
+       "has the ID \"4\", which another one has too"},
       {"damaged part",
        [](Entries& e, PackageLimits&) { Part(e, "visio/stamps/stamp.xml").claimed_size = 20; },
        "stamp.xml\": the part is damaged"},

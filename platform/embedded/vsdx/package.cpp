@@ -10,6 +10,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "platform/embedded/vsdx/part_encoding.h"
 #include "platform/embedded/vsdx/xml_text.h"
 
 namespace ohmwise::embedded {
@@ -225,7 +226,7 @@ std::vector<char> Package::Read(const std::string& part) {
 
 std::vector<char> Package::ReadXml(const std::string& part) {
   std::vector<char> xml = Read(part);
-  ToUtf8Part(xml);
+  if (const std::string why = ToUtf8Part(xml); !why.empty()) RaisePackage(file_, part, why);
   switch (ScanXml({xml.data(), xml.size()}, limits_.xml_depth, limits_.xml_items)) {
     case XmlFault::kNone:
       return xml;

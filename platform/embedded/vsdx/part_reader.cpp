@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstring>
 #include <pugixml.hpp>
+#include <unordered_set>
 
 #include "platform/embedded/vsdx/package.h"
 
@@ -221,6 +222,20 @@ std::string RelationshipId(pugi::xml_node node) {
   return "";
 }
 
+/// ID of a page or master. What refers to it and what is saved goes by this number, so one that is
+/// none, or that another has too, makes the list a broken one.
+uint32_t ListedId(const PartText& text, pugi::xml_node node, std::unordered_set<uint32_t>& taken) {
+  const string_view id = node.attribute("ID").value();
+  const std::optional<uint32_t> number = Number(id);
+  const bool is_new = number && *number != Sheet::kNoId && taken.insert(*number).second;
+  if (is_new) return *number;
+  const char* name = node.attribute("Name") ? "Name" : "NameU";
+  RaisePackage(text.file, text.part,
+               std::string(node.name()) + " \"" + node.attribute(name).value() +
+                   "\" has the ID \"" + std::string(id) +
+                   (number ? "\", which another one has too." : "\", which is no number."));
+}
+
 std::optional<int32_t> Part(pugi::xml_attribute attribute) {
   return attribute ? std::optional<int32_t>(attribute.as_int()) : std::nullopt;
 }
@@ -243,9 +258,10 @@ void ReadDocument(const PartText& text, DocumentModel& model) {
 std::vector<std::string> ReadPages(const PartText& text, DocumentModel& model) {
   pugi::xml_document document;
   std::vector<std::string> ids;
+  std::unordered_set<uint32_t> taken;
   for (const pugi::xml_node node : Load(text, document, "Pages").children("Page")) {
     auto page = std::make_unique<PageModel>();
-    page->id = Number(node.attribute("ID").value()).value_or(Sheet::kNoId);
+    page->id = ListedId(text, node, taken);
     page->name_u = node.attribute("NameU").value();
     page->name =
         node.attribute("Name") ? string_view(node.attribute("Name").value()) : page->name_u;
@@ -264,9 +280,10 @@ std::vector<std::string> ReadPages(const PartText& text, DocumentModel& model) {
 std::vector<std::string> ReadMasters(const PartText& text, DocumentModel& model) {
   pugi::xml_document document;
   std::vector<std::string> ids;
+  std::unordered_set<uint32_t> taken;
   for (const pugi::xml_node node : Load(text, document, "Masters").children("Master")) {
     auto master = std::make_unique<MasterModel>();
-    master->id = Number(node.attribute("ID").value()).value_or(Sheet::kNoId);
+    master->id = ListedId(text, node, taken);
     master->name_u = node.attribute("NameU").value();
     master->name =
         node.attribute("Name") ? string_view(node.attribute("Name").value()) : master->name_u;

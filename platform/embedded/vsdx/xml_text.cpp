@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "base/text.h"
-
 namespace ohmwise::embedded {
 namespace {
 
@@ -131,23 +129,19 @@ XmlFault ScanXml(std::string_view xml, uint32_t max_depth, uint32_t max_items) {
   return depth == 0 ? XmlFault::kNone : XmlFault::kBroken;
 }
 
-void ToUtf8Part(std::vector<char>& part) {
-  if (part.size() < 2) return;
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(part[i]); };
-  const bool little = byte(0) == 0xFF && byte(1) == 0xFE;
-  if (!little && !(byte(0) == 0xFE && byte(1) == 0xFF)) return;
-  std::u16string text;
-  text.reserve(part.size() / 2);
-  for (size_t i = 2; i + 1 < part.size(); i += 2) {
-    text += static_cast<char16_t>(little ? byte(i) | byte(i + 1) << 8 : byte(i) << 8 | byte(i + 1));
+size_t InvalidUtf8(std::string_view text) {
+  for (size_t at = 0; at < text.size();) {
+    uint64_t eight = 0;
+    if (text.size() - at >= sizeof eight) std::memcpy(&eight, text.data() + at, sizeof eight);
+    if (eight != 0 && (eight & 0x8080808080808080u) == 0) {
+      at += sizeof eight;  // ASCII, which parts are nearly all of
+      continue;
+    }
+    const size_t length = (text[at] & 0x80) == 0 ? 1 : XmlSequence(text, at);
+    if (length == 0) return at;
+    at += length;
   }
-  std::string utf8 = ToUtf8(text);
-  if (utf8.starts_with("<?xml")) {
-    const size_t end = utf8.find("?>");
-    if (end != std::string::npos)
-      utf8.replace(0, end + 2, "<?xml version='1.0' encoding='utf-8'?>");
-  }
-  part.assign(utf8.begin(), utf8.end());
+  return kNone;
 }
 
 void AppendXmlText(std::string& out, std::string_view text) { AppendEscaped(out, text, false); }

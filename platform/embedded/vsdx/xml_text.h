@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace ohmwise::embedded {
 
@@ -14,9 +13,9 @@ enum class XmlFault : uint8_t { kNone, kDocType, kTooDeep, kTooMany, kBroken };
 /// tags that never end.
 XmlFault ScanXml(std::string_view xml, uint32_t max_depth, uint32_t max_items);
 
-/// Turns UTF-16 with a byte order mark into UTF-8, with a declaration to match; leaves anything
-/// else.
-void ToUtf8Part(std::vector<char>& part);
+/// Index of the first byte that is not UTF-8 of a character XML may hold; npos when all is well.
+/// The control characters of ASCII are left to whoever reads the tags.
+size_t InvalidUtf8(std::string_view text);
 
 /// Appends with markup escaped; what XML cannot hold becomes U+FFFD.
 void AppendXmlText(std::string& out, std::string_view text);
