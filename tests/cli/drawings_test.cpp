@@ -68,7 +68,8 @@ TEST(RealDrawingsTest, LibreOfficeShowsTheLabelsAsComputed) {
   const SampleFolder folder;
   const std::string file = folder.drawing();
   for (const std::vector<std::string>& step :
-       {std::vector<std::string>{"labels", file, "--save"},
+       {std::vector<std::string>{"labels", inherited, "--save"},
+        {"labels", file, "--save"},
         {"move", file, "Signals", "Make contact", "130 mm", "90 mm", "--save"},
         {"page", file, "rename", "Signals", "Schütz / 'K1'", "--save"},
         {"page", file, "delete", "Inputs and terminals", "--save"}}) {
@@ -78,7 +79,7 @@ TEST(RealDrawingsTest, LibreOfficeShowsTheLabelsAsComputed) {
   const ProgramResult office =
       RunProgram("soffice",
                  {"-env:UserInstallation=file://" + folder.Path("profile"), "--headless",
-                  "--convert-to", "pdf", "--outdir", folder.Path("picture"), file},
+                  "--convert-to", "pdf", "--outdir", folder.Path("picture"), file, inherited},
                  {"HOME=" + folder.Path("home")});
   ASSERT_EQ(office.exit_code, 0) << office.err;
   // Page 2 has the labels. Each line of theirs is shown once and nothing else that looks like one.
@@ -97,3 +98,8 @@ TEST(RealDrawingsTest, LibreOfficeShowsTheLabelsAsComputed) {
 
 }  // namespace
 }  // namespace ohmwise::testing
+// The text with the field is the master's there.
+const std::string inherited = folder.Path("inherited.vsdx");
+fs::copy_file(OHMWISE_SOURCE_DIR "/tests/data/inherited_text.vsdx", inherited);
+const ProgramResult own = RunProgram("pdftotext", {folder.Path("picture/inherited.pdf"), "-"});
+EXPECT_NE(own.out.find("/1.C3"), std::string::npos) << own.out;

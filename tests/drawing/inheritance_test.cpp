@@ -181,6 +181,23 @@ TEST_F(InheritanceTest, FieldsShowTheCurrentResult) {
   EXPECT_EQ(instance_->text->front().kind, Kind::kCharacter);
 }
 
+TEST_F(InheritanceTest, AFieldOfItsOwnGetsATextOfItsOwn) {
+  using Kind = embedded::TextPiece::Kind;
+  embedded::Sheet& coil = *build.model.masters[0]->contents.shapes[0];
+  build.Row(coil, "Field", 0).cells = {build.Cell("Value", "?", "\"?\"", "STR")};
+  coil.text = {{{Kind::kLiteral, 0, "at "}, {Kind::kField, 0, "?"}}};
+  Open();
+  Relay()->Cells(u"User.Type")->SetFormula(u"8");
+  EXPECT_FALSE(instance_->text.has_value());
+  Relay()->Cells(u"Fields.Value")->SetFormula(u"User.Type&\"C\"");
+  ASSERT_TRUE(instance_->text.has_value());
+  EXPECT_EQ(instance_->text->back().text, "8C");
+  EXPECT_TRUE(instance_->text_changed);
+  EXPECT_EQ(coil.text->back().text, "?");
+  Relay()->Cells(u"User.Type")->SetFormula(u"9");
+  EXPECT_EQ(instance_->text->back().text, "9C");
+}
+
 TEST_F(InheritanceTest, CircularMastersEnd) {
   auto& contents = build.model.masters[0]->contents;
   contents.shapes[0]->master = 2;  // the master's shape claims to be an instance of its own master

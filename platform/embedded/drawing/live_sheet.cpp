@@ -533,7 +533,20 @@ void LiveDocument::ShowField(LiveSheet& live, const CellAddress& address) {
   constexpr uint16_t kValueColumn = 0;
   if (address.section != section::kTextField || address.column != kValueColumn) return;
   Sheet& sheet = *live.sheet;
-  if (!sheet.text) return;
+  if (!sheet.text) {
+    // Other programs do not compute what an inherited text shows of the shape's own field.
+    const auto shows = [&](const TextPiece& piece) {
+      return piece.kind == TextPiece::Kind::kField && piece.index == address.row;
+    };
+    for (const Sheet* level : live.chain) {
+      if (!level->text) continue;
+      if (std::none_of(level->text->begin(), level->text->end(), shows)) return;
+      sheet.text = level->text;
+      sheet.text_changed = true;
+      break;
+    }
+    if (!sheet.text) return;
+  }
   for (TextPiece& piece : *sheet.text) {
     if (piece.kind != TextPiece::Kind::kField || piece.index != address.row) continue;
     const std::string text = FieldText(live, address.row);
