@@ -46,8 +46,16 @@ std::u16string Filled(std::u16string_view pattern,
 
 }  // namespace
 
+std::u16string DistinctName(const ShapeRef& shape) {
+  // Files of other programs hold shapes of one name; which of them it leads to nobody can tell.
+  std::u16string name = shape->Name();
+  const PageRef page = shape->ContainingPage();
+  if (!page || SharedMisc().ShapeExist(page->Shapes(), Value(name))) return name;
+  return u"Sheet." + NumberInFormula(shape->ID());
+}
+
 std::u16string ShapeInFormula(const ShapeRef& shape) {
-  const std::u16string name = shape->Name();
+  const std::u16string name = DistinctName(shape);
   bool plain = IsPlain(name, u".") && IsLetter(name.front()) && name.back() != u'.' &&
                name == shape->NameU();
   for (const char16_t* reserved : {u"ThePage", u"TheDoc", u"Pages", u"Masters", u"Styles"}) {
@@ -80,7 +88,7 @@ LocationTarget::LocationTarget(const ShapeRef& label, const ShapeRef& target) {
   if (page->ID() != Required(label).ContainingPageID()) {
     reference_ = u"Pages[" + page_ + u"]!" + reference_;
   }
-  name_ = ReplaceAll(target->Name(), u"\"", u"\"\"");
+  name_ = ReplaceAll(DistinctName(target), u"\"", u"\"\"");
 }
 
 std::u16string LocationTarget::Formula(std::u16string_view pattern, int32_t number) const {

@@ -8,8 +8,11 @@
 
 namespace ohmwise::shapeutil {
 
+/// The name of the shape; its sheet name where other shapes of the page have that name, too.
+std::u16string DistinctName(const ShapeRef& shape);
 /// The shape as a formula on its own page refers to it. The name serves where the formula language
-/// takes it as it stands and it is the same in every language; else the sheet name does.
+/// takes it as it stands, it is the same in every language and leads to this shape; else the sheet
+/// name does.
 std::u16string ShapeInFormula(const ShapeRef& shape);
 /// The page name as it stands between "Pages[" and "]": in single quotes where it needs them.
 std::u16string PageInFormula(const PageRef& page);

@@ -60,7 +60,13 @@ ShapeRef Drawing::FindShape(std::u16string_view page, std::u16string_view shape)
     Raise(Err::kHost, u"There is no page named \"" + std::u16string(page) + u"\".");
   }
   if (shape.empty()) return live_->MakeShape(found->sheet);
-  Sheet* sheet = live_->FindByName(found->contents, ToUtf8(shape), true);
+  bool shared = false;
+  Sheet* sheet = live_->FindByName(found->contents, ToUtf8(shape), true, nullptr, &shared);
+  if (shared && sheet->parent == nullptr) {
+    Raise(Err::kHost, u"Several shapes are named \"" + std::u16string(shape) + u"\" on page \"" +
+                          std::u16string(page) + u"\"; one of them is Sheet." +
+                          DecimalText(static_cast<int32_t>(sheet->id)) + u".");
+  }
   if (sheet == nullptr) {
     Raise(Err::kHost, u"There is no shape named \"" + std::u16string(shape) + u"\" on page \"" +
                           std::u16string(page) + u"\".");

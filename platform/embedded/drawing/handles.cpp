@@ -113,9 +113,13 @@ class ShapesObject final : public Counted<Shapes> {
   ShapeRef Item(std::u16string_view name) override {
     List();
     LiveDocument& document = Open(anchor_);
+    bool shared = false;
     Sheet* sheet = contents_ == nullptr
                        ? nullptr
-                       : document.FindByName(*contents_, ToUtf8(name), false, group_);
+                       : document.FindByName(*contents_, ToUtf8(name), false, group_, &shared);
+    if (shared) {
+      Raise(Err::kHost, u"Several shapes are named \"" + std::u16string(name) + u"\" here.");
+    }
     if (sheet == nullptr) {
       Raise(Err::kHost, u"There is no shape named \"" + std::u16string(name) + u"\" here.");
     }

@@ -215,8 +215,12 @@ class LiveDocument {
   const std::vector<Sheet*>& Visible(Contents& contents, Sheet* group);
   Sheet* FindById(Contents& contents, uint32_t id);
   /// By name, universal name, "Sheet.n" or unique ID; `group` null looks at the top level, the
-  /// whole contents when `deep`.
-  Sheet* FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group = nullptr);
+  /// whole contents when `deep`. Where several shapes have the name, the earliest of those that are
+  /// least deep in groups; `shared` then tells that there are more of these.
+  Sheet* FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group = nullptr,
+                    bool* shared = nullptr);
+  /// The name of a shape where it leads to the shape, "Sheet.n" where others have it.
+  std::string DistinctName(Sheet& sheet);
   PageModel* FindPageByName(std::string_view name) noexcept;
   MasterModel* FindMasterByName(std::string_view name) noexcept;
   std::vector<PageModel*> PagesInOrder();

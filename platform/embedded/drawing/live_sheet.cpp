@@ -681,8 +681,8 @@ void LiveDocument::NoteName(LiveContents& lists, Sheet& sheet) {
   if (universal != local) lists.by_name.emplace(universal, &sheet);
 }
 
-Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool deep,
-                                Sheet* group) {
+Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group,
+                                bool* shared) {
   const auto fits = [&](const Sheet& sheet) { return deep || sheet.parent == group; };
   model_.Ensure(contents);
   if (name.size() == 38 && name[0] == '{') {
@@ -702,12 +702,27 @@ Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool 
       NoteName(lists, sheet);
     });
   }
-  // The earliest shape in drawing order wins where names are not unique.
+  const auto depth = [](const Sheet& sheet) {
+    size_t groups = 0;
+    for (const Sheet* at = sheet.parent; at != nullptr; at = at->parent) ++groups;
+    return groups;
+  };
   Sheet* found = nullptr;
+  bool more = false;
   const auto range = lists.by_name.equal_range(names_.Intern(name));
   for (auto at = range.first; at != range.second; ++at) {
-    if (fits(*at->second) && (found == nullptr || at->second->id < found->id)) found = at->second;
+    Sheet& sheet = *at->second;
+    if (!fits(sheet)) continue;
+    const size_t best = found == nullptr ? 0 : depth(*found);
+    const size_t own = depth(sheet);
+    if (found == nullptr || own < best || (own == best && sheet.id < found->id)) {
+      more = found != nullptr && own == best;
+      found = &sheet;
+    } else if (own == best) {
+      more = true;
+    }
   }
+  if (shared != nullptr) *shared = more;
   if (found == nullptr && name.size() > 6 && SameName(name.substr(0, 6), "Sheet.")) {
     uint32_t id = 0;
     const auto parsed = std::from_chars(name.data() + 6, name.data() + name.size(), id);
@@ -717,6 +732,13 @@ Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool 
     }
   }
   return found;
+}
+
+std::string LiveDocument::DistinctName(Sheet& sheet) {
+  std::string name = NameOf(sheet, false);
+  bool shared = false;
+  if (FindByName(*sheet.contents, name, true, nullptr, &shared) == &sheet && !shared) return name;
+  return "Sheet." + std::to_string(sheet.id);
 }
 
 PageModel* LiveDocument::FindPageByName(std::string_view name) noexcept {
@@ -756,7 +778,7 @@ CellPlace LiveDocument::Place(LiveSheet& live, const CellAddress& address) {
   } else if (sheet.contents != nullptr && sheet.contents->master != nullptr) {
     place.page = FromUtf8(sheet.contents->master->name_u);
   }
-  if (sheet.kind == SheetKind::kShape) place.shape = FromUtf8(NameOf(sheet, false));
+  if (sheet.kind == SheetKind::kShape) place.shape = FromUtf8(DistinctName(sheet));
   place.cell = FromUtf8(CellName(live, address));
   return place;
 }
