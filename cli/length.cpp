@@ -2,8 +2,6 @@
 
 #include <cmath>
 
-#include "platform/embedded/drawing/formula.h"
-
 namespace ohmwise::cli {
 namespace {
 
@@ -22,7 +20,13 @@ class NoContext final : public embedded::EvaluationContext {
 
 }  // namespace
 
-std::optional<double> Length(const std::string& text) {
+std::optional<Length> ParseLength(std::string text) {
+  // Where the comma is the decimal sign people type it. Two signs would be a guess.
+  const size_t comma = text.find(',');
+  if (comma != text.npos && text.find_first_of(",.", comma + 1) == text.npos &&
+      text.find('.') == text.npos) {
+    text[comma] = '.';
+  }
   embedded::FormulaSyntaxError error;
   const auto formula = embedded::Formula::Parse(text, error);
   if (!formula || !formula->constant()) return std::nullopt;
@@ -31,7 +35,14 @@ std::optional<double> Length(const std::string& text) {
   if (value.kind != embedded::FormulaValue::Kind::kNumber || !std::isfinite(value.number)) {
     return std::nullopt;
   }
-  return value.number;
+  if (value.unit != embedded::Unit::kNumber && !embedded::IsLengthUnit(value.unit)) {
+    return std::nullopt;
+  }
+  return Length{value.number, value.unit};
+}
+
+std::string ShownLength(double inches, embedded::Unit unit) {
+  return embedded::FormulaValue::Number(inches, unit).ToText();
 }
 
 }  // namespace ohmwise::cli

@@ -18,14 +18,32 @@ struct MoveOptions : CommonOptions {
 };
 
 std::string CheckLength(const std::string& text) {
-  return Length(text) ? "" : "\"" + text + "\" is no length";
+  return ParseLength(text) ? "" : "\"" + text + "\" is no length";
+}
+
+/// Unit in which lengths on a page are given: that of its drawing scale.
+embedded::Unit PageUnit(const ShapeRef& page_sheet) {
+  for (const char16_t* name : {u"DrawingScale", u"PageScale", u"PageWidth"}) {
+    const auto scale = ParseLength(ToUtf8(page_sheet->Cells(name)->ResultText()));
+    if (scale && scale->unit != embedded::Unit::kNumber) return scale->unit;
+  }
+  return embedded::Unit::kInches;
+}
+
+/// What was given, in inches.
+Length OnPage(const std::string& text, embedded::Unit page_unit) {
+  Length length = *ParseLength(text);
+  if (length.unit != embedded::Unit::kNumber) return length;
+  return {length.number * embedded::UnitFactor(page_unit), page_unit};
 }
 
 void Run(const MoveOptions& options) {
   AddIn add_in(options.drawing, AddIn::Boxes::kShow);
-  const ShapeRef shape =
-      add_in.drawing().FindShape(FromUtf8(options.page), FromUtf8(options.shape));
-  add_in.drawing().Move(shape, *Length(options.x), *Length(options.y));
+  const std::u16string page = FromUtf8(options.page);
+  const ShapeRef shape = add_in.drawing().FindShape(page, FromUtf8(options.shape));
+  const embedded::Unit unit = PageUnit(add_in.drawing().FindShape(page, u""));
+  const Length to_x = OnPage(options.x, unit), to_y = OnPage(options.y, unit);
+  add_in.drawing().Move(shape, to_x.number, to_y.number);
   const double x = shape->Cells(u"PinX")->ResultNumber();
   const double y = shape->Cells(u"PinY")->ResultNumber();
   const std::vector<CellChange> changed = add_in.ChangedResults();
@@ -40,8 +58,7 @@ void Run(const MoveOptions& options) {
     return;
   }
   const Printer printer;
-  PrintFields(printer,
-              {{"PinX", ToUtf8(DecimalText(x)) + " in"}, {"PinY", ToUtf8(DecimalText(y)) + " in"}});
+  PrintFields(printer, {{"PinX", ShownLength(x, to_x.unit)}, {"PinY", ShownLength(y, to_y.unit)}});
   PrintChangedResults(printer, changed, written);
 }
 
@@ -56,7 +73,9 @@ void AddMoveCommand(CLI::App& app, Action& action) {
       ->required()
       ->type_name("");
   const CLI::Validator length(CheckLength, "");
-  command->add_option("X", options->x, "New PinX: inches, or a number with a unit (\"63.5 mm\")")
+  command
+      ->add_option("X", options->x,
+                   "New PinX: a number with a unit (\"63.5 mm\"), or in the unit of the page")
       ->required()
       ->check(length)
       ->type_name("");

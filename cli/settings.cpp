@@ -136,12 +136,12 @@ Value Parsed(const SettingsOptions& options) {
       }
     case Type::kOrigin:
     case Type::kPitch: {
-      const std::optional<double> length = Length(options.value);
+      const std::optional<Length> length = ParseLength(options.value);
       if (!length) Refuse(options, "it takes a length, in inches or with a unit");
-      if (options.option->type == Type::kPitch && *length <= 0) {
+      if (options.option->type == Type::kPitch && length->number <= 0) {
         Refuse(options, "the pitch of a grid is above 0");
       }
-      return Value(*length);
+      return Value(length->number);
     }
     case Type::kFile: {
       if (options.value.empty()) return Value(u"");
@@ -204,8 +204,13 @@ void WriteJson(JsonWriter& json, const Row& row) {
   json.Key(u"from").Text(row.from);
 }
 
-std::string ShownValue(const Row& row) {
+/// Lengths in the unit they were given in, else in inches.
+std::string ShownValue(const Row& row, const std::string& given = {}) {
   if (row.value.kind() == Value::Kind::kDouble) {
+    const std::optional<Length> length = ParseLength(given);
+    if (length && length->unit != embedded::Unit::kNumber) {
+      return ShownLength(row.value.ToDouble(), length->unit);
+    }
     return ToUtf8(DecimalText(row.value.ToDouble())) + " in";
   }
   return Shown(row.value.ToText());
@@ -247,7 +252,8 @@ void Print(const SettingsOptions& options, const std::vector<Row>& rows, bool sa
     PrintTable(printer, rows, true);
     return;
   }
-  PrintFields(printer, {{"value", ShownValue(rows.front())}, {"from", Shown(rows.front().from)}});
+  PrintFields(printer, {{"value", ShownValue(rows.front(), options.value)},
+                        {"from", Shown(rows.front().from)}});
   if (saved) printer.Line("\nSaved to " + Shown(FromUtf8(options.drawing)));
 }
 

@@ -179,7 +179,7 @@ TEST(CellCommandTest, TellsEveryResultThatFollows) {
   EXPECT_EQ(RunJson({"text", folder.drawing(), kControl, "L4"})["text"], "/3.C2");
 }
 
-TEST(MoveCommandTest, MovesInInchesAndUnits) {
+TEST(MoveCommandTest, MovesInUnitsAndThoseOfThePage) {
   const SampleFolder folder;
   const Json moved = RunJson({"move", folder.drawing(), "Signals", "Lamp", "-1.5", "50.8 mm",
                               "--output", folder.Path("moved.vsdx")});

@@ -109,11 +109,16 @@ TEST_F(SettingsCommandTest, KeepsTheGridInTheDrawing) {
     Json read;
   } rows[] = {{"LocationA", "-1.5", "-1.5", -1.5},
               {"LocationB", "50.8 mm", "2", 2.0},
+              {"LocationB", "63,5 mm", "2.5", 2.5},
               {"LocationPage", "", "\"\"", ""},
               {"LocationSeparator", "\"a\" b", "\"\"\"a\"\" b\"", "\"a\" b"}};
   for (const auto& row : rows) {
     const ProgramResult result = Settings({"--drawing", drawing, "--", row.name, row.value});
     EXPECT_EQ(result.exit_code, 0) << result.err;
+    // A length is answered as it was given.
+    std::string given = row.value;
+    std::replace(given.begin(), given.end(), ',', '.');
+    EXPECT_NE(result.out.find(given), std::string::npos) << result.out;
     EXPECT_EQ(OfDrawing(row.name, drawing), Json({row.read, "drawing"}));
     const ProgramResult cell =
         Ohmwise({"cell", drawing, "", "", std::string("User.") + row.name, "--json"});

@@ -176,6 +176,8 @@ TEST_F(RecalculationTest, MovesAreRedirectedOrRefused) {
   EXPECT_EQ(FormulaOf(At(u"P 1", u"S1", u"User.Step")), "5");
   EXPECT_NE(Refusal([&] { drawing_->Move(Find(u"P 1", u"S1"), 7, 7); }).find("GUARD"),
             std::string::npos);
+  EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.Held")), "1");
+  drawing_->Move(Find(u"P 1", u"S1"), 7, 1);
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.Held")), "7");
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"PinX")), "7");
 }

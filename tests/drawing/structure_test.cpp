@@ -126,6 +126,40 @@ TEST_F(StructureTest, UniqueIdsAreMadeOnce) {
   EXPECT_NE(Find(u"Two", u"Away")->UniqueID(), shape->UniqueID());
 }
 
+TEST_F(StructureTest, RepeatedUniqueIdsAreSeparated) {
+  build.model.pages[1]->contents.shapes[0]->unique_id = "{0A5C0DE1-0003-4000-8000-00000000000A}";
+  embedded::Sheet& later = *build.model.pages[2]->contents.shapes[0];
+  later.unique_id = "{0a5c0de1-0003-4000-8000-00000000000a}";
+  const auto repeated = drawing_->SeparateUniqueIds();
+  ASSERT_EQ(repeated.size(), 1u);
+  EXPECT_EQ(repeated[0].page + u"/" + repeated[0].shape, u"Two/Away");
+  EXPECT_EQ(repeated[0].first_page + u"/" + repeated[0].first_shape, u"One/Looking");
+  EXPECT_NE(later.unique_id.substr(0, 9), "{0a5c0de1");
+  EXPECT_TRUE(later.attributes_changed);
+  EXPECT_TRUE(drawing_->SeparateUniqueIds().empty());
+}
+
+TEST_F(StructureTest, NamesThatSeveralShapesHaveLeadToNone) {
+  auto& contents = build.model.pages[1]->contents;
+  build.Shape(contents, 7, "Looking");
+  build.Shape(contents, 5, "Away", &build.Shape(contents, 6, "Group"));
+  build.Shape(contents, 8, "Away");
+  Open();
+  const ShapesRef shapes = drawing_->document()->Pages()->Item(u"One")->Shapes();
+  EXPECT_NE(Refusal([&] { shapes->Item(u"Looking"); }).find("Several"), std::string::npos);
+  EXPECT_NE(Refusal([&] { Find(u"One", u"looking"); }).find("Sheet.1"), std::string::npos);
+  EXPECT_EQ(Find(u"One", u"Sheet.7")->ID(), 7);
+  EXPECT_EQ(Find(u"One", u"Away")->ID(), 8);  // before the one inside a group
+  Recorder recorder;
+  drawing_->SetObserver(&recorder);
+  for (const char16_t* shape : {u"Sheet.7", u"Sheet.5", u"Sheet.8"}) {
+    Find(u"One", shape)->Cells(u"PinX")->SetFormula(u"1");
+  }
+  EXPECT_EQ(recorder.formulas, (std::vector<std::string>{"One/Sheet.7/PinX=1", "One/Sheet.5/PinX=1",
+                                                         "One/Away/PinX=1"}));
+  drawing_->SetObserver(nullptr);
+}
+
 TEST_F(StructureTest, NamesFollowMasterAndNumber) {
   auto& master = build.Master(4, "Dynamic connector");
   master.name = "Verbinder";

@@ -74,13 +74,9 @@ ShapeRef Drawing::FindShape(std::u16string_view page, std::u16string_view shape)
   return live_->MakeShape(*sheet);
 }
 
-void Drawing::Move(const ShapeRef& shape, double x, double y) {
-  Sheet& sheet = Stored(shape);
-  LiveSheet& live = live_->Live(sheet);
-  for (const bool vertical : {false, true}) {
-    live_->SetNumber(live, *live_->Address(live, vertical ? "PinY" : "PinX"), vertical ? y : x);
-  }
-}
+std::vector<RepeatedId> Drawing::SeparateUniqueIds() { return live_->SeparateUniqueIds(); }
+
+void Drawing::Move(const ShapeRef& shape, double x, double y) { live_->Move(Stored(shape), x, y); }
 
 PageRef Drawing::AddPage(std::u16string_view name, bool background) {
   return live_->MakePage(live_->AddPage(ToUtf8(name), background));

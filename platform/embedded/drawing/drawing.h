@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/drawing.h"
 #include "platform/embedded/drawing/model.h"
@@ -25,6 +26,14 @@ class ChangeObserver {
   virtual void FormulaSet(const CellPlace& place, std::u16string_view formula) = 0;
   /// A result is another than before, by being set or by recalculation.
   virtual void ResultChanged(const CellPlace& place, std::u16string_view text) = 0;
+};
+
+/// A shape whose unique ID another shape has, too.
+struct RepeatedId {
+  std::u16string id;
+  std::u16string page, shape;  ///< the later one, which was given an ID of its own
+  std::u16string first_page,
+      first_shape;  ///< the earliest in the order of the pages, which keeps it
 };
 
 /// What the engine has looked at so far. Edits of long lists are held against it: their cost must
@@ -60,8 +69,13 @@ class Drawing {
   /// error naming what was not found.
   ShapeRef FindShape(std::u16string_view page, std::u16string_view shape);
 
-  /// Sets PinX and PinY (inches) as a drag does: a SETATREF redirects, a GUARD refuses. Glued wire
-  /// ends follow by their formulas.
+  /// Gives every shape whose unique ID an earlier one has an ID of its own; tells of each.
+  std::vector<RepeatedId> SeparateUniqueIds();
+
+  /// Moves a shape until its pin is at a place (inches, in the coordinates of its group or page) as
+  /// a drag does. A SETATREF redirects; a GUARD or a lock refuses, before anything is moved. A
+  /// one-dimensional shape goes by its ends. Its own glue is released, what is glued to it follows.
+  /// Cells keep their units.
   void Move(const ShapeRef& shape, double x, double y);
 
   /// Makes a page at the end of its kind (foreground, background).

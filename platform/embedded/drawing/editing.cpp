@@ -435,6 +435,20 @@ void LiveDocument::SetNumber(LiveSheet& live, const CellAddress& address, double
   SetFormula(live, address, ToUtf8(DecimalText(number)));
 }
 
+void LiveDocument::SetLength(LiveSheet& live, const CellAddress& address, double inches) {
+  const FormulaValue& now = Value(NodeOf(live, address));
+  const bool measured = now.kind == FormulaValue::Kind::kNumber && IsLengthUnit(now.unit);
+  if (!measured) return SetNumber(live, address, inches);
+  std::string text = MeasureText(FormulaValue::Number(inches, now.unit));
+  Unit unit = Unit::kNumber;
+  double factor = 1;
+  const size_t blank = text.find(' ');
+  if (!UnitFromSuffix(text.substr(blank + 1), unit, factor) || unit != now.unit) {
+    text.replace(blank + 1, text.npos, UnitCode(now.unit));  // several are shown alike
+  }
+  SetFormula(live, address, text);
+}
+
 std::pair<LiveSheet*, CellAddress> LiveDocument::Redirected(LiveSheet& live, CellAddress address,
                                                             std::string& text) {
   LiveSheet* at = &live;

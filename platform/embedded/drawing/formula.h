@@ -67,6 +67,9 @@ enum class Unit : uint8_t {
 Unit UnitFromCode(std::string_view code) noexcept;
 /// Code of a unit as the file format writes it ("" for a pure number).
 std::string_view UnitCode(Unit unit) noexcept;
+/// Internal units (inches, radians, days) in one.
+double UnitFactor(Unit unit) noexcept;
+bool IsLengthUnit(Unit unit) noexcept;
 
 /// UTF-16 code units that a computed text may have; #VALUE! stands for a longer one.
 inline constexpr size_t kLongestText = 65536;

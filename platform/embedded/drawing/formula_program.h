@@ -103,14 +103,12 @@ struct Formula::Program : Formula::Code {
 };
 
 /// Number of internal units in one of these (inches, radians, days); 1 for pure numbers.
-double UnitFactor(Unit unit) noexcept;
 /// A measure in internal units. Small units divide: 25.4 mm is 1 inch, and times 1/25.4 is not.
 inline double InternalUnits(double number, double factor) noexcept {
   return factor < 1 ? number / (1 / factor) : number * factor;
 }
 /// Unit of a literal's suffix ("mm", "DEG", "in." …); false when there is none of that name.
 bool UnitFromSuffix(std::string_view suffix, Unit& unit, double& factor) noexcept;
-bool IsLengthUnit(Unit unit) noexcept;
 bool IsAngleUnit(Unit unit) noexcept;
 bool IsTimeUnit(Unit unit) noexcept;
 /// ASCII comparison without case.

@@ -258,6 +258,8 @@ class LiveDocument {
   // Editing (editing.cpp) ---------------------------------------------------------------------
   void SetFormula(LiveSheet& live, const CellAddress& address, std::string_view text);
   void SetNumber(LiveSheet& live, const CellAddress& address, double number);
+  /// Sets a length in inches; the cell keeps the unit it has.
+  void SetLength(LiveSheet& live, const CellAddress& address, double inches);
   /// Follows SETATREF to the cell that takes what is set here; `text` becomes what that cell is
   /// given.
   std::pair<LiveSheet*, CellAddress> Redirected(LiveSheet& live, CellAddress address,
@@ -277,6 +279,8 @@ class LiveDocument {
 
   // Shapes and pages (structure.cpp) ----------------------------------------------------------
   std::string UniqueIdOf(Sheet& sheet);
+  std::vector<RepeatedId> SeparateUniqueIds();
+  void Move(Sheet& sheet, double x, double y);
   void DeleteShape(Sheet& sheet);
   void DeletePage(PageModel& page);
   void RenamePage(PageModel& page, std::string_view name);
@@ -348,6 +352,13 @@ class LiveDocument {
                  std::string_view type);
   void ForgetRows(LiveSheet& live, uint16_t section);
   void ForgetRowsOfInstances(Sheet& sheet, uint16_t section);
+  bool Holds(Contents& contents, uint32_t id, const Sheet& group);
+  /// Where the pin of a shape is, in the coordinates that another sheet on its page uses.
+  FormulaValue PinSeenFrom(LiveSheet& from, const Sheet& shape);
+  /// Takes along a glued coordinate that no formula we evaluate takes along.
+  void FollowGlue(LiveSheet& live, const CellAddress& address, double inches);
+  /// True when a cell of the shape whose name begins so is glued; `release` ends that.
+  bool Glued(const Sheet& sheet, std::string_view cells, bool release);
   void EraseTree(Sheet& sheet, std::vector<uint32_t>& gone);
   /// Puts REF() in place of references to sheets about to go; returns the cells that had some.
   std::vector<uint32_t> CutReferences(const std::vector<Sheet*>& going);

@@ -131,6 +131,27 @@ std::string LiveDocument::UniqueIdOf(Sheet& sheet) {
   return std::string(sheet.unique_id);
 }
 
+std::vector<RepeatedId> LiveDocument::SeparateUniqueIds() {
+  std::vector<RepeatedId> repeated;
+  std::unordered_map<std::string, Sheet*> owners;
+  ForEachSheet(
+      [&](Sheet& sheet) {
+        if (sheet.kind != SheetKind::kShape || sheet.unique_id.empty()) return;
+        std::string id(sheet.unique_id);
+        for (char& c : id) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+        const auto [owner, is_new] = owners.try_emplace(std::move(id), &sheet);
+        if (is_new) return;
+        const CellPlace first = Place(Live(*owner->second), CellAddress());
+        const CellPlace place = Place(Live(sheet), CellAddress());
+        repeated.push_back(
+            {FromUtf8(sheet.unique_id), place.page, place.shape, first.page, first.shape});
+        sheet.unique_id = {};
+        UniqueIdOf(sheet);
+      },
+      false);
+  return repeated;
+}
+
 std::string LiveDocument::WithoutReferences(const Node& node,
                                             const std::unordered_set<const Sheet*>& going) {
   const std::string_view text = Resolve(*node.sheet, node.address).formula->formula;
@@ -300,19 +321,133 @@ void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
   for (const auto& child : sheet.children) EraseTree(*child, gone);
 }
 
+bool LiveDocument::Holds(Contents& contents, uint32_t id, const Sheet& group) {
+  const Sheet* at = FindById(contents, id);
+  while (at != nullptr && at != &group) at = at->parent;
+  return at != nullptr;
+}
+
+FormulaValue LiveDocument::PinSeenFrom(LiveSheet& from, const Sheet& shape) {
+  const std::string pin = "Sheet." + std::to_string(shape.id) + "!LocPin";
+  return EvaluateText(from, *from.sheet, "PAR(PNT(" + pin + "X," + pin + "Y))")
+      .value_or(FormulaValue::Point(0, 0));
+}
+
+void LiveDocument::FollowGlue(LiveSheet& live, const CellAddress& address, double inches) {
+  const StoredCell* const formula = Resolve(live, address).formula;
+  if (formula == nullptr) return SetLength(live, address, inches);
+  if (Compile(formula->formula).evaluable()) return;
+  // The drawing program works the formula out when it opens the drawing; others show the value.
+  const uint32_t index = NodeOf(live, address);
+  StoreResult(index, FormulaValue::Number(inches, Value(index).unit));
+  Propagate({index});
+  model_.recalculate_on_open = true;
+}
+
+bool LiveDocument::Glued(const Sheet& sheet, std::string_view cells, bool release) {
+  bool found = false;
+  for (StoredConnect& connect : sheet.contents->connects) {
+    if (connect.removed || connect.from_sheet != sheet.id) continue;
+    if (!SameName(connect.from_cell.substr(0, cells.size()), cells)) continue;
+    found = true;
+    if (!release) break;
+    connect.removed = true;
+    sheet.contents->changed = true;
+  }
+  return found;
+}
+
+void LiveDocument::Move(Sheet& sheet, double x, double y) {
+  if (sheet.kind != SheetKind::kShape) Raise(Err::kHost, u"Only shapes can be moved.");
+  BuildIndex();
+  LiveSheet& live = Live(sheet);
+  Contents& contents = *sheet.contents;
+  const auto cell = [&](std::string_view name, char axis) {
+    return *Address(live, std::string(name) + axis);
+  };
+  const double by[] = {x - ResultNumber(live, cell("Pin", 'X')),
+                       y - ResultNumber(live, cell("Pin", 'Y'))};
+  constexpr double kNothing = 1e-9;  // what comes of converting units
+  const auto moves = [&](char axis) { return std::fabs(by[axis - 'X']) > kNothing; };
+  if (!moves('X') && !moves('Y')) return;
+
+  std::vector<std::string_view> ends = {"Pin"};
+  if (OneD(sheet)) {
+    ends = {"Begin", "End"};
+    // Most pins follow their ends by formula.
+    if (Resolve(live, cell("Pin", 'X')).formula == nullptr) ends.push_back("Pin");
+  }
+  struct Step {
+    CellAddress cell;
+    double to;
+  };
+  std::vector<Step> steps;
+  for (const char axis : {'X', 'Y'}) {
+    if (moves(axis) && ResultNumber(live, cell("LockMove", axis)) != 0) {
+      Refuse(live, cell("LockMove", axis), u"the shape is locked against moving.");
+    }
+    for (const std::string_view end : ends) {
+      // Glue goes whole: a coordinate that stays where it is stands there by itself from now on.
+      if (!moves(axis) && (end == "Pin" || !Glued(sheet, end, false))) continue;
+      const CellAddress address = cell(end, axis);
+      steps.push_back({address, ResultNumber(live, address) + by[axis - 'X']});
+      std::string text = "0";
+      const auto [target, taken] = Redirected(live, address, text);
+      CheckUnguarded(*target, taken);
+    }
+  }
+
+  struct Follower {
+    LiveSheet* live;
+    std::string end;
+    FormulaValue pin;  ///< of the moved shape
+    double at[2];
+  };
+  std::vector<Follower> others;
+  for (const StoredConnect& connect : contents.connects) {
+    if (connect.removed || Holds(contents, connect.from_sheet, sheet)) continue;
+    Sheet* const from = FindById(contents, connect.from_sheet);
+    const std::string_view end = connect.from_cell.starts_with("Begin") ? "Begin" : "End";
+    if (from == nullptr || !connect.from_cell.starts_with(end)) continue;
+    if (!OneD(*from) || !Holds(contents, connect.to_sheet, sheet)) continue;
+    Follower& glued = others.emplace_back();
+    glued.live = &Live(*from);
+    glued.end = end;
+    glued.pin = PinSeenFrom(*glued.live, sheet);
+    for (const char axis : {'X', 'Y'}) {
+      glued.at[axis - 'X'] = ResultNumber(*glued.live, *Address(*glued.live, glued.end + axis));
+    }
+  }
+
+  for (const Step& step : steps) SetLength(live, step.cell, step.to);
+  for (const auto& [end, trigger] : {std::pair("Begin", "BegTrigger"), {"End", "EndTrigger"}}) {
+    if (ends.size() == 1 || !Glued(sheet, end, true)) continue;
+    const CellAddress address = *Address(live, trigger);
+    if (FormulaText(live, address).find('!') == std::string::npos) continue;
+    SetFormula(live, address, "_XFTRIGGER(EventXFMod)");
+  }
+  for (const char axis : {'X', 'Y'}) {
+    if (moves(axis)) Glued(sheet, std::string("Pin") + axis, true);
+  }
+  for (const Follower& glued : others) {
+    const FormulaValue pin = PinSeenFrom(*glued.live, sheet);
+    const double moved[] = {pin.number - glued.pin.number, pin.y - glued.pin.y};
+    for (const char axis : {'X', 'Y'}) {
+      if (std::fabs(moved[axis - 'X']) <= kNothing) continue;
+      const CellAddress address = *Address(*glued.live, glued.end + axis);
+      FollowGlue(*glued.live, address, glued.at[axis - 'X'] + moved[axis - 'X']);
+    }
+  }
+}
+
 void LiveDocument::DeleteShape(Sheet& sheet) {
   BuildIndex();
   Contents& contents = *sheet.contents;
   // Ends that were glued to the shape stay where they are.
   for (StoredConnect& connect : contents.connects) {
     if (connect.removed) continue;
-    const auto inside = [&](uint32_t id) {
-      Sheet* at = FindById(contents, id);
-      while (at != nullptr && at != &sheet) at = at->parent;
-      return at != nullptr;
-    };
-    const bool from = inside(connect.from_sheet);
-    if (!from && !inside(connect.to_sheet)) continue;
+    const bool from = Holds(contents, connect.from_sheet, sheet);
+    if (!from && !Holds(contents, connect.to_sheet, sheet)) continue;
     connect.removed = true;
     contents.changed = true;
     Sheet* source = from ? nullptr : FindById(contents, connect.from_sheet);
