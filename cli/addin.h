@@ -39,8 +39,18 @@ class AddIn : private embedded::ChangeObserver {
   /// A collection of the document's code module.
   CollectionRef Member(std::u16string_view name);
 
-  /// Gives the document its empty collections and scans every foreground page in order.
+  /// Gives the document its empty collections and scans every foreground page in order. A shape
+  /// that cannot be indexed is passed over and told by `failures`; one whose unique ID another has
+  /// gets its own, which is told by a message.
   void ScanDocument();
+  /// What could not be done with single shapes, each "page / shape: why".
+  const std::vector<std::u16string>& failures() const { return failures_; }
+  void AddFailure(const PageRef& page, const ShapeRef& shape, std::u16string_view why);
+  /// The list of failures as a message, "" when there are none; `note` says what becomes of the
+  /// drawing.
+  std::string FailureList(std::u16string_view note) const;
+  /// Ends the command with that list when there are any.
+  void EndWithFailures(std::u16string_view note) const;
   std::vector<PageRef> ForegroundPages();
 
   /// Cells whose formula is another than in the file, each once, in the order they were first set.
@@ -60,8 +70,11 @@ class AddIn : private embedded::ChangeObserver {
   void FormulaSet(const embedded::CellPlace& place, std::u16string_view formula) override;
   void ResultChanged(const embedded::CellPlace& place, std::u16string_view text) override;
 
+  void ScanPage(const PageRef& page);
+
   std::string path_;
   std::vector<embedded::ShownMessage> messages_;
+  std::vector<std::u16string> failures_;
   std::vector<CellChange> formulas_, results_;
   embedded::EmbeddedHost host_;
   HostScope scope_;

@@ -35,6 +35,10 @@ void PrintChangedResults(const Printer& printer, const std::vector<CellChange>& 
                                : "Saved to " + Shown(FromUtf8(written)));
 }
 
+std::u16string Outcome(const std::string& written) {
+  return written.empty() ? u"nothing was saved" : u"the rest was saved to " + FromUtf8(written);
+}
+
 void PrintWarnings(const Printer& printer, const std::vector<embedded::ShownMessage>& messages) {
   if (messages.empty()) return;
   printer.Heading("Warnings");

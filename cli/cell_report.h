@@ -17,6 +17,8 @@ void PrintFields(const Printer& printer,
 /// Which results changed, and where the drawing was written, "" for nowhere.
 void PrintChangedResults(const Printer& printer, const std::vector<CellChange>& changes,
                          const std::string& written);
+/// What became of the drawing, for `AddIn::EndWithFailures`: saved to the path, "" for not saved.
+std::u16string Outcome(const std::string& written);
 /// The message boxes that were collected, under a heading; nothing when there are none.
 void PrintWarnings(const Printer& printer, const std::vector<embedded::ShownMessage>& messages);
 

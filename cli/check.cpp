@@ -45,6 +45,7 @@ struct Outcome {
   std::string drawing;
   CheckedDrawing checked;
   std::string failure;
+  std::string passed_over;  ///< what could not be checked in it
 };
 
 const char16_t* Word(FindingLevel level) {
@@ -73,6 +74,7 @@ Outcome CheckOne(const std::string& drawing, const Catalogue* catalogue) {
     progress.Tell(FromUtf8(std::filesystem::path(drawing).filename().string()));
     AddIn add_in(drawing, AddIn::Boxes::kCollect);
     outcome.checked = CheckDrawing(add_in, catalogue);
+    outcome.passed_over = add_in.FailureList(u"the rest was checked");
   } catch (const std::exception& error) {
     outcome.failure = error.what();
   }
@@ -169,6 +171,11 @@ int Check(const CheckOptions& options) {
       has_failed = true;
       std::cout.flush();
       Complain(outcome.failure);
+    }
+    if (!outcome.passed_over.empty()) {
+      has_failed = true;
+      std::cout.flush();
+      Complain(outcome.passed_over);
     }
     if (options.json) outcomes.push_back(std::move(outcome));
   }

@@ -187,6 +187,7 @@ void Print(const std::vector<DifferenceSection>& sections) {
 
 bool Compare(const DiffOptions& options) {
   std::vector<DifferenceSection> sections;
+  std::string passed_over;
   {
     embedded::EmbeddedHost host({});
     const HostScope scope(host);
@@ -196,7 +197,11 @@ bool Compare(const DiffOptions& options) {
       return ReadContent(path);
     };
     const DrawingContent before = read(options.before);
-    sections = CompareContents(before, read(options.after));
+    const DrawingContent after = read(options.after);
+    sections = CompareContents(before, after);
+    for (const std::string& list : {before.passed_over, after.passed_over}) {
+      if (!list.empty()) passed_over += (passed_over.empty() ? "" : "\n") + list;
+    }
   }
   if (options.json) {
     std::cout << AsJson(options, sections);
@@ -204,6 +209,7 @@ bool Compare(const DiffOptions& options) {
     Print(sections);
   }
   if (!std::cout.flush()) Raise(Err::kHost, u"the output could not be written.");
+  if (!passed_over.empty()) throw Exit{kTrouble, passed_over};
   return std::all_of(sections.begin(), sections.end(),
                      [](const auto& section) { return section.differences.empty(); });
 }

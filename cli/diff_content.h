@@ -60,6 +60,7 @@ struct DrawingContent {
   std::vector<ContentShape> shapes;
   std::vector<ContentItem> parts, nets, cables;
   std::vector<ContentItem> grid;
+  std::string passed_over;  ///< message about what could not be read; "" when all could
 };
 
 /// Reads a drawing; the file is left as it is. Raises what opening and scanning raise.

@@ -219,7 +219,11 @@ std::string AsJson(const AddIn& add_in, const Index& index,
   json.Key(u"changes");
   WriteChanges(json, changes, u"formula");
   json.Key(u"messages").BeginArray();
-  for (const embedded::ShownMessage& message : add_in.messages()) {
+  std::vector<embedded::ShownMessage> messages = add_in.messages();
+  for (const std::u16string& failure : add_in.failures()) {
+    messages.push_back({u"Not indexed", failure, MessageIcon::kCritical});
+  }
+  for (const embedded::ShownMessage& message : messages) {
     json.BeginObject().Key(u"title").Text(message.title).Key(u"text").Text(message.text);
     json.Key(u"icon").Text(IconWord(message.icon)).End();
   }
@@ -344,6 +348,7 @@ void Run(const CommonOptions& options) {
   if (options.json) {
     index.ReadLocations();
     std::cout << AsJson(add_in, index, changes);
+    add_in.EndWithFailures(Outcome(written));
     return;
   }
   const Printer printer;
@@ -358,6 +363,7 @@ void Run(const CommonOptions& options) {
   PrintTitleBlocks(printer, index);
   PrintWarnings(printer, add_in.messages());
   PrintChanges(printer, changes, written);
+  add_in.EndWithFailures(Outcome(written));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
+#include "shapeutil/clsLMisc.h"
 
 namespace ohmwise::cli {
 namespace {
@@ -88,12 +89,37 @@ std::vector<Label> WriteLabels(AddIn& add_in) {
     try {
       label.rows = RowsOf(add_in, label);
     } catch (const AutomationError& error) {
-      Raise(Err::kHost, u"The label " + label.shape->Name() + u" on page \"" +
-                            label.shape->ContainingPage()->Name() + u"\" could not be written: " +
-                            FromUtf8(error.what()));
+      add_in.AddFailure(label.shape->ContainingPage(), label.shape, error.description());
     }
   }
   return labels;
+}
+
+/// A sub-shape that should show a row and has a text without field shows that instead, whatever the
+/// cells of the label say.
+std::vector<embedded::ShownMessage> PlainTexts(const std::vector<Label>& labels) {
+  constexpr int32_t kShowsNothing = 3;
+  std::vector<embedded::ShownMessage> messages;
+  for (const Label& label : labels) {
+    if (SharedMisc().LocType(label.shape) == kShowsNothing) continue;
+    const ShapesRef parts = label.shape->Shapes();
+    for (int32_t position = 1; position <= parts->Count(); ++position) {
+      const ShapeRef part = parts->Item(position);
+      const std::u16string name = SharedMisc().GetNameU(part->NameU());
+      if (part->CellExists(u"Fields.Value", false)) continue;
+      for (size_t row = 0; row < label.rows.size(); ++row) {
+        if (name != u"L" + DecimalText(static_cast<int32_t>(row))) continue;
+        messages.push_back({u"Plain text",
+                            u"The sub-shape \"" + part->Name() + u"\" of the label \"" +
+                                label.shape->Name() + u"\" on page \"" +
+                                label.shape->ContainingPage()->Name() + u"\" has the text \"" +
+                                part->Text() + u"\" instead of a field and does not show " +
+                                label.rows[row].location + u".",
+                            MessageIcon::kExclamation});
+      }
+    }
+  }
+  return messages;
 }
 
 std::string AsJson(const std::vector<Label>& labels) {
@@ -118,9 +144,15 @@ void Run(const CommonOptions& options) {
   add_in.ScanDocument();
   const std::vector<Label> labels = WriteLabels(add_in);
   const std::vector<CellChange> changes = add_in.ChangedFormulas();
+  const std::vector<embedded::ShownMessage> plain = PlainTexts(labels);
   const std::string written = options.Finish(add_in);
   if (options.json) {
     std::cout << AsJson(labels);
+    std::cout.flush();
+    for (const embedded::ShownMessage& message : plain) {
+      std::cerr << Shown(message.text) << '\n';  // the array has no place for it
+    }
+    add_in.EndWithFailures(Outcome(written));
     return;
   }
   const Printer printer;
@@ -141,7 +173,9 @@ void Run(const CommonOptions& options) {
   printer.Line(printer.Styled(Style::kStrong, Shown(FromUtf8(options.drawing))) + ": " +
                Counted(labels.size(), "label"));
   if (!rows.empty()) printer.Table({"Follows", "Page", "Label", "Location", "Link"}, rows);
-  PrintWarnings(printer, add_in.messages());
+  std::vector<embedded::ShownMessage> messages = add_in.messages();
+  messages.insert(messages.end(), plain.begin(), plain.end());
+  PrintWarnings(printer, messages);
   if (written.empty()) {
     printer.Line("\n" + Counted(changes.size(), "cell") +
                  " would change (--save or --output FILE writes them)");
@@ -149,6 +183,7 @@ void Run(const CommonOptions& options) {
     printer.Line("\n" + Counted(changes.size(), "cell") + " changed\nSaved to " +
                  Shown(FromUtf8(written)));
   }
+  add_in.EndWithFailures(Outcome(written));
 }
 
 }  // namespace

@@ -70,6 +70,7 @@ void Run(const PageOptions& options) {
       WriteChanges(json, changed, u"text");
     }
     std::cout << json.End().Take();
+    add_in.EndWithFailures(Outcome(written));
     return;
   }
   const Printer printer;
@@ -80,6 +81,7 @@ void Run(const PageOptions& options) {
   } else if (!written.empty()) {
     printer.Line("\nSaved to " + Shown(FromUtf8(written)));
   }
+  add_in.EndWithFailures(Outcome(written));
 }
 
 }  // namespace

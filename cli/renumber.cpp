@@ -306,6 +306,7 @@ void Apply(AddIn& add_in, const DrawingNames& drawing, const RenumberPlan& plan,
   }
 
   add_in.ScanDocument();
+  add_in.EndWithFailures(u"nothing was written");
   for (const auto& [label, text] : labels) {
     const bool was_written = label->CellExists(u"Hyperlink.Go1.SubAddress", false);
     if (was_written) add_in.index().SetAutoLoc(label, *text);
@@ -417,6 +418,8 @@ Outcome Renumber(AddIn& add_in, const RenumberOptions& options) {
   Progress progress;
   progress.Tell(FromUtf8(options.drawing));
   add_in.ScanDocument();
+  // Numbers that are out of sight could be given twice.
+  add_in.EndWithFailures(u"nothing was renumbered");
   done.messages = add_in.messages();
   done.drawing = ReadNames(add_in, options, Places(add_in));
   std::vector<std::u16string> patterns, reserved;

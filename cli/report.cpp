@@ -100,7 +100,7 @@ Catalogue FindCatalogue(const std::string& named) {
 }
 
 void Collect(const ReportOptions& options, Report& report, Progress& progress,
-             std::vector<std::string>& notes) {
+             std::vector<std::string>& notes, std::string& passed_over) {
   const bool several = options.drawings.size() > 1;
   for (size_t i = 0; i < options.drawings.size(); ++i) {
     Interrupt::Check();
@@ -121,8 +121,12 @@ void Collect(const ReportOptions& options, Report& report, Progress& progress,
     if (options.save && changes > 0) add_in.Save(path);
     NoteChanges(path, changes, options.save, notes);
     if (!add_in.messages().empty()) {
-      notes.push_back(Shown(FromUtf8(path)) + ": shapes without a text; ohmwise index lists them.");
+      notes.push_back(
+          Shown(FromUtf8(path)) +
+          ": shapes without a text or a unique ID of their own; ohmwise index lists them.");
     }
+    const std::string list = add_in.FailureList(u"the rest is in the report");
+    if (!list.empty()) passed_over += (passed_over.empty() ? "" : "\n") + list;
   }
 }
 
@@ -135,6 +139,7 @@ void Run(const ReportOptions& options) {
   }
   const Interrupt interrupt;
   std::vector<std::string> notes;
+  std::string passed_over;
   try {
     ReportTable table;
     {
@@ -147,7 +152,7 @@ void Run(const ReportOptions& options) {
           options.kind == "bom" ? MakeBillOfMaterials(several, std::move(catalogue))
                                 : MakeListReport(options.kind, several);
       Progress progress;
-      Collect(options, *report, progress, notes);
+      Collect(options, *report, progress, notes, passed_over);
       table = report->Take();
     }
     std::vector<std::u16string> names;
@@ -160,8 +165,7 @@ void Run(const ReportOptions& options) {
     WriteReport(std::move(table), names, target.format, target.path);
     for (const std::string& note : notes) Tell(note);
     for (const std::u16string& remark : remarks) Tell(Shown(remark));
-    if (target.path == "-") return;
-    Printer().Line(done);
+    if (target.path != "-") Printer().Line(done);
   } catch (const Interrupted&) {
     for (const std::string& note : notes) Tell(note);
     Tell("ohmwise: interrupted; no report was written.");
@@ -172,6 +176,7 @@ void Run(const ReportOptions& options) {
     }
     throw;
   }
+  if (!passed_over.empty()) throw Exit{1, passed_over};
 }
 
 }  // namespace

@@ -124,9 +124,6 @@ std::u16string ShownLocation(const ShapeRef& label, int32_t number) {
     case kPageOnly:
       form = u"{L}A{i}";
       break;
-    case kNothing:
-      form = u"\"\"";
-      break;
     default:
       break;
   }
@@ -145,7 +142,7 @@ void ShowRows(const ShapeRef& label, int32_t count) {
     }
     int32_t number = 1;
     Trapped([&] { number += Value(name.substr(1)).ToInt32(); });
-    const bool used = number <= count;
+    const bool used = number <= count && SharedMisc().LocType(label) != kNothing;
     part->Cells(u"HideText")->SetFormula(used ? u"FALSE" : u"TRUE");
     if (!part->CellExists(u"Fields.Value", false)) continue;
     // An unused place must not hold on to a row that goes.

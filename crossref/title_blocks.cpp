@@ -1,4 +1,5 @@
 #include "base/conversion.h"
+#include "base/error.h"
 #include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/clsTBlockObj.h"
@@ -19,7 +20,14 @@ void NumberTBlock(const ShapeRef& shape, const CollectionRef& index) {
   clsTBlockObj::EnsureGroup(shape);
   const CellRef group = shape->Cells(u"User.Group");
   const std::u16string stem = shape->Text() + u"-" + SharedLang().GetStr(kGroupText);
-  int16_t number = TextToInt16(group->Formula());
+  int16_t number = 0;
+  try {
+    number = TextToInt16(group->Formula());
+  } catch (const AutomationError& error) {
+    if (error.number() != Err::kTypeMismatch) throw;
+    Raise(error.number(), u"The title block's User.Group holds " + group->Formula() +
+                              u", which is no group number.");
+  }
   while (SharedMisc().GotInCollection(index, stem + DecimalText(int32_t{number}))) {
     number = CheckedCast<int16_t>(number + 1);
   }

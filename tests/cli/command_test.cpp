@@ -114,6 +114,9 @@ TEST(IndexCommandTest, IndexOfTheSample) {
                                    "Signals | Make contact.15 | User.Ref | \"K2\"",
                                    "Signals | Lamp.36 | Text | Reference Error",
                                    "Signals | Lamp.36 | User.Ref | \"Reference Error\"",
+                                   "Power circuit | Title block | User.Group | 1",
+                                   kControl + " | Title block | User.Group | 1",
+                                   "Signals | Title block | User.Group | 1",
                                    "Inputs and terminals | Title block | User.Group | 2"}));
   ASSERT_EQ(index["messages"].size(), 1u);
   EXPECT_EQ(index["messages"][0]["icon"], "exclamation");
@@ -181,7 +184,7 @@ TEST(CellCommandTest, TellsEveryResultThatFollows) {
 
 TEST(MoveCommandTest, MovesInUnitsAndThoseOfThePage) {
   const SampleFolder folder;
-  const Json moved = RunJson({"move", folder.drawing(), "Signals", "Lamp", "-1.5", "50.8 mm",
+  const Json moved = RunJson({"move", folder.drawing(), "Signals", "Lamp", "-38.1", "5,08 cm",
                               "--output", folder.Path("moved.vsdx")});
   EXPECT_NEAR(moved["x"].get<double>(), -1.5, 1e-9);
   EXPECT_NEAR(moved["y"].get<double>(), 2, 1e-9);
