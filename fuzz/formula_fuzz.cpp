@@ -23,6 +23,8 @@ using ohmwise::embedded::FormulaValue;
 using ohmwise::embedded::QuoteName;
 using ohmwise::embedded::QuoteText;
 using ohmwise::embedded::Reference;
+using ohmwise::embedded::Replacement;
+using ohmwise::embedded::Rewritten;
 using ohmwise::embedded::Unit;
 
 void Require(bool holds, const char* what) {
@@ -86,6 +88,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Require(!error.message.empty(), "a refusal has no reason");
   } else {
     Cells cells;
+    const auto places = Formula::Locate(text);
+    Require(places.references.size() >= formula->references().size(), "a reference has no place");
+    std::vector<Replacement> same;
+    for (const auto& place : places.references) {
+      same.push_back({place.whole, std::string(place.whole.In(text))});
+    }
+    Require(Rewritten(text, {0, text.size()}, same) == text, "places lie outside the text");
     const FormulaValue first = formula->Evaluate(cells);
     const FormulaValue second = formula->Evaluate(cells);
     Require(first.kind == second.kind && first.ToText() == second.ToText(),

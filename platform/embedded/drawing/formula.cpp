@@ -244,6 +244,8 @@ bool Formula::guarded() const noexcept { return program_->guarded; }
 int Formula::redirect() const noexcept { return program_->redirect; }
 bool Formula::depends_on_pages() const noexcept { return program_->depends_on_pages; }
 bool Formula::constant() const noexcept { return program_->constant; }
+bool Formula::literal() const noexcept { return program_->literal; }
+bool Formula::parent_point() const noexcept { return program_->parent_point; }
 
 FormulaValue Formula::Run(const Code& program, EvaluationContext& context) const {
   Stack stack(program.depth);
@@ -359,12 +361,30 @@ FormulaValue Formula::Run(const Code& program, EvaluationContext& context) const
   return std::move(stack.Top());
 }
 
+std::string Rewritten(std::string_view text, TextPlace part,
+                      std::vector<Replacement> replacements) {
+  std::sort(replacements.begin(), replacements.end(), [](const auto& a, const auto& b) {
+    return a.place.begin != b.place.begin ? a.place.begin < b.place.begin
+                                          : a.place.end > b.place.end;
+  });
+  std::string out;
+  size_t at = part.begin;
+  for (const Replacement& replacement : replacements) {
+    if (replacement.place.begin < at || replacement.place.end > part.end) continue;
+    out.append(text, at, replacement.place.begin - at);
+    out += replacement.text;
+    at = replacement.place.end;
+  }
+  return out.append(text, at, part.end - at);
+}
+
 std::string QuoteName(std::string_view name) {
-  // A shape may be called as a keyword; in quotes it is a name.
+  // A shape may be called as a keyword or as another's number; in quotes it is a name.
   bool plain =
       !name.empty() && (static_cast<unsigned char>(name[0]) >= 0x80 ||
                         std::isalpha(static_cast<unsigned char>(name[0])) || name[0] == '_');
-  plain = plain && !EqualAscii(name, "ThePage") && !EqualAscii(name, "TheDoc");
+  plain = plain && !EqualAscii(name, "ThePage") && !EqualAscii(name, "TheDoc") &&
+          !EqualAscii(name.substr(0, 6), "Sheet.");
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
     plain = plain && (byte >= 0x80 || std::isalnum(byte) || c == '_' || c == '.');

@@ -133,6 +133,44 @@ struct Reference {
   std::string cell;  ///< "User.Ref", "Scratch.B1", "Connections.Row_1.X" as written
 };
 
+/// A piece of a formula's text: bytes from `begin` up to `end`.
+struct TextPlace {
+  size_t begin = 0;
+  size_t end = 0;
+
+  bool empty() const noexcept { return begin == end; }
+  std::string_view In(std::string_view text) const { return text.substr(begin, end - begin); }
+};
+
+/// Where the parts of a formula stand in its text.
+struct FormulaPlaces {
+  /// A reference to a cell, or a call of a function on another sheet (`reference.cell` is "" then).
+  struct CellPlace {
+    Reference reference;
+    TextPlace whole;
+    TextPlace page;  ///< name in "Pages[…]", quotes included; empty without one, as are the others
+    TextPlace shape;    ///< "Sheet.5", "'Relay 2.12'"
+    TextPlace section;  ///< "Scratch"; empty for a cell outside sections
+    TextPlace cell;     ///< row and column: "B1", "Row_2.X", "Color[2]"; or "PinX"
+  };
+  struct Call {
+    TextPlace whole;
+    TextPlace name;
+    std::vector<TextPlace> arguments;  ///< without the blanks around them
+  };
+  std::vector<CellPlace> references;  ///< in order of appearance
+  std::vector<Call> calls;            ///< outer ones before those in their arguments
+};
+
+/// What is to stand at a place instead.
+struct Replacement {
+  TextPlace place;
+  std::string text;
+};
+/// A part of a text with its replacements, which may come in any order; one inside another is left
+/// out.
+std::string Rewritten(std::string_view text, TextPlace part, std::vector<Replacement> replacements);
+
 /// What evaluation asks of the drawing. `index` is the position in `Formula::references()`, so that
 /// an implementation can keep resolved references beside the formula.
 class EvaluationContext {
@@ -172,6 +210,9 @@ class Formula {
   static std::unique_ptr<const Formula> Parse(std::string_view text, FormulaSyntaxError& error,
                                               FormulaCodes* codes = nullptr);
 
+  /// Where the parts of a text stand; empty when it cannot be parsed.
+  static FormulaPlaces Locate(std::string_view text);
+
   /// Every cell reference, in order of appearance.
   const std::vector<Reference>& references() const noexcept;
   /// True when every function in it is one we evaluate; otherwise its cell keeps its stored value.
@@ -184,8 +225,12 @@ class Formula {
   int redirect() const noexcept;
   /// Depends on page name, number or count: recalculated when pages change.
   bool depends_on_pages() const noexcept;
-  /// True when the formula is a literal without references or functions.
+  /// True when the formula has neither references nor functions.
   bool constant() const noexcept;
+  /// True for one literal, which is stored as a bare value. "1+2" and "(1)" are formulas.
+  bool literal() const noexcept;
+  /// Calls PAR: follows the transform of the shape it refers to.
+  bool parent_point() const noexcept;
 
   struct Code;     // formula_program.h
   struct Program;  // formula_program.h

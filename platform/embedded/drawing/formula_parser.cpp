@@ -63,9 +63,23 @@ Unit CompoundUnit(Unit a, Unit b) {
   return a;
 }
 
+/// One value; a number may have signs.
+bool IsLiteral(const std::vector<Op>& ops) {
+  const OpCode value = ops.front().code;
+  if (ops.size() == 1) {
+    return value == OpCode::kNumber || value == OpCode::kBoolean ||
+           (value == OpCode::kText && ops.front().unit != Unit::kGuid);
+  }
+  return value == OpCode::kNumber && std::all_of(ops.begin() + 1, ops.end(), [](const Op& op) {
+           return op.code == OpCode::kNegate || op.code == OpCode::kPlus ||
+                  op.code == OpCode::kPercent;
+         });
+}
+
 class Parser {
  public:
-  Parser(std::string_view text, Formula::Program& program) : text_(text), program_(program) {}
+  Parser(std::string_view text, Formula::Program& program, FormulaPlaces* places = nullptr)
+      : text_(text), program_(program), places_(places) {}
 
   void Run() {
     SkipBlanks();
@@ -75,6 +89,7 @@ class Parser {
     if (at_ != text_.size()) Refuse("unexpected \"" + Excerpt() + "\"");
     const auto& ops = program_.ops;
     program_.constant = program_.constant && program_.references.empty();
+    program_.literal = program_.constant && !parenthesis_ && IsLiteral(ops);
     if (outermost_ && outermost_end_ == ops.size()) {
       program_.guarded = EqualAscii(outermost_->name, "GUARD");
       if (EqualAscii(outermost_->name, "SETATREF") && !ops.empty() &&
@@ -85,6 +100,8 @@ class Parser {
   }
 
  private:
+  using Referring = FormulaPlaces::CellPlace;
+
   [[noreturn]] void Refuse(std::string message) const { throw Refusal{at_, std::move(message)}; }
   [[noreturn]] static void RefuseAt(size_t at, std::string message) {
     throw Refusal{at, std::move(message)};
@@ -160,6 +177,7 @@ class Parser {
       Emit({.code = c == '-' ? OpCode::kNegate : OpCode::kPlus}, 0);
     } else if (c == '(') {
       ++at_;
+      parenthesis_ = true;
       Expression(0);
       Expect(')', "to close the parenthesis");
     } else if (c == '"') {
@@ -388,32 +406,32 @@ class Parser {
   /// Function call, TRUE and FALSE, or a reference.
   void Name() {
     const size_t begin = at_;
+    Referring to;
+    to.whole.begin = begin;
     if (Peek() == '\'') {
-      Reference reference;
-      reference.scope = Reference::Scope::kShape;
-      reference.shape = Quoted('\'');
+      to.reference.scope = Reference::Scope::kShape;
+      to.reference.shape = Quoted('\'');
+      to.shape = {begin, at_};
       if (Peek() != '!') Refuse("expected \"!\" after the quoted name, but " + Found());
       ++at_;
-      Cell(reference);
+      Cell(to);
       return;
     }
     const std::string_view name = Word();
     if (Peek() == '!') {
+      to.shape = {begin, at_};
       ++at_;
-      Reference reference;
-      SheetOf(name, reference);
-      Cell(reference);
+      SheetOf(name, to.reference);
+      Cell(to);
     } else if (Peek() == '[' && (EqualAscii(name, "Pages") || EqualAscii(name, "Masters") ||
                                  EqualAscii(name, "Styles"))) {
-      Container(name);
+      Container(name, to);
     } else if (SkipBlanksTo('(')) {
       Call(name, begin);
     } else if (EqualAscii(name, "TRUE") || EqualAscii(name, "FALSE")) {
       Emit({.code = OpCode::kBoolean, .number = EqualAscii(name, "TRUE") ? 1.0 : 0.0}, 1);
     } else {
-      Reference reference;
-      reference.cell = std::string(name) + Subscript();
-      Refer(std::move(reference));
+      CellName(name, begin, to);
     }
   }
 
@@ -474,9 +492,10 @@ class Parser {
   }
 
   /// Pages[…]!…, Masters[…]!…, Styles[…]!….
-  void Container(std::string_view kind) {
+  void Container(std::string_view kind, Referring& to) {
     const size_t begin = at_++;
-    Reference reference;
+    Reference& reference = to.reference;
+    to.page.begin = at_;
     if (Peek() == '\'' || Peek() == '"') {
       reference.page = Quoted(Peek());
     } else {
@@ -490,13 +509,14 @@ class Parser {
       }
     }
     if (Peek() != ']') Refuse("expected \"]\" after the name, but " + Found());
+    to.page.end = at_;
     ++at_;
     if (Peek() != '!') Refuse("expected \"!\" after \"]\", but " + Found());
     ++at_;
     using Scope = Reference::Scope;
     if (EqualAscii(kind, "Styles")) {
       reference.scope = Scope::kStyle;
-      Cell(reference);
+      Cell(to);
       return;
     }
     const bool master = EqualAscii(kind, "Masters");
@@ -510,12 +530,13 @@ class Parser {
       const std::string_view word = Word();
       if (Peek() != '!') {
         at_ = back;  // no sheet named: a cell of the page
-        Cell(reference);
+        Cell(to);
         return;
       }
       SheetOf(word, inner);
     }
     if (Peek() != '!') Refuse("expected \"!\" after the name, but " + Found());
+    to.shape = {back, at_};
     ++at_;
     if (inner.scope == Scope::kSheet) {
       reference.scope = master ? Scope::kMasterSheet : Scope::kPageSheet;
@@ -524,27 +545,39 @@ class Parser {
       reference.scope = master ? Scope::kMasterShape : Scope::kPageShape;
       reference.shape = std::move(inner.shape);
     }
-    Cell(reference);
+    Cell(to);
   }
 
   /// The cell, or a function called on the sheet named before it.
-  void Cell(Reference& reference) {
+  void Cell(Referring& to) {
     if (!IsNameStart(Peek())) Refuse("expected a cell name, but " + Found());
+    const size_t begin = at_;
     const std::string_view name = Word();
-    if (SkipBlanksTo('(')) {
-      // PAGENAME() and the like seen from another sheet are left to the drawing
-      // program.
-      const int arguments = Arguments(name);
-      Unknown(std::string(name), arguments);
-      AfterCall();
-      return;
-    }
-    reference.cell = std::string(name) + Subscript();
-    Refer(std::move(reference));
+    if (!SkipBlanksTo('(')) return CellName(name, begin, to);
+    // PAGENAME() and the like seen from another sheet are left to the drawing
+    // program.
+    const size_t place = places_ == nullptr ? 0 : places_->references.size();
+    if (places_ != nullptr) places_->references.push_back(to);
+    const InCall call(*this, begin, begin + name.size());
+    const int arguments = Arguments(name);
+    if (places_ != nullptr) places_->references[place].whole.end = at_;
+    Unknown(std::string(name), arguments);
+    AfterCall();
   }
 
-  void Refer(Reference reference) {
-    program_.references.push_back(std::move(reference));
+  void CellName(std::string_view name, size_t begin, Referring& to) {
+    to.reference.cell = std::string(name) + Subscript();
+    if (places_ != nullptr) {
+      const size_t dot = name.find('.');
+      to.whole.end = at_;
+      to.cell = {begin, at_};
+      if (dot != std::string_view::npos) {
+        to.section = {begin, begin + dot};
+        to.cell.begin = begin + dot + 1;
+      }
+      places_->references.push_back(to);
+    }
+    program_.references.push_back(std::move(to.reference));
     Emit({.code = OpCode::kReference,
           .index = static_cast<uint32_t>(program_.references.size() - 1)},
          1);
@@ -576,12 +609,36 @@ class Parser {
 
   void Argument() {
     SkipBlanks();
+    const size_t begin = at_;
     if (Peek() == ',' || Peek() == ')') {
       Emit({.code = OpCode::kEmpty}, 1);
     } else {
       Expression(0);
     }
+    if (places_ == nullptr) return;
+    size_t end = at_;
+    while (end > begin && IsBlank(text_[end - 1])) --end;
+    places_->calls[call_].arguments.push_back({begin, end});
   }
+
+  /// Notes where a call stands while its arguments are parsed.
+  class InCall {
+   public:
+    InCall(Parser& parser, size_t begin, size_t end) : parser_(parser), outer_(parser.call_) {
+      if (parser_.places_ == nullptr) return;
+      parser_.call_ = parser_.places_->calls.size();
+      parser_.places_->calls.push_back({{begin, end}, {begin, end}, {}});
+    }
+    ~InCall() {
+      if (parser_.places_ == nullptr) return;
+      parser_.places_->calls[parser_.call_].whole.end = parser_.at_;
+      parser_.call_ = outer_;
+    }
+
+   private:
+    Parser& parser_;
+    size_t outer_;
+  };
 
   void Unknown(std::string name, int arguments) {
     if (program_.evaluable) program_.unknown_function = std::move(name);
@@ -607,6 +664,7 @@ class Parser {
 
   void Call(std::string_view name, size_t begin) {
     const Nested nested(*this);
+    const InCall call(*this, begin, begin + name.size());
     program_.constant = false;
     if (EqualAscii(name, "IF")) {
       CallIf();
@@ -630,6 +688,7 @@ class Parser {
               .index = static_cast<uint32_t>(program_.functions.size() - 1)},
              1 - arguments);
         program_.depends_on_pages |= function->name.starts_with("PAGE");
+        program_.parent_point |= function->name == "PAR";
         if (nesting_ == 2) {  // this call and the whole expression
           outermost_ = function;
           outermost_end_ = program_.ops.size();
@@ -676,14 +735,28 @@ class Parser {
 
   std::string_view text_;
   Formula::Program& program_;
+  FormulaPlaces* places_;
   size_t at_ = 0;
+  size_t call_ = 0;  ///< that the argument at work belongs to
   int nesting_ = 0;
   int height_ = 0;
   const FunctionInfo* outermost_ = nullptr;
   size_t outermost_end_ = 0;
+  bool parenthesis_ = false;
 };
 
 }  // namespace
+
+FormulaPlaces Formula::Locate(std::string_view text) {
+  FormulaPlaces places;
+  Program program;
+  try {
+    Parser(text, program, &places).Run();
+  } catch (const Refusal&) {
+    return {};
+  }
+  return places;
+}
 
 std::unique_ptr<const Formula> Formula::Parse(std::string_view text, FormulaSyntaxError& error,
                                               FormulaCodes* codes) {

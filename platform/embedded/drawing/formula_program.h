@@ -100,6 +100,8 @@ struct Formula::Program : Formula::Code {
   bool guarded = false;
   bool depends_on_pages = false;
   bool constant = true;
+  bool literal = false;
+  bool parent_point = false;
 };
 
 /// Number of internal units in one of these (inches, radians, days); 1 for pure numbers.
