@@ -77,6 +77,17 @@ TEST_F(HandlesTest, EqualHandlesMeanTheSameSheet) {
   EXPECT_TRUE(Same(Find(u"P", u"S"), Find(u"P", u"Sheet.3")));
   EXPECT_TRUE(Same(Find(u"P", u""), drawing_->document()->Pages()->Item(1)->PageSheet()));
   EXPECT_FALSE(Same(Find(u"P", u"S"), Find(u"P", u"")));
+  const DocumentRef document = drawing_->document();
+  EXPECT_TRUE(Same(document->Pages(), drawing_->document()->Pages()));
+  EXPECT_TRUE(Same(document->Pages()->Item(1), Find(u"P", u"S")->ContainingPage()));
+  auto& contents = build.model.pages[0]->contents;
+  for (const char* end : {"BeginX", "EndX"}) {
+    contents.connects.push_back({3, 3, end, "PinX", {}, {}});
+  }
+  const CollectionRef from = Find(u"P", u"S")->Connects();
+  EXPECT_TRUE(
+      from->Item(1).AsObject()->SameAs(*Find(u"P", u"S")->FromConnects()->Item(1).AsObject()));
+  EXPECT_FALSE(from->Item(1).AsObject()->SameAs(*from->Item(2).AsObject()));
   EXPECT_EQ(Find(u"P", u"")->ContainingPageID(), 0);
   EXPECT_EQ(Find(u"", u"")->ContainingPageID(), -1);
 }

@@ -204,6 +204,19 @@ TEST_F(InheritanceTest, CircularMastersEnd) {
   contents.shapes[0]->master_shape = 6;
   Open();
   EXPECT_EQ(Text(Relay()->Cells(u"Width")), "2");
+  // Two masters that are instances of each other: edits reach every sheet once.
+  build.Instance(build.Master(8, "Eight").contents, 5, 9);
+  build.Instance(build.Master(9, "Nine").contents, 5, 8);
+  build.Instance(build.model.pages[0]->contents, 80, 8, "Loop");
+  Open();
+  const ShapeRef base = drawing_->document()->MasterAt(2)->Shapes()->Item(1);
+  base->Cells(u"Width")->SetFormula(u"3");
+  base->AddNamedRow(section::kUser, u"Row", 0);
+  base->Cells(u"User.Row")->SetFormula(u"4");
+  EXPECT_EQ(Text(Find(u"Page-1", u"Loop")->Cells(u"Width")), "3");
+  EXPECT_EQ(Text(Find(u"Page-1", u"Loop")->Cells(u"User.Row")), "4");
+  base->DeleteRow(section::kUser, 0);
+  EXPECT_FALSE(Find(u"Page-1", u"Loop")->CellExists(u"User.Row", false));
 }
 
 }  // namespace

@@ -185,6 +185,11 @@ TEST_F(StructureTest, NamesFollowMasterAndNumber) {
     EXPECT_TRUE(Same(shapes->Item(FromUtf8(row.name_u)), shapes->Item(row.position)));
   }
   EXPECT_TRUE(Same(shapes->Item(u"sheet.30"), shapes->Item(2)));
+  build.User(build.Shape(contents, 20, "twice"), "X", "the earliest in drawing order", {}, "STR");
+  build.User(build.Shape(contents, 19, "Twice"), "X", "the lowest number", {}, "STR");
+  Open();
+  At(u"One", u"Looking", u"User.Words")->SetFormula(u"TWICE!User.X");
+  EXPECT_EQ(Text(At(u"One", u"Looking", u"User.Words")), "the earliest in drawing order");
   EXPECT_NE(Refusal([&] { shapes->Item(5); }), "");
   EXPECT_NE(Refusal([&] { shapes->Item(u"Sheet.99"); }), "");
 }

@@ -535,13 +535,10 @@ void LiveDocument::ForgetRows(LiveSheet& live, uint16_t section) {
 }
 
 void LiveDocument::ForgetRowsOfInstances(Sheet& sheet, uint16_t section) {
-  const auto found = instances_.find(&sheet);
-  if (found == instances_.end()) return;
-  for (Sheet* instance : found->second) {
+  for (Sheet* instance : InstancesOf(sheet)) {
     LiveSheet& live = Live(*instance);
     ForgetRows(live, section);
     ++live.layout;
-    ForgetRowsOfInstances(*instance, section);
   }
 }
 

@@ -173,6 +173,11 @@ class ConnectObject final : public Counted<Connect> {
     if (Named(member, u"ToSheet")) return Value(ToSheet());
     return Connect::Get(member, arguments);
   }
+  bool SameAs(const Object& other) const noexcept override {
+    const auto* connect = dynamic_cast<const ConnectObject*>(&other);
+    return connect != nullptr && connect->from_ == from_ && connect->to_ == to_ &&
+           connect->from_cell_ == from_cell_ && connect->to_cell_ == to_cell_;
+  }
 
  private:
   AnchorRef anchor_;
@@ -564,6 +569,10 @@ class PagesObject final : public Counted<Pages> {
       return which.IsText() ? Value(Item(which.AsText())) : Value(Item(which.ToInt32()));
     }
     return Pages::Get(member, arguments);
+  }
+  bool SameAs(const Object& other) const noexcept override {
+    const auto* pages = dynamic_cast<const PagesObject*>(&other);
+    return pages != nullptr && pages->anchor_ == anchor_;
   }
 
  private:

@@ -59,12 +59,24 @@ struct StoredRowIndex {
   bool repeats = false;  ///< some key stands there twice
 };
 
+/// Cells as they joined, each once.
+class CellList {
+ public:
+  void Add(const CellAddress& cell);
+  auto begin() const noexcept { return cells_.begin(); }
+  auto end() const noexcept { return cells_.end(); }
+
+ private:
+  std::vector<CellAddress> cells_;
+  std::unordered_set<uint64_t> known_;  ///< of lists that are long
+};
+
 /// Where formulas of one sheet refer to their own sheet, and which look elsewhere. Entries are
 /// candidates: the effective formula decides.
 struct SelfGraph {
-  std::unordered_map<uint64_t, std::vector<CellAddress>> dependents;
-  std::vector<CellAddress> crossing;
-  std::vector<CellAddress> on_pages;
+  std::unordered_map<uint64_t, CellList> dependents;
+  CellList crossing;
+  CellList on_pages;
 };
 
 /// Side table of a sheet that has been looked at.
@@ -165,7 +177,7 @@ inline constexpr size_t kMostComputedText = 64u << 20;
 /// Lists of a page's or master's shapes, made when first needed.
 struct LiveContents {
   std::unordered_map<uint32_t, Sheet*> by_id;
-  std::unordered_multimap<uint32_t, Sheet*> by_name;              ///< interned name → shapes
+  std::unordered_map<uint32_t, std::vector<Sheet*>> by_name;      ///< interned, in drawing order
   std::unordered_map<const Sheet*, std::vector<Sheet*>> visible;  ///< null key: the top level
   bool by_id_ready = false;
   bool by_name_ready = false;
@@ -252,8 +264,11 @@ class LiveDocument {
   std::vector<uint32_t> PageDependents();
   /// Notes a formula written into a sheet itself.
   void NoteFormula(LiveSheet& live, const CellAddress& address, std::string_view text);
+  /// Takes up a formula of a master in its instances; adds their cells.
   void InstanceFormulaChanged(Sheet& base, const CellAddress& address,
                               std::vector<uint32_t>& changed);
+  /// Sheets that inherit from one, directly or through others, each once.
+  std::vector<Sheet*> InstancesOf(Sheet& base);
 
   // Editing (editing.cpp) ---------------------------------------------------------------------
   void SetFormula(LiveSheet& live, const CellAddress& address, std::string_view text);

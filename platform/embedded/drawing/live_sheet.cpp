@@ -677,8 +677,8 @@ void LiveDocument::NoteInLists(Contents& contents, Sheet& sheet) {
 void LiveDocument::NoteName(LiveContents& lists, Sheet& sheet) {
   const uint32_t local = names_.Intern(NameOf(sheet, false));
   const uint32_t universal = names_.Intern(NameOf(sheet, true));
-  lists.by_name.emplace(local, &sheet);
-  if (universal != local) lists.by_name.emplace(universal, &sheet);
+  lists.by_name[local].push_back(&sheet);
+  if (universal != local) lists.by_name[universal].push_back(&sheet);
 }
 
 Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group,
@@ -708,18 +708,19 @@ Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool 
     return groups;
   };
   Sheet* found = nullptr;
+  size_t best = 0;
   bool more = false;
-  const auto range = lists.by_name.equal_range(names_.Intern(name));
-  for (auto at = range.first; at != range.second; ++at) {
-    Sheet& sheet = *at->second;
-    if (!fits(sheet)) continue;
-    const size_t best = found == nullptr ? 0 : depth(*found);
-    const size_t own = depth(sheet);
-    if (found == nullptr || own < best || (own == best && sheet.id < found->id)) {
-      more = found != nullptr && own == best;
-      found = &sheet;
-    } else if (own == best) {
-      more = true;
+  if (const auto named = lists.by_name.find(names_.Intern(name)); named != lists.by_name.end()) {
+    for (Sheet* sheet : named->second) {
+      if (!fits(*sheet)) continue;
+      const size_t own = depth(*sheet);
+      if (found != nullptr && own >= best) {
+        more = more || own == best;
+        continue;
+      }
+      found = sheet;
+      best = own;
+      more = false;
     }
   }
   if (shared != nullptr) *shared = more;

@@ -205,6 +205,20 @@ const CompiledFormula& LiveDocument::Compile(std::string_view text) {
   return *formulas_.emplace(model_.arena.Keep(text), std::move(compiled)).first->second;
 }
 
+void CellList::Add(const CellAddress& cell) {
+  constexpr size_t kShort = 64;
+  if (!cells_.empty() && cells_.back() == cell) return;
+  if (cells_.size() < kShort) {
+    if (std::find(cells_.begin(), cells_.end(), cell) != cells_.end()) return;
+  } else {
+    if (known_.empty()) {
+      for (const CellAddress& known : cells_) known_.insert(known.Packed());
+    }
+    if (!known_.insert(cell.Packed()).second) return;
+  }
+  cells_.push_back(cell);
+}
+
 SelfGraph& LiveDocument::Graph(Sheet& sheet) {
   LiveSheet& live = Live(sheet);
   if (live.graph) return *live.graph;
@@ -234,23 +248,13 @@ void LiveDocument::AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddre
                               std::string_view text) {
   const CompiledFormula& compiled = Compile(text);
   if (!compiled.formula) return;
-  const auto add = [&](std::vector<CellAddress>& list) {
-    if (std::find(list.begin(), list.end(), address) == list.end()) list.push_back(address);
-  };
-  if (compiled.crosses) graph.crossing.push_back(address);
-  if (compiled.formula->depends_on_pages()) graph.on_pages.push_back(address);
+  if (compiled.crosses) graph.crossing.Add(address);
+  if (compiled.formula->depends_on_pages()) graph.on_pages.Add(address);
   const auto& references = compiled.formula->references();
   for (size_t i = 0; i < references.size(); ++i) {
     if (references[i].scope != Reference::Scope::kSelf || !compiled.cells[i]) continue;
     const auto target = Address(live, *compiled.cells[i]);
-    if (!target) continue;
-    auto& list = graph.dependents[target->Packed()];
-    // A cell that refers to many: formulas of a sheet are walked once, so a repeat is at the end.
-    if (list.size() < 64) {
-      add(list);
-    } else if (list.back() != address) {
-      list.push_back(address);
-    }
+    if (target) graph.dependents[target->Packed()].Add(address);
   }
 }
 
@@ -591,18 +595,30 @@ std::vector<uint32_t> LiveDocument::PageDependents() {
   return result;
 }
 
+std::vector<Sheet*> LiveDocument::InstancesOf(Sheet& base) {
+  std::vector<Sheet*> instances;
+  // Masters may hold instances of each other.
+  std::unordered_set<const Sheet*> seen = {&base};
+  const auto add = [&](Sheet& from) {
+    const auto found = instances_.find(&from);
+    if (found == instances_.end()) return;
+    for (Sheet* instance : found->second) {
+      if (!instance->erased && seen.insert(instance).second) instances.push_back(instance);
+    }
+  };
+  add(base);
+  for (size_t i = 0; i < instances.size(); ++i) add(*instances[i]);
+  return instances;
+}
+
 void LiveDocument::InstanceFormulaChanged(Sheet& base, const CellAddress& address,
                                           std::vector<uint32_t>& changed) {
-  const auto found = instances_.find(&base);
-  if (found == instances_.end()) return;
-  for (Sheet* instance : found->second) {
-    if (instance->erased) continue;
+  for (Sheet* instance : InstancesOf(base)) {
     LiveSheet& live = Live(*instance);
     live.rows.clear();
     const uint32_t index = NodeOf(live, address);
     Refresh(index);
     changed.push_back(index);
-    InstanceFormulaChanged(*instance, address, changed);
   }
 }
 
