@@ -171,7 +171,12 @@ TEST_F(RecalculationTest, MovesAreRedirectedOrRefused) {
   // A length is kept in whole steps, whoever sets it.
   build.User(shape, "Step", "2");
   build.Set(shape, "Width", "2", "SETATREF(User.Step,SETATREFEVAL(INT(SETATREFEXPR(0)+0.5)))");
+  build.User(shape, "Twice", "2");
+  build.Set(shape, "Height", "2",
+            "SETATREF(User.Twice,SETATREFEVAL(SETATREFEXPR((1+2)*2)+MAX(1,LEN(\")\"))))");
   Open();
+  At(u"P 1", u"S1", u"Height")->SetFormula(u"4");
+  EXPECT_EQ(FormulaOf(At(u"P 1", u"S1", u"User.Twice")), "5");
   At(u"P 1", u"S1", u"Width")->SetFormula(u"4.75");
   EXPECT_EQ(FormulaOf(At(u"P 1", u"S1", u"User.Step")), "5");
   EXPECT_NE(Refusal([&] { drawing_->Move(Find(u"P 1", u"S1"), 7, 7); }).find("GUARD"),

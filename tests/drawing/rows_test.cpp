@@ -64,6 +64,12 @@ TEST_F(RowsTest, ReferencesFollowTheirRowWhenOneBeforeItGoes) {
        "Pages[Page-1]!Label!Scratch.Y19-Pages[Page-1]!Label!Scratch.X9", "30"},
       {u"Page-2", u"Far", u"IF(Pages[Page-1]!Label!Scratch.X5>4,1,2)", "IF(REF()>4,1,2)", "#REF!"},
       {u"Page-1", u"Label", u"Scratch.X6+Scratch.X4", "Scratch.X5+Scratch.X4", "10"},
+      {u"Page-2", u"Far",
+       u"LEN(\"it's X6\")+'Far'!PinX+Pages['Page-1']!'Label'!Scratch.Row_6.X+"
+       u"Pages[Page-1]!Label!Scratch.X[6]",
+       "LEN(\"it's X6\")+'Far'!PinX+Pages['Page-1']!'Label'!Scratch.Row_5.X+"
+       "Pages[Page-1]!Label!Scratch.X[5]",
+       "19"},
   };
   std::vector<CellRef> cells;
   for (size_t i = 0; i < std::size(kCells); ++i) {

@@ -1,5 +1,6 @@
 #include <regex>
 
+#include "platform/embedded/drawing/formula.h"
 #include "tests/drawing/fixture.h"
 
 namespace ohmwise::testing {
@@ -58,6 +59,114 @@ TEST_F(StructureTest, FormulasFollowARenamedPage) {
   EXPECT_EQ(At(u"One", u"Looking", u"PinX")->ResultNumber(), 6);
 }
 
+/// Formulas of one drawing under the names of a page and a shape, made at random from a seed.
+class NamedFormulas {
+ public:
+  NamedFormulas(uint32_t seed, std::string page, std::string shape)
+      : seed_(seed), page_(std::move(page)), shape_(std::move(shape)) {}
+
+  static constexpr int kCount = 12;
+
+  void Build(ModelBuilder& build) {
+    auto& page = build.Page(page_);
+    build.Page("Elsewhere");
+    build.Set(page.sheet, "PageWidth", "1");
+    build.User(build.Shape(page.contents, 1, shape_), "X", "1");
+    build.User(build.Shape(page.contents, 2, "Motor 5\" pipe"), "X", "1");
+    for (auto& model : build.model.pages) {
+      auto& sheet = build.Shape(model->contents, 3, "Looking");
+      for (int i = 0; i < kCount; ++i) {
+        build.User(sheet, "F" + std::to_string(i), "0", Formula(model.get() == &page));
+      }
+    }
+  }
+
+ private:
+  uint32_t Random(uint32_t bound) {
+    seed_ = seed_ * 1664525u + 1013904223u;
+    return (seed_ >> 8) % bound;
+  }
+  /// Brackets need no quotes around a name, but what is in it may.
+  std::string PageName() {
+    const bool bare = Random(2) == 0;
+    return bare && page_.find_first_of("]['!\"") == std::string::npos ? page_
+                                                                      : embedded::QuoteName(page_);
+  }
+  std::string Piece(bool here) {
+    const std::string page = "Pages[" + PageName() + "]!";
+    switch (Random(here ? 9 : 6)) {
+      case 0:
+        return page + embedded::QuoteName(shape_) + "!User.X";
+      case 1:
+        return page + "Sheet.1!User.X";
+      case 2:
+        return page + "ThePage!PageWidth";
+      case 3:
+        return "IF(" + page + "PageWidth>2," + Piece(here) + ",\"Pages[\"\"]!'\")";
+      case 4:
+        return "MAX(" + Piece(here) + " , " + page + "'Motor 5\" pipe'!User.X)";
+      case 5:
+        return "LEN(" + embedded::QuoteText("Pages[One]!" + std::to_string(Random(100))) + ")";
+      case 6:
+        return embedded::QuoteName(shape_) + "!User.X";
+      case 7:
+        return "'Motor 5\" pipe'!User.X";
+      default:
+        return "(Sheet.2!User.X*" + embedded::QuoteName(shape_) + "!User.X)";
+    }
+  }
+  std::string Formula(bool here) {
+    std::string formula = Piece(here);
+    for (uint32_t more = Random(4); more > 0; --more)
+      formula += (more % 2 ? "+" : "&") + Piece(here);
+    return formula;
+  }
+
+  uint32_t seed_;
+  std::string page_, shape_;
+};
+
+TEST_F(StructureTest, RenamedDrawingsComputeAsThoseWrittenWithTheNewNames) {
+  const char* const kNames[] = {"One",      "P [1]", "it's",      "a!b",
+                                "5\" pipe", " x ",   "Übersicht", "Row 1 Rack 2",
+                                "Sheet.7",  "IF",    "[x]",       "动态.22"};
+  for (uint32_t seed = 0; seed < 60; ++seed) {
+    const auto name = [&](uint32_t step) { return kNames[(seed * 5 + step) % std::size(kNames)]; };
+    ModelBuilder renamed, written;
+    NamedFormulas(seed, name(0), name(3)).Build(renamed);
+    NamedFormulas(seed, name(7), name(4)).Build(written);
+    {
+      embedded::Drawing drawing(renamed.model);
+      drawing.Rename(drawing.FindShape(FromUtf8(name(0)), FromUtf8(name(3))), FromUtf8(name(4)));
+      drawing.document()->Pages()->Item(FromUtf8(name(0)))->SetName(FromUtf8(name(7)));
+    }
+    embedded::Drawing a(renamed.model), b(written.model);
+    const std::u16string page = FromUtf8(name(7));
+    for (embedded::Drawing* drawing : {&a, &b}) {
+      for (const auto& [shape, cell] : {std::pair{u"Sheet.1", u"User.X"},
+                                        {u"Motor 5\" pipe", u"User.X"},
+                                        {u"", u"PageWidth"}}) {
+        drawing->FindShape(page, shape)
+            ->Cells(cell)
+            ->SetFormula(FromUtf8(std::to_string(seed + 2)));
+      }
+    }
+    for (const std::u16string& at : {page, std::u16string(u"Elsewhere")}) {
+      for (int i = 0; i < NamedFormulas::kCount; ++i) {
+        const std::u16string cell = u"User.F" + FromUtf8(std::to_string(i));
+        const CellRef left = a.FindShape(at, u"Looking")->Cells(cell);
+        const CellRef right = b.FindShape(at, u"Looking")->Cells(cell);
+        ASSERT_EQ(Text(left), Text(right)) << FormulaOf(left) << " for " << FormulaOf(right);
+        ASSERT_EQ(Text(left).find("#REF!"), std::string::npos) << FormulaOf(left);
+      }
+    }
+  }
+  build.Shape(build.model.pages[1]->contents, 9, "Taken");
+  Open();
+  EXPECT_NE(Refusal([&] { drawing_->Rename(Find(u"One", u"Looking"), u""); }), "");
+  EXPECT_NE(Refusal([&] { drawing_->Rename(Find(u"One", u"Looking"), u"taken"); }), "");
+}
+
 TEST_F(StructureTest, PagesComeAndGo) {
   const PageRef two = drawing_->document()->Pages()->Item(u"Two");
   const ShapeRef away = Find(u"Two", u"Away");
@@ -82,6 +191,8 @@ TEST_F(StructureTest, ShapesGoWithTheirGroup) {
   build.User(build.Shape(contents, 21, "Inner", &group), "X", "1");
   build.User(*contents.shapes[0], "Inner", "1",
              "IF(Sheet.21!User.X>0,Inner!User.X,Looking!User.X)");
+  build.User(*contents.shapes[0], "Cut", "1",
+             "'Inner'!User.X&\"'Inner'!User.X\"&Pages['One']!'Inner'!User.X&Sheet.21!NAME( 1 )");
   Open();
   const ShapeRef inner = Find(u"One", u"Inner");
   EXPECT_EQ(ToUtf8(inner->ParentShape()->Name()), "Group");
@@ -90,6 +201,7 @@ TEST_F(StructureTest, ShapesGoWithTheirGroup) {
   EXPECT_NE(Refusal([&] { inner->Name(); }), "");
   EXPECT_EQ(Text(At(u"One", u"Looking", u"User.Inner")), "#REF!");
   EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.Inner")), "IF(REF()>0,REF(),Looking!User.X)");
+  EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.Cut")), "REF()&\"'Inner'!User.X\"&REF()&REF()");
   EXPECT_EQ(drawing_->document()->Pages()->Item(u"One")->Shapes()->Count(), 1);
   EXPECT_TRUE(group.erased);
 }

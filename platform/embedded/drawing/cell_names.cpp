@@ -417,21 +417,22 @@ constexpr ObjectCellInfo kObjectCells[] = {
 };
 
 /// Trailing digits of a name ("X12" → 12), 0 when there are none; cuts them off.
-uint32_t CutNumber(std::string_view& name) {
+uint32_t CutNumber(std::string_view& name, std::string_view* digits = nullptr) {
   size_t begin = name.size();
   while (begin > 0 && name[begin - 1] >= '0' && name[begin - 1] <= '9') --begin;
   uint32_t number = 0;
   const auto result = std::from_chars(name.data() + begin, name.data() + name.size(), number);
   if (begin == name.size() || result.ec != std::errc()) return 0;
+  if (digits != nullptr) *digits = name.substr(begin);
   name = name.substr(0, begin);
   return number;
 }
 
 /// n of "Row_n", 0 for any other name.
-uint32_t RowOrdinal(std::string_view name) {
+uint32_t RowOrdinal(std::string_view name, std::string_view* digits) {
   if (name.size() < 5 || !SameName(name.substr(0, 4), "Row_")) return 0;
   std::string_view rest = name.substr(4);
-  const uint32_t number = CutNumber(rest);
+  const uint32_t number = CutNumber(rest, digits);
   return rest.empty() ? number : 0;
 }
 
@@ -561,7 +562,8 @@ std::optional<uint16_t> FindColumn(const SectionInfo& info, std::string_view nam
   return std::nullopt;
 }
 
-std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name) {
+std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name,
+                                      std::string_view* digits) {
   if (name.empty()) return std::nullopt;
   CellSpec spec;
   const size_t dot = name.find('.');
@@ -594,7 +596,7 @@ std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name) {
     if (!SameName(prefix, "Geometry") || number == 0 || number > 230) return std::nullopt;
     info = FindSection(section::kFirstGeometry);
     spec.section = static_cast<uint16_t>(section::kFirstGeometry + static_cast<int>(number) - 1);
-    const uint32_t ordinal = CutNumber(rest);
+    const uint32_t ordinal = CutNumber(rest, digits);
     const auto column = FindColumn(*info, rest);
     if (!column || (*column >= kFirstComponentColumn) != (ordinal == 0)) return std::nullopt;
     spec.column = *column;
@@ -604,7 +606,7 @@ std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name) {
   }
   spec.section = static_cast<uint16_t>(info->number);
   const auto set_row = [&](std::string_view row) {
-    spec.ordinal = RowOrdinal(row);
+    spec.ordinal = RowOrdinal(row, digits);
     spec.row = spec.ordinal != 0 ? CellSpec::Row::kNamedOrOrdinal : CellSpec::Row::kNamed;
     spec.row_name = names.Intern(row);
   };
@@ -613,7 +615,7 @@ std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name) {
     const size_t open = rest.find('[');
     if (open == std::string_view::npos) return std::nullopt;
     std::string_view number = rest.substr(open + 1, rest.size() - open - 2);
-    spec.ordinal = CutNumber(number);
+    spec.ordinal = CutNumber(number, digits);
     const auto column = FindColumn(*info, rest.substr(0, open));
     if (!number.empty() || spec.ordinal == 0 || !column) return std::nullopt;
     spec.column = *column;
@@ -638,7 +640,7 @@ std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name) {
   }
   if (info->style == RowStyle::kIndexed || info->style == RowStyle::kMixed) {
     std::string_view column_name = rest;
-    const uint32_t ordinal = CutNumber(column_name);
+    const uint32_t ordinal = CutNumber(column_name, digits);
     const auto column = FindColumn(*info, column_name);
     if (column && ordinal != 0) {
       spec.column = *column;

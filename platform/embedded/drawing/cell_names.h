@@ -108,8 +108,10 @@ std::optional<uint16_t> ObjectColumn(int16_t row, int16_t column) noexcept;
 /// Rows of the object section that a sheet of a kind has.
 bool ObjectRowApplies(int16_t row, SheetKind kind, bool one_d) noexcept;
 
-/// Takes a universal cell name apart; nullopt when it cannot name a cell.
-std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name);
+/// Takes a universal cell name apart; nullopt when it cannot name a cell. `digits` becomes the part
+/// of the name that is its row number, where it has one.
+std::optional<CellSpec> ParseCellName(NameTable& names, std::string_view name,
+                                      std::string_view* digits = nullptr);
 /// Column of a section by its name in file or formula.
 std::optional<uint16_t> FindColumn(const SectionInfo& info, std::string_view name) noexcept;
 /// Name of the column in the file; `abcd` takes the second name of connection columns.

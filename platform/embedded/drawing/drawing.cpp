@@ -78,6 +78,10 @@ std::vector<RepeatedId> Drawing::SeparateUniqueIds() { return live_->SeparateUni
 
 void Drawing::Move(const ShapeRef& shape, double x, double y) { live_->Move(Stored(shape), x, y); }
 
+void Drawing::Rename(const ShapeRef& shape, std::u16string_view name) {
+  live_->RenameShape(Stored(shape), ToUtf8(name));
+}
+
 PageRef Drawing::AddPage(std::u16string_view name, bool background) {
   return live_->MakePage(live_->AddPage(ToUtf8(name), background));
 }

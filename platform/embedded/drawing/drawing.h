@@ -78,6 +78,10 @@ class Drawing {
   /// Cells keep their units.
   void Move(const ShapeRef& shape, double x, double y);
 
+  /// Renames a shape; formulas that refer to it by name do so by the new one. Raises a host error
+  /// for a name that another shape of the page or master has.
+  void Rename(const ShapeRef& shape, std::u16string_view name);
+
   /// Makes a page at the end of its kind (foreground, background).
   PageRef AddPage(std::u16string_view name, bool background);
   /// Drops an instance of a master with its pin at a place, in inches; sub-shapes included.

@@ -16,27 +16,6 @@ std::string_view Trimmed(std::string_view text) {
   return text;
 }
 
-/// True for one literal: what is saved as a bare value. "1+2" is a formula although it is constant.
-bool IsLiteral(std::string_view text, const FormulaValue& value) {
-  switch (value.kind) {
-    case FormulaValue::Kind::kText:
-      return QuoteText(value.text) == text;
-    case FormulaValue::Kind::kBoolean:
-      return SameName(text, "TRUE") || SameName(text, "FALSE");
-    case FormulaValue::Kind::kNumber:
-      for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (std::string_view("()*/^&<>=,!").find(c) != std::string_view::npos) return false;
-        if ((c == '+' || c == '-') && i > 0 && text[i - 1] != 'e' && text[i - 1] != 'E') {
-          return false;
-        }
-      }
-      return true;
-    default:
-      return false;
-  }
-}
-
 /// A number with its unit in all its digits: what is shown is rounded, a formula must not be.
 std::string MeasureText(const FormulaValue& value) {
   std::string shown = value.ToText();
@@ -75,43 +54,16 @@ bool Redirects(const CellAddress& address) {
 
 /// The second argument of an outermost SETATREF with the value set in place of SETATREFEXPR; ""
 /// when there is none.
-std::string SetExpression(std::string_view formula, std::string_view value) {
-  const auto skip = [&](size_t at, std::string_view stops) {
-    for (int depth = 0; at < formula.size(); ++at) {
-      const char c = formula[at];
-      if (c == '"' || c == '\'') {
-        at = formula.find(c, at + 1);
-        if (at == std::string_view::npos) return formula.size();
-      } else if (depth == 0 && stops.find(c) != std::string_view::npos) {
-        return at;
-      } else if (c == '(' || c == '[') {
-        ++depth;
-      } else if (c == ')' || c == ']') {
-        --depth;
-      }
-    }
-    return formula.size();
-  };
-  const size_t comma = skip(formula.find('(') + 1, ",)");
-  if (comma >= formula.size() || formula[comma] != ',') return {};
-  const size_t end = skip(comma + 1, ",)");
-  const std::string_view expression = Trimmed(formula.substr(comma + 1, end - comma - 1));
-  std::string out;
-  for (size_t i = 0; i < expression.size();) {
-    constexpr std::string_view kGiven = "SETATREFEXPR(";
-    constexpr std::string_view kComputed = "SETATREFEVAL(";
-    if (SameName(expression.substr(i, kGiven.size()), kGiven)) {
-      out += "(" + std::string(value) + ")";
-      const size_t close = expression.find(')', i);
-      i = close == std::string_view::npos ? expression.size() : close + 1;
-    } else if (SameName(expression.substr(i, kComputed.size()), kComputed)) {
-      out += '(';
-      i += kComputed.size();
-    } else {
-      out += expression[i++];
-    }
+std::string SetExpression(std::string_view formula, const std::string& value) {
+  const FormulaPlaces places = Formula::Locate(formula);
+  if (places.calls.empty() || places.calls.front().arguments.size() < 2) return {};
+  std::vector<Replacement> replacements;
+  for (const FormulaPlaces::Call& call : places.calls) {
+    const std::string_view name = call.name.In(formula);
+    if (EqualAscii(name, "SETATREFEXPR")) replacements.push_back({call.whole, "(" + value + ")"});
+    if (EqualAscii(name, "SETATREFEVAL")) replacements.push_back({call.name, ""});
   }
-  return out;
+  return Rewritten(formula, places.calls.front().arguments[1], std::move(replacements));
 }
 
 /// Row type of the file for a row tag; "" where sections have one type only.
@@ -377,27 +329,10 @@ void LiveDocument::SetFormula(LiveSheet& source, const CellAddress& asked, std::
   if (compiled == nullptr) {
     const ObjectCellInfo* info = address.IsObject() ? FindObjectCell(address.column) : nullptr;
     constant = info != nullptr && info->unit != "STR" ? FormulaValue::Number(0) : FormulaValue();
-  } else if (compiled->formula->constant()) {
-    Node scratch;
-    scratch.sheet = &live;
-    scratch.formula = compiled;
-    class Nothing final : public EvaluationContext {
-     public:
-      FormulaValue CellValue(const Formula&, size_t) override { return {}; }
-      std::string PageName() override { return {}; }
-      int PageNumber() override { return 0; }
-      int PageCount() override { return 0; }
-      std::optional<FormulaValue> Property(std::string_view,
-                                           const std::vector<FormulaValue>&) override {
-        return std::nullopt;
-      }
-    } nothing;
-    FormulaValue value = compiled->formula->Evaluate(nothing);
-    if (IsLiteral(text, value)) {
-      constant = std::move(value);
-      typed_[index] = model_.arena.Keep(text);
-      typed = true;
-    }
+  } else if (compiled->formula->literal()) {
+    constant = EvaluateText(live, *live.sheet, text);
+    typed_[index] = model_.arena.Keep(text);
+    typed = true;
   }
   if (!typed) typed_.erase(index);
   if (constant) {

@@ -39,7 +39,6 @@ struct CompiledFormula {
   FormulaSyntaxError error;
   std::vector<std::optional<CellSpec>> cells;  ///< beside Formula::references()
   bool crosses = false;                        ///< refers to another sheet
-  bool parent_point = false;  ///< PAR: follows the transform of the shape it refers to
 
   bool evaluable() const noexcept { return formula && formula->evaluable(); }
 };
@@ -299,6 +298,7 @@ class LiveDocument {
   void DeleteShape(Sheet& sheet);
   void DeletePage(PageModel& page);
   void RenamePage(PageModel& page, std::string_view name);
+  void RenameShape(Sheet& sheet, std::string_view name);
   PageModel& AddPage(std::string_view name, bool background);
   Sheet& Drop(PageModel& page, MasterModel& master, double x, double y);
   void Glue(Sheet& from, std::string_view from_cell, Sheet& to, int connection_row);
@@ -378,6 +378,11 @@ class LiveDocument {
   /// Puts REF() in place of references to sheets about to go; returns the cells that had some.
   std::vector<uint32_t> CutReferences(const std::vector<Sheet*>& going);
   std::string WithoutReferences(const Node& node, const std::unordered_set<const Sheet*>& going);
+  /// Writes a name anew wherever formulas hold it: at the place that `place` gives for a reference
+  /// of a sheet's formula, null for those that mean something else.
+  void RewriteNames(
+      std::string_view name,
+      const std::function<const TextPlace*(Sheet&, const FormulaPlaces::CellPlace&)>& place);
   /// What formulas say about a row that goes and the rows behind it: REF() and one number less.
   /// Gives the cells whose formulas changed; they are taken up when the row has gone.
   std::vector<uint32_t> RenumberReferences(LiveSheet& live, uint16_t section, size_t position);

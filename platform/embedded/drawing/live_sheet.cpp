@@ -517,14 +517,11 @@ std::string LiveDocument::FieldText(LiveSheet& live, uint32_t row) {
   format.column = 2;
   const FormulaValue result = Value(NodeOf(live, value));
   const ResolvedCell picture = Resolve(live, format);
-  const std::string_view text = picture.value != nullptr ? picture.value->value : "";
-  const std::string_view source = picture.formula != nullptr ? picture.formula->formula : "";
-  int number = 0;
-  if (SameName(source.substr(0, 13), "FIELDPICTURE(") && source.ends_with(")") &&
-      std::from_chars(source.data() + 13, source.data() + source.size() - 1, number).ec ==
-          std::errc()) {
-    return FormatFieldPicture(result, number);
+  if (picture.formula != nullptr) {
+    const auto computed = EvaluateText(live, *picture.formula_sheet, picture.formula->formula);
+    if (computed) return FormatWithPicture(result, computed->ToText());
   }
+  const std::string_view text = picture.value != nullptr ? picture.value->value : "";
   if (text.empty() || text == "esc(0)" || text == "0") return result.ToText();
   return FormatWithPicture(result, text);
 }

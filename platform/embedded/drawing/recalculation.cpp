@@ -199,7 +199,6 @@ const CompiledFormula& LiveDocument::Compile(std::string_view text) {
       if (spec && spec->ordinal != 0) counted_sections_.insert(spec->section);
       if (reference.scope != Reference::Scope::kSelf) compiled->crosses = true;
     }
-    compiled->parent_point = ContainsNoCase(text, "PAR(");
   }
   // Texts of stored cells live as long as the model; others are kept.
   return *formulas_.emplace(model_.arena.Keep(text), std::move(compiled)).first->second;
@@ -440,7 +439,7 @@ void LiveDocument::ResolveReferences(Node& node) {
     node.references[i] = NodeOf(target_live, *address);
     if (target != live.sheet) other = target;
   }
-  if (compiled.parent_point && other != nullptr && other->kind == SheetKind::kShape) {
+  if (compiled.formula->parent_point() && other != nullptr && other->kind == SheetKind::kShape) {
     for (Sheet* at = other; at != nullptr && at != live.sheet->parent; at = at->parent) {
       LiveSheet& at_live = Live(*at);
       for (const std::string_view name : kTransformCells) {

@@ -24,83 +24,6 @@ std::string NewGuid() {
   return guid;
 }
 
-bool IsNameByte(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-         c == '.' || (static_cast<unsigned char>(c) & 0x80) != 0;
-}
-
-/// End of a text constant or quoted name that begins at `at`.
-size_t QuoteEnd(std::string_view text, size_t at) {
-  const char quote = text[at];
-  for (++at; at < text.size(); ++at) {
-    if (text[at] != quote) continue;
-    if (at + 1 >= text.size() || text[at + 1] != quote) return at + 1;
-    ++at;
-  }
-  return text.size();
-}
-
-/// End of a word that may be a reference: names, quoted names, "[…]" and "!" in a row.
-size_t WordEnd(std::string_view text, size_t at) {
-  while (at < text.size()) {
-    if (IsNameByte(text[at]) || text[at] == '!') {
-      ++at;
-    } else if (text[at] == '\'') {
-      at = QuoteEnd(text, at);
-    } else if (text[at] == '[') {
-      while (at < text.size() && text[at] != ']') {
-        at = text[at] == '\'' ? QuoteEnd(text, at) : at + 1;
-      }
-      at = std::min(at + 1, text.size());
-    } else {
-      break;
-    }
-  }
-  return at;
-}
-
-/// Replaces the page name inside every "Pages[name]" outside text constants; false when none.
-bool RenameInFormula(std::string_view formula, std::string_view from, std::string_view to,
-                     std::string& out) {
-  bool found = false;
-  out.clear();
-  size_t i = 0;
-  while (i < formula.size()) {
-    if (formula[i] == '"') {
-      size_t end = i + 1;
-      while (end < formula.size() && formula[end] != '"') ++end;
-      end = std::min(end + 1, formula.size());
-      out += formula.substr(i, end - i);
-      i = end;
-      continue;
-    }
-    if (SameName(formula.substr(i, 6), "Pages[")) {
-      size_t at = i + 6;
-      std::string name;
-      if (at < formula.size() && formula[at] == '\'') {
-        for (++at; at < formula.size(); ++at) {
-          if (formula[at] == '\'') {
-            if (at + 1 >= formula.size() || formula[at + 1] != '\'') break;
-            ++at;
-          }
-          name += formula[at];
-        }
-        ++at;
-      } else {
-        while (at < formula.size() && formula[at] != ']') name += formula[at++];
-      }
-      if (at < formula.size() && formula[at] == ']' && SameName(name, from)) {
-        out += "Pages[" + QuoteName(to) + "]";
-        found = true;
-        i = at + 1;
-        continue;
-      }
-    }
-    out += formula[i++];
-  }
-  return found;
-}
-
 template <class Visit>
 void ForEachFormulaCell(Sheet& sheet, const Visit& visit) {
   for (StoredCell& cell : sheet.cells) visit(cell);
@@ -155,29 +78,13 @@ std::vector<RepeatedId> LiveDocument::SeparateUniqueIds() {
 std::string LiveDocument::WithoutReferences(const Node& node,
                                             const std::unordered_set<const Sheet*>& going) {
   const std::string_view text = Resolve(*node.sheet, node.address).formula->formula;
-  std::string out;
-  for (size_t i = 0; i < text.size();) {
-    size_t end = i + 1;
-    if (text[i] == '"') {
-      end = QuoteEnd(text, i);
-    } else if (IsNameByte(text[i]) || text[i] == '\'') {
-      end = std::max(WordEnd(text, i), i + 1);
-      const std::string_view word = text.substr(i, end - i);
-      const CompiledFormula* compiled =
-          word.find('!') == std::string_view::npos ? nullptr : &Compile(word);
-      if (compiled != nullptr && compiled->formula && compiled->cells.size() == 1) {
-        const Reference& reference = compiled->formula->references()[0];
-        if (going.contains(Target(*node.sheet, *node.formula_sheet, reference))) {
-          out += "REF()";
-          i = end;
-          continue;
-        }
-      }
+  std::vector<Replacement> replacements;
+  for (const auto& place : Formula::Locate(text).references) {
+    if (going.contains(Target(*node.sheet, *node.formula_sheet, place.reference))) {
+      replacements.push_back({place.whole, "REF()"});
     }
-    out += text.substr(i, end - i);
-    i = end;
   }
-  return out;
+  return Rewritten(text, {0, text.size()}, std::move(replacements));
 }
 
 std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& going) {
@@ -213,48 +120,25 @@ std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& goi
 std::string LiveDocument::WithoutRow(LiveSheet& live, LiveSheet& from, std::string_view text,
                                      uint16_t section, size_t position) {
   const size_t gone = position + 1;  // formulas count from 1
-  std::string out;
-  for (size_t i = 0; i < text.size();) {
-    size_t end = i + 1;
-    if (text[i] == '"') {
-      end = QuoteEnd(text, i);
-    } else if (IsNameByte(text[i]) || text[i] == '\'') {
-      end = std::max(WordEnd(text, i), i + 1);
-    }
-    const std::string_view word = text.substr(i, end - i);
-    i = end;
-    const size_t sign = text[end - word.size()] == '"' ? std::string_view::npos : word.rfind('!');
-    const std::string_view cell = word.substr(sign == std::string_view::npos ? 0 : sign + 1);
-    const auto spec = cell.size() > 2 && cell.find('.') != std::string_view::npos
-                          ? ParseCellName(names_, cell)
-                          : std::nullopt;
+  std::vector<Replacement> replacements;
+  for (const auto& place : Formula::Locate(text).references) {
+    if (place.section.empty()) continue;
+    std::string_view digits;
+    const TextPlace name{place.section.begin, place.cell.end};
+    const auto spec = ParseCellName(names_, name.In(text), &digits);
     const bool counted = spec && spec->section == section && spec->ordinal >= gone &&
                          (spec->row == CellSpec::Row::kOrdinal ||
                           (spec->row == CellSpec::Row::kNamedOrOrdinal &&
                            !Rows(live, section).Find(CellAddress::kNamedRow | spec->row_name)));
-    Sheet* target = from.sheet;
-    if (counted && sign != std::string_view::npos) {
-      const CompiledFormula& reference = Compile(word);
-      target = reference.formula && reference.cells.size() == 1
-                   ? Target(from, *from.sheet, reference.formula->references()[0])
-                   : nullptr;
+    if (!counted || Target(from, *from.sheet, place.reference) != live.sheet) continue;
+    if (spec->ordinal == gone) {
+      replacements.push_back({place.whole, "REF()"});
+      continue;
     }
-    if (!counted || target != live.sheet) {
-      out += word;
-    } else if (spec->ordinal == gone) {
-      out += "REF()";
-    } else {
-      // The last digits, but for "Row_3.X" whose column may end in digits, too.
-      const size_t row =
-          spec->row == CellSpec::Row::kNamedOrOrdinal ? word.rfind('.') : word.size();
-      const size_t last = word.find_last_of("0123456789", row);
-      const size_t first = word.find_last_not_of("0123456789", last) + 1;
-      out += word.substr(0, first);
-      out += std::to_string(spec->ordinal - 1);
-      out += word.substr(last + 1);
-    }
+    const auto begin = static_cast<size_t>(digits.data() - text.data());
+    replacements.push_back({{begin, begin + digits.size()}, std::to_string(spec->ordinal - 1)});
   }
-  return out;
+  return Rewritten(text, {0, text.size()}, std::move(replacements));
 }
 
 std::vector<uint32_t> LiveDocument::RenumberReferences(LiveSheet& live, uint16_t section,
@@ -519,30 +403,61 @@ void LiveDocument::RenamePage(PageModel& page, std::string_view name) {
       Raise(Err::kHost, u"There is a page named \"" + FromUtf8(name) + u"\" already.");
     }
   }
-  const std::string old(page.name.empty() ? page.name_u : page.name);
-  const std::string old_u(page.name_u);
-  if (old == name) return;
+  if ((page.name.empty() ? page.name_u : page.name) == name) return;
   const std::vector<uint32_t> dependents = PageDependents();
-  page.name = model_.arena.Keep(name);
+  RewriteNames(name, [&](Sheet&, const FormulaPlaces::CellPlace& place) {
+    const bool page_named = place.reference.scope >= Reference::Scope::kPage &&
+                            place.reference.scope <= Reference::Scope::kPageShape;
+    return page_named && FindPageByName(place.reference.page) == &page ? &place.page : nullptr;
+  });
   // Formulas use universal names; a page made with one name keeps one name.
-  page.name_u = page.name;
+  page.name = page.name_u = model_.arena.Keep(name);
   page.attributes_changed = true;
+  Propagate({}, dependents);
+}
+
+void LiveDocument::RenameShape(Sheet& sheet, std::string_view name) {
+  if (sheet.kind != SheetKind::kShape) Raise(Err::kHost, u"Only shapes have names of their own.");
+  if (name.empty()) Raise(Err::kHost, u"A shape needs a name.");
+  Contents& contents = *sheet.contents;
+  const Sheet* other = FindByName(contents, name, true);
+  if (other != nullptr && other != &sheet) {
+    Raise(Err::kHost, u"There is a shape named \"" + FromUtf8(name) + u"\" already.");
+  }
+  BuildIndex();
+  RewriteNames(name, [&](Sheet& from, const FormulaPlaces::CellPlace& place) {
+    const bool meant =
+        !place.reference.shape.empty() && Target(Live(from), from, place.reference) == &sheet;
+    return meant ? &place.shape : nullptr;
+  });
+  sheet.name = sheet.name_u = model_.arena.Keep(name);
+  sheet.attributes_changed = true;
+  contents.changed = true;
+  ForgetLists(&contents);
+}
+
+void LiveDocument::RewriteNames(
+    std::string_view name,
+    const std::function<const TextPlace*(Sheet&, const FormulaPlaces::CellPlace&)>& place) {
+  const std::string quoted = QuoteName(name);
   ForEachSheet([&](Sheet& sheet) {
-    std::string text;
     ForEachFormulaCell(sheet, [&](StoredCell& cell) {
-      if (cell.formula_state != FormulaState::kOwn || cell.formula.size() < 8) return;
-      if (cell.formula.find('[') == std::string_view::npos) return;
-      std::string twice;
-      if (!RenameInFormula(cell.formula, old, name, text)) {
-        if (old_u.empty() || !RenameInFormula(cell.formula, old_u, name, text)) return;
+      if (cell.formula_state != FormulaState::kOwn) return;
+      if (cell.formula.find('!') == std::string_view::npos) return;
+      std::vector<Replacement> replacements;
+      const FormulaPlaces places = Formula::Locate(cell.formula);
+      for (const auto& reference : places.references) {
+        const TextPlace* at = place(sheet, reference);
+        if (at != nullptr) replacements.push_back({*at, quoted});
       }
-      cell.formula = model_.arena.Keep(text);
+      if (replacements.empty()) return;
+      cell.formula = model_.arena.Keep(
+          Rewritten(cell.formula, {0, cell.formula.size()}, std::move(replacements)));
       cell.changed = true;
       Mark(sheet);
-      // The compiled formula of a node names the old page, but what it refers to is resolved.
+      // The compiled formula of a node has the old name, but what it refers to is resolved.
     });
   });
-  Propagate({}, dependents);
 }
 
 PageModel& LiveDocument::AddPage(std::string_view name, bool background) {
