@@ -393,7 +393,7 @@ void Export(const ExportOptions& options) {
   try {
     count = WriteArticles(options, table);
   } catch (const Interrupted&) {
-    std::cerr << "ohmwise: interrupted; no file was written.\n";
+    Complain("interrupted; no file was written.");
     Interrupt::Die();
   }
   if (options.json) {

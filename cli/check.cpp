@@ -52,8 +52,6 @@ const char16_t* Word(FindingLevel level) {
   return level == FindingLevel::kError ? u"error" : u"warning";
 }
 
-void Complain(const std::string& sentence) { std::cerr << "ohmwise: " << sentence << '\n'; }
-
 /// The catalogue named, else the one of the user's options, else that of the library's folder.
 std::optional<Catalogue> FindCatalogue(const std::string& named) {
   std::u16string location;
@@ -76,7 +74,7 @@ Outcome CheckOne(const std::string& drawing, const Catalogue* catalogue) {
     outcome.checked = CheckDrawing(add_in, catalogue);
     outcome.passed_over = add_in.FailureList(u"the rest was checked");
   } catch (const std::exception& error) {
-    outcome.failure = error.what();
+    outcome.failure = SentenceOf(error);
   }
   return outcome;
 }
@@ -186,8 +184,7 @@ int Check(const CheckOptions& options) {
   }
   if (has_parts && !catalogue) {
     std::cout.flush();
-    std::cerr << "No catalogue was found, so component numbers were not checked; --catalogue names "
-                 "one.\n";
+    Tell("No catalogue was found, so component numbers were not checked; --catalogue names one.");
   }
   if (has_failed) return kFailed;
   const size_t counted = options.fail_on == "never"   ? 0
@@ -201,7 +198,7 @@ void Run(const CheckOptions& options) {
   try {
     code = Check(options);
   } catch (const std::exception& error) {
-    Complain(error.what());
+    Complain(SentenceOf(error));
   }
   if (!std::cout.flush()) throw Exit{kFailed, "the output could not be written."};
   if (code != 0) throw Exit{code, ""};

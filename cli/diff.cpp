@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -218,10 +217,8 @@ void Run(const DiffOptions& options) {
   bool is_same = false;
   try {
     is_same = Compare(options);
-  } catch (const std::bad_alloc&) {
-    throw Exit{kTrouble, "there is not enough memory."};
   } catch (const std::exception& error) {
-    throw Exit{kTrouble, error.what()};
+    throw Exit{kTrouble, SentenceOf(error)};
   }
   if (!is_same) throw Exit{kDifferent, ""};
 }

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "base/printable.h"
 #include "base/text.h"
 #include "cli/addin.h"
 
@@ -64,46 +65,30 @@ std::string JsonWriter::Take() {
 }
 
 void JsonWriter::Quote(std::u16string_view text) {
-  std::u16string valid(text);
-  for (size_t i = 0; i < valid.size(); ++i) {
-    if (valid[i] < 0xD800 || valid[i] > 0xDFFF) continue;
-    const bool pair = valid[i] <= 0xDBFF && i + 1 < valid.size() && valid[i + 1] >= 0xDC00 &&
-                      valid[i + 1] <= 0xDFFF;
-    if (pair) {
-      ++i;
+  std::u16string quoted;
+  quoted.reserve(text.size() + 2);
+  quoted += u'"';
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if (unit == u'"' || unit == u'\\') {
+      quoted += {u'\\', unit};
+    } else if (unit == u'\n' || unit == u'\r' || unit == u'\t') {
+      quoted += {u'\\', unit == u'\n' ? u'n' : unit == u'\r' ? u'r' : u't'};
+    } else if (SteersTerminal(unit)) {  // the same text to a program, harmless on a terminal
+      constexpr const char16_t* kHex = u"0123456789abcdef";
+      quoted += u"\\u";
+      for (const int shift : {12, 8, 4, 0}) quoted += kHex[unit >> shift & 0xF];
+    } else if (unit < 0xD800 || unit > 0xDFFF) {
+      quoted += unit;
+    } else if (unit <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+               text[i + 1] <= 0xDFFF) {
+      quoted += text.substr(i++, 2);
     } else {
-      valid[i] = u'\uFFFD';
+      quoted += u'\uFFFD';
     }
   }
-  out_ += '"';
-  for (const char unit : ToUtf8(valid)) {
-    switch (unit) {
-      case '"':
-      case '\\':
-        out_ += '\\';
-        out_ += unit;
-        break;
-      case '\n':
-        out_ += "\\n";
-        break;
-      case '\r':
-        out_ += "\\r";
-        break;
-      case '\t':
-        out_ += "\\t";
-        break;
-      default:
-        if (static_cast<unsigned char>(unit) < 0x20) {
-          constexpr const char* kHex = "0123456789abcdef";
-          out_ += "\\u00";
-          out_ += kHex[static_cast<unsigned char>(unit) >> 4];
-          out_ += kHex[unit & 0xF];
-        } else {
-          out_ += unit;
-        }
-    }
-  }
-  out_ += '"';
+  quoted += u'"';
+  out_ += ToUtf8(quoted);
 }
 
 void WriteChanges(JsonWriter& json, const std::vector<CellChange>& changes,

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <iterator>
+#include <new>
 
+#include "base/printable.h"
 #include "base/text.h"
 #include "cli/terminal.h"
 
@@ -113,23 +116,24 @@ void Printer::Table(const std::vector<std::string>& titles,
   for (const auto& row : rows) line(row, Style::kStrong, Style::kPlain);
 }
 
-std::string Shown(std::u16string_view text) {
-  std::u16string line;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char16_t unit = text[i];
-    const bool high = unit >= 0xD800 && unit <= 0xDBFF;
-    if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-      line += unit;
-      line += text[++i];
-    } else if (unit == u'\n' || unit == u'\r' || unit == u'\t' || unit == 0x2028) {
-      line += u' ';
-    } else if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || (unit >= 0xD800 && unit <= 0xDFFF)) {
-      line += u'\uFFFD';
-    } else {
-      line += unit;
-    }
+std::string Shown(std::u16string_view text) { return ToUtf8(Printable(text)); }
+
+void Tell(std::string_view text) {
+  for (size_t end = 0; end != text.npos;) {
+    end = text.find('\n');
+    std::cerr << Shown(FromUtf8(text.substr(0, end))) << '\n';
+    if (end != text.npos) text.remove_prefix(end + 1);
   }
-  return ToUtf8(line);
+}
+
+void Complain(std::string_view sentence) { Tell("ohmwise: " + std::string(sentence)); }
+
+std::string SentenceOf(const std::exception& error) {
+  if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return "there is not enough memory.";
+  if (const auto* const file = dynamic_cast<const std::filesystem::filesystem_error*>(&error)) {
+    return "\"" + file->path1().string() + "\": " + file->code().message() + ".";
+  }
+  return error.what();
 }
 
 size_t DisplayWidth(std::string_view utf8) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,9 +24,14 @@ class Printer {
   bool coloured_ = false;
 };
 
-/// UTF-8 that fits into one line of a terminal: line ends become blanks, other control characters
-/// U+FFFD.
+/// UTF-8 of what a terminal shows on one line and does not obey.
 std::string Shown(std::u16string_view text);
+/// Lines on standard error, each shown likewise: standard output may be the result.
+void Tell(std::string_view text);
+/// The same about what went wrong, with the program's name in front.
+void Complain(std::string_view sentence);
+/// What went wrong in words for a person, also where a library or the memory failed.
+std::string SentenceOf(const std::exception& error);
 /// Columns that a terminal needs for UTF-8 text.
 size_t DisplayWidth(std::string_view utf8);
 /// "1 shape", "2 shapes".

@@ -444,7 +444,7 @@ void Run(const RenumberOptions& options) {
       Print(options, done.drawing, done.plan, done.messages, done.written);
     }
   } catch (const Interrupted&) {
-    std::cerr << "ohmwise: interrupted; nothing was written.\n";
+    Complain("interrupted; nothing was written.");
     Interrupt::Die();
   }
 }

@@ -72,9 +72,6 @@ std::string CheckOutput(const std::string& path) {
   return path == "-" ? "" : "\"" + path + "\" ends neither in .xlsx, .csv nor .json";
 }
 
-/// Sentences for a person, on standard error: standard output may be the report.
-void Tell(const std::string& sentence) { std::cerr << sentence << '\n'; }
-
 /// What a person should know of a drawing, said once the status text is gone.
 void NoteChanges(const std::string& drawing, size_t count, bool saved,
                  std::vector<std::string>& notes) {
@@ -164,11 +161,11 @@ void Run(const ReportOptions& options) {
                              " in " + Shown(FromUtf8(target.path));
     WriteReport(std::move(table), names, target.format, target.path);
     for (const std::string& note : notes) Tell(note);
-    for (const std::u16string& remark : remarks) Tell(Shown(remark));
+    for (const std::u16string& remark : remarks) Tell(ToUtf8(remark));
     if (target.path != "-") Printer().Line(done);
   } catch (const Interrupted&) {
     for (const std::string& note : notes) Tell(note);
-    Tell("ohmwise: interrupted; no report was written.");
+    Complain("interrupted; no report was written.");
     Interrupt::Die();
   } catch (...) {
     if (options.save) {  // drawings before the one that failed are saved

@@ -16,6 +16,7 @@ TEST(OutputTest, WidthCountsColumnsNotBytes) {
 
 TEST(OutputTest, TextOfADrawingCannotSteerTheTerminal) {
   EXPECT_EQ(Shown(u"a\nb\tc\u2028d"), "a b c d");
+  EXPECT_EQ(Shown(u"K1\u202E1M\u2066x\u2029y"), "K1\uFFFD1M\uFFFDx y");
   EXPECT_EQ(Shown(u"\x1b[2Jx\x7f\u009by"), "\uFFFD[2Jx\uFFFD\uFFFDy");
   EXPECT_EQ(Shown(u"\xD83D\xDD0C"), "\U0001F50C");
   EXPECT_EQ(Shown(std::u16string(1, char16_t{0xD83D})), "\uFFFD");

@@ -23,7 +23,8 @@ TEST(TerminalTest, WritesBoxesAsIndentedLinesWithoutControlCharacters) {
       {u"", u"T", MessageIcon::kNone, "T: \n"},
       {u"\x1b]0;evil\a\x9b"
        u"2J\t",
-       u"é\xD800", MessageIcon::kNone, "é\uFFFD:  ]0;evil  2J \n"},
+       u"é\xD800", MessageIcon::kNone, "é\uFFFD: \uFFFD]0;evil\uFFFD\uFFFD2J \n"},
+      {u"K1\u202E1M", u"", MessageIcon::kNone, "K1\uFFFD1M\n"},
   };
   for (const auto& row : rows) EXPECT_EQ(MessageLines(row.text, row.title, row.icon), row.lines);
 }

@@ -1,5 +1,6 @@
 #include "platform/embedded/forms/terminal_forms.h"
 
+#include "base/printable.h"
 #include "base/text.h"
 #include "platform/embedded/forms/terminal.h"
 
@@ -22,24 +23,8 @@ std::string_view IconWord(MessageIcon icon) {
   return "";
 }
 
-bool IsControl(char16_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); }
 bool IsHigh(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool IsLow(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
-
-// Without what a terminal would obey or choke on: control characters, halves of surrogate pairs.
-std::u16string Printable(std::u16string_view text) {
-  std::u16string result;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1])) {
-      result += text.substr(i++, 2);
-    } else if (IsHigh(text[i]) || IsLow(text[i])) {
-      result += u'\uFFFD';
-    } else {
-      result += IsControl(text[i]) ? u' ' : text[i];
-    }
-  }
-  return result;
-}
 
 // Columns of a text, counted high: everything from the first wide block on as two.
 size_t Columns(char16_t c) {
