@@ -9,6 +9,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/arguments.h"
 #include "cli/catalogue.h"
 #include "cli/check_rules.h"
 #include "cli/command.h"
@@ -221,9 +222,7 @@ void AddCheckCommand(CLI::App& app, Action& action) {
       ->type_name("LEVEL")
       ->check(CLI::Validator(
           [](const std::string& level) {
-            return level == "error" || level == "warning" || level == "never"
-                       ? std::string()
-                       : "\"" + level + "\" is neither error, warning nor never";
+            return CheckOneOf(level, {"error", "warning", "never"});
           },
           ""));
   command

@@ -1,16 +1,17 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
-#include <new>
 
+#include "cli/arguments.h"
 #include "cli/command.h"
+#include "cli/output.h"
 
 namespace {
 
 constexpr int kFailure = 1;
 
 int Fail(const std::string& sentence) {
-  std::cerr << "ohmwise: " << sentence << '\n';
+  ohmwise::cli::Complain(sentence);
   return kFailure;
 }
 
@@ -21,9 +22,6 @@ int Run(int argc, char** argv) {
   app.name("ohmwise");
   app.set_version_flag("--version", "ohmwise " OHMWISE_VERSION);
   app.require_subcommand(1, 1);
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "ohmwise: " + std::string(error.what()) + "\nohmwise --help tells more.\n";
-  });
   ohmwise::cli::Action action;
   ohmwise::cli::AddIndexCommand(app, action);
   ohmwise::cli::AddCellCommand(app, action);
@@ -38,11 +36,7 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddCheckCommand(app, action);
   ohmwise::cli::AddDiffCommand(app, action);
   ohmwise::cli::AddRenumberCommand(app, action);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : ohmwise::cli::kWrongUsage;
-  }
+  if (const auto code = ohmwise::cli::ParseArguments(app, argc, argv)) return *code;
   action();
   if (!std::cout.flush()) return Fail("the output could not be written.");
   return 0;
@@ -56,9 +50,7 @@ int main(int argc, char** argv) {
   } catch (const ohmwise::cli::Exit& exit) {
     if (!exit.sentence.empty()) Fail(exit.sentence);
     return exit.code;
-  } catch (const std::bad_alloc&) {
-    return Fail("there is not enough memory.");
   } catch (const std::exception& error) {
-    return Fail(error.what());
+    return Fail(ohmwise::cli::SentenceOf(error));
   }
 }

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "cli/addin.h"
+#include "cli/arguments.h"
 #include "cli/cell_report.h"
 #include "cli/command.h"
 #include "cli/json.h"
@@ -92,7 +93,11 @@ void AddPageCommand(CLI::App& app, Action& action) {
   options->AddTo(*command);
   command->add_option("ACTION", options->verb, "list, delete NAME or rename OLD NEW")
       ->required()
-      ->check(CLI::IsMember({"list", "delete", "rename"}))
+      ->check(CLI::Validator(
+          [](const std::string& verb) {
+            return CheckOneOf(verb, {"list", "delete", "rename"});
+          },
+          ""))
       ->type_name("");
   CLI::Option* const name =
       command->add_option("NAME", options->name, "Name of the page")->type_name("");

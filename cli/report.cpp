@@ -8,6 +8,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/arguments.h"
 #include "cli/catalogue.h"
 #include "cli/command.h"
 #include "cli/interrupt.h"
@@ -187,11 +188,7 @@ void AddReportCommand(CLI::App& app, Action& action) {
       ->type_name("")
       ->check(CLI::Validator(
           [](const std::string& kind) {
-            for (const char* known :
-                 {"bom", "references", "wires", "terminals", "cables", "pages"}) {
-              if (kind == known) return std::string();
-            }
-            return "\"" + kind + "\" is no kind of report";
+            return CheckOneOf(kind, {"bom", "references", "wires", "terminals", "cables", "pages"});
           },
           ""));
   command->add_option("DRAWING", options->drawings, "The drawings; several give one report")

@@ -310,7 +310,7 @@ TEST_F(ReportTest, RefusesInOneSentence) {
     const char* words;
   } rows[] = {
       {{"bom"}, 2, "DRAWING"},
-      {{"bill", drawing()}, 2, "no kind of report"},
+      {{"bill", drawing()}, 2, "\"bill\" is none of bom, references"},
       {{"bom", drawing(), "-o", Path("a.ods")}, 2, "ends neither in .xlsx, .csv nor .json"},
       {{"bom", Path("none.vsdx"), "-o", kept}, 1, "does not exist"},
       {{"bom", drawing(), Path("none.vsdx"), "-o", kept}, 1, "does not exist"},
