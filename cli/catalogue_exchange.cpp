@@ -320,6 +320,7 @@ void Import(const ImportOptions& options) {
 struct ExportOptions : CatalogueOptions {
   std::string file;
   bool cables = false;
+  bool csv_raw = false;
 };
 
 TextTable TableOf(clsLDB& db, const ArticleTable& table) {
@@ -381,7 +382,9 @@ size_t WriteArticles(const ExportOptions& options, const ArticleTable& table) {
   if (EndsWith(options.file, u".xlsx")) {
     WriteWorkbook(text, table, options.file);
   } else {
-    embedded::ReplaceFile(options.file, embedded::WriteSeparatedValues(text));
+    const auto form =
+        options.csv_raw ? embedded::FormulaLike::kAsItIs : embedded::FormulaLike::kAsText;
+    embedded::ReplaceFile(options.file, embedded::WriteSeparatedValues(text, form));
   }
   return text.rows.size() - 1;
 }
@@ -452,6 +455,7 @@ void AddCatalogueExchange(CLI::App& group, Action& action) {
       ->check(CLI::Validator(CheckExportName, ""))
       ->type_name("");
   export_command->add_flag("--cables", out->cables, "The cables instead of the components");
+  export_command->add_flag("--csv-raw", out->csv_raw, kCsvRawHelp);
   out->AddTo(*export_command);
   export_command->callback([out, &action] { action = [out] { Export(*out); }; });
 }

@@ -29,6 +29,11 @@ struct Exit {
   std::string sentence;
 };
 
+/// What --csv-raw does, wherever a .csv can be written.
+inline constexpr const char* kCsvRawHelp =
+    "For programs: write texts such as =A1-K1 into a .csv as they are, not\n"
+    "in the form =\"…\" that spreadsheets show as text";
+
 /// The exit code of what cannot be asked for like that.
 inline constexpr int kWrongUsage = 2;
 

@@ -27,6 +27,7 @@ struct ReportOptions {
   std::string output;
   std::string catalogue;
   bool json = false;
+  bool csv_raw = false;
   bool save = false;
 };
 
@@ -42,10 +43,11 @@ bool SameFile(const std::string& a, const std::string& b) {
 }
 
 Target TargetOf(const ReportOptions& options) {
+  const ReportFormat csv = options.csv_raw ? ReportFormat::kRawCsv : ReportFormat::kCsv;
   if (options.json && options.output.empty()) return {ReportFormat::kJson, "-"};
   if (options.output == "-") {
     if (options.json) return {ReportFormat::kJson, "-"};
-    return {OutputIsTerminal() ? ReportFormat::kTable : ReportFormat::kCsv, "-"};
+    return {OutputIsTerminal() ? ReportFormat::kTable : csv, "-"};
   }
   if (options.output.empty()) {
     const std::string stem = options.drawings.size() == 1
@@ -60,7 +62,7 @@ Target TargetOf(const ReportOptions& options) {
     return target;
   }
   const std::u16string name = FoldCase(FromUtf8(options.output));
-  if (name.ends_with(FoldCase(u".csv"))) return {ReportFormat::kCsv, options.output};
+  if (name.ends_with(FoldCase(u".csv"))) return {csv, options.output};
   if (name.ends_with(FoldCase(u".json"))) return {ReportFormat::kJson, options.output};
   return {ReportFormat::kXlsx, options.output};
 }
@@ -201,6 +203,7 @@ void AddReportCommand(CLI::App& app, Action& action) {
       ->type_name("FILE")
       ->check(CLI::Validator(CheckOutput, ""));
   command->add_flag("--json", options->json, "Print one JSON object instead");
+  command->add_flag("--csv-raw", options->csv_raw, kCsvRawHelp);
   command
       ->add_option("--catalogue", options->catalogue,
                    "Catalogue that knows the parts by number (bom)")

@@ -58,7 +58,7 @@ std::unique_ptr<Report> MakeBillOfMaterials(bool with_drawing, Catalogue catalog
 /// `kind`: references, wires, terminals, cables or pages.
 std::unique_ptr<Report> MakeListReport(std::string_view kind, bool with_drawing);
 
-enum class ReportFormat { kXlsx, kCsv, kJson, kTable };
+enum class ReportFormat { kXlsx, kCsv, kRawCsv, kJson, kTable };
 /// Writes the table to a file in one step, or to standard output for "-". Raises host errors; an
 /// existing file stands then.
 void WriteReport(ReportTable table, const std::vector<std::u16string>& drawings,

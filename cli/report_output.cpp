@@ -14,6 +14,7 @@
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/embedded/spreadsheet/program.h"
+#include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/host.h"
 
 namespace ohmwise::cli {
@@ -150,23 +151,14 @@ class WorkbookReport {
 
 // ---- Text forms ----
 
-std::string CsvField(std::u16string_view text) {
-  std::string field = ToUtf8(text);
-  if (field.find_first_of(",\"\r\n") == std::string::npos) return field;
-  std::string quoted = "\"";
-  for (const char character : field) {
-    if (character == '"') quoted += '"';
-    quoted += character;
-  }
-  return quoted + '"';
-}
-
-std::string AsCsv(const ReportTable& table) {
+std::string AsCsv(const ReportTable& table, embedded::FormulaLike form) {
   std::string out;
   const auto add = [&](const auto& cells, const auto& text_of) {
     for (size_t i = 0; i < cells.size(); ++i) {
       if (i > 0) out += ',';
-      out += CsvField(text_of(cells[i]));
+      const std::u16string& text = text_of(cells[i]);
+      const bool is_number = IsNumber(table.columns[i]) && IsNumericText(text);
+      out += embedded::SeparatedValue(text, is_number ? embedded::FormulaLike::kAsItIs : form);
     }
     out += "\r\n";
   };
@@ -234,7 +226,10 @@ void WriteReport(ReportTable table, const std::vector<std::u16string>& drawings,
     return;
   }
   const bool is_json = format == ReportFormat::kJson;
-  const std::string text = is_json ? AsJson(table, drawings) : AsCsv(table);
+  const std::string text =
+      is_json ? AsJson(table, drawings)
+              : AsCsv(table, format == ReportFormat::kRawCsv ? embedded::FormulaLike::kAsItIs
+                                                             : embedded::FormulaLike::kAsText);
   if (path == "-") {
     std::cout << text;
     return;

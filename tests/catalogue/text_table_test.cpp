@@ -46,6 +46,7 @@ TEST(SeparatedValuesTest, ReadsWhatProgramsWrite) {
       {"a,\"b \"\"q\"\"\r\nc\"\nd,e\n", {u"1: a|b \"q\"\r\nc", u"3: d|e"}},
       {"a,5\" pipe,\n\n,\n", {u"1: a|5\" pipe", u"2: ", u"3: "}},
       {"a,\"\"", {u"1: a"}},
+      {"=\"007\",=\"a\"b,\"=\"\"x\"\"&\"\"y\"\"\",=\"z", {u"1: 007|=\"a\"b|xy|=\"z"}},
   };
   for (const auto& row : rows) EXPECT_EQ(Shown(ParseSeparatedValues(row.bytes)), row.rows);
   const struct {
@@ -72,9 +73,15 @@ TEST(SeparatedValuesTest, WritesWhatItReads) {
   TextTable table;
   table.rows.push_back({1, {u"a,b", u"c;d", u"\"", u" e ", u"line\r\nend", u"", u"Höhe", u"\t"}});
   table.rows.push_back({3, {u"", u""}});
-  const std::string bytes = WriteSeparatedValues(table);
+  table.rows.push_back({4, {u"=A1-K1", u"+5", u"-K1", u"@x", u"\t=1", u"=\"a\"&\"b\"", u"a=b"}});
+  table.rows.push_back({5, {u"=" + Text(600, u'"'), u"-"}});
+  const std::string bytes = WriteSeparatedValues(table, FormulaLike::kAsText);
   EXPECT_EQ(Shown(ParseSeparatedValues(bytes)), Shown(table));
   EXPECT_TRUE(bytes.starts_with("\xEF\xBB\xBF\"a,b\",\"c;d\",\"\"\"\",")) << bytes;
+  for (const char* cell : {"\"=\"\"=A1-K1\"\"\",", "\"=\"\"+5\"\"\",", ",a=b\r\n"}) {
+    EXPECT_NE(bytes.find(cell), std::string::npos) << cell;
+  }
+  EXPECT_EQ(SeparatedValue(u"=A1", FormulaLike::kAsItIs), "=A1");
 }
 
 class TextTableFileTest : public ::ohmwise::testing::CatalogueTest {

@@ -71,6 +71,40 @@ char16_t SeparatorOf(std::u16string_view text) {
                                          counts.begin())];
 }
 
+// Spreadsheet programs take no longer text within a formula.
+constexpr size_t kLongestLiteral = 255;
+
+/// A formula whose value is the text: `="a"`, in pieces `="a"&"b"` when it is long.
+std::u16string AsFormula(std::u16string_view text) {
+  std::u16string formula;
+  do {
+    formula += formula.empty() ? u"=\"" : u"&\"";
+    formula += ReplaceAll(text.substr(0, kLongestLiteral), u"\"", u"\"\"") + u"\"";
+    text.remove_prefix(std::min(text.size(), kLongestLiteral));
+  } while (!text.empty());
+  return formula;
+}
+
+/// The text of such a formula; any other cell as it is.
+std::u16string WithoutFormula(std::u16string cell) {
+  if (!cell.starts_with(u"=\"")) return cell;
+  std::u16string text;
+  for (size_t at = 2; at < cell.size(); ++at) {
+    if (cell[at] != u'"') {
+      text += cell[at];
+    } else if (at + 1 == cell.size()) {
+      return text;
+    } else if (cell[at + 1] == u'"') {
+      text += cell[at++];
+    } else if (cell.compare(at + 1, 2, u"&\"") == 0) {
+      at += 2;
+    } else {
+      break;
+    }
+  }
+  return cell;
+}
+
 [[noreturn]] void Refuse(size_t line, std::u16string_view what) {
   Raise(Err::kHost, u"Line " + DecimalText(static_cast<double>(line)) + u" of the table " +
                         std::u16string(what) + u".");
@@ -88,7 +122,7 @@ class Parser {
       row.line = line_;
       for (size_t column = 0;; ++column) {
         if (column == kLastSheetColumn) Refuse(row.line, u"has more than 16384 fields");
-        std::u16string cell = text_.substr(at_, 1) == u"\"" ? Quoted() : Plain();
+        std::u16string cell = WithoutFormula(text_.substr(at_, 1) == u"\"" ? Quoted() : Plain());
         if (!cell.empty()) row.Put(column, std::move(cell));
         if (at_ >= text_.size() || text_[at_] != separator_) break;
         ++at_;
@@ -158,16 +192,24 @@ TextTable ParseSeparatedValues(std::string_view bytes) {
   return table;
 }
 
-std::string WriteSeparatedValues(const TextTable& table) {
+std::string SeparatedValue(std::u16string_view cell, FormulaLike form) {
+  constexpr std::u16string_view kSigns = u"=+-@\t";
+  const bool guarded =
+      form == FormulaLike::kAsText && !cell.empty() && kSigns.find(cell.front()) != kSigns.npos;
+  const std::u16string text = guarded ? AsFormula(cell) : std::u16string(cell);
+  // A cell of nothing but blanks, or with blanks around, is one that readers like to trim; one that
+  // begins like a line of the separator would be taken for it.
+  const bool plain = text.find_first_of(u",;\t\"\r\n") == text.npos && !text.starts_with(u' ') &&
+                     !text.ends_with(u' ') && !EqualNoCase(text.substr(0, 4), u"sep=");
+  return ToUtf8(plain ? text : u"\"" + ReplaceAll(text, u"\"", u"\"\"") + u"\"");
+}
+
+std::string WriteSeparatedValues(const TextTable& table, FormulaLike form) {
   std::string out(kMark);
   for (const TextTable::Row& row : table.rows) {
     for (size_t i = 0; i < row.cells.size(); ++i) {
       if (i > 0) out += ',';
-      const std::u16string& cell = row.cells[i];
-      // A cell of nothing but blanks, or with blanks around, is one that readers like to trim.
-      const bool plain = cell.find_first_of(u",;\t\"\r\n") == cell.npos &&
-                         !cell.starts_with(u' ') && !cell.ends_with(u' ');
-      out += plain ? ToUtf8(cell) : ToUtf8(u"\"" + ReplaceAll(cell, u"\"", u"\"\"") + u"\"");
+      out += SeparatedValue(row.cells[i], form);
     }
     out += "\r\n";
   }
