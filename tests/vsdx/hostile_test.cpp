@@ -213,10 +213,10 @@ TEST(HostileTest, WhatIsNoPackageIsNamed) {
   const std::string whole = MakeZip(SmallDrawing(kPage));
   const std::pair<std::string, const char*> table[] = {
       {"", "the file is empty"},
-      {"hello", "not a drawing package"},
+      {"hello", "this is a text file, not a drawing package"},
       {"<?xml version='1.0'?>\n<VisioDocument xmlns='urn'>", "2003"},
       {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "binary or encrypted"},
-      {whole.substr(0, whole.size() / 2), "directory"},
+      {whole.substr(0, whole.size() / 2), "it is cut off"},
       {whole.substr(whole.size() / 2), "directory"},
   };
   for (const auto& [bytes, fragment] : table) {

@@ -7,6 +7,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
+#include "platform/embedded/files/file_kind.h"
 #include "platform/embedded/spreadsheet/address.h"
 #include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/embedded/vsdx/package.h"
@@ -21,7 +22,9 @@ class Workbook {
   explicit Workbook(const std::string& path)
       : package_(ReadWholeFile(path, kFileLimit), path, PackageLimits{}) {
     part_ = Related("", "officeDocument");
-    if (part_.empty()) RaisePackage(path, "", "this is no workbook.");
+    if (part_.empty()) {
+      RaisePackage(path, "", "this is " + DescribeFile(package_.bytes()) + ", no workbook.");
+    }
     for (const Relationship& related : package_.Relationships(part_)) {
       if (related.type == "sharedStrings") ReadTexts(package_.Find(related.target));
     }
@@ -162,10 +165,8 @@ std::vector<TextTable> ReadTextTables(const std::string& path) {
     bytes.shrink_to_fit();
     return ReadXlsx(path);
   }
-  if (bytes.starts_with("\xD0\xCF\x11\xE0")) {
-    RaisePackage(path, "",
-                 "this is a workbook of the old binary format, or one with a password; save it as "
-                 ".xlsx or .csv first.");
+  if (const std::string kind = DescribeFile(bytes); !kind.empty() && kind != "a text file") {
+    RaisePackage(path, "", "this is " + kind + "; a table is a .csv or an .xlsx file.");
   }
   std::vector<TextTable> tables;
   try {

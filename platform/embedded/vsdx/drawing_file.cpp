@@ -11,6 +11,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "platform/embedded/files/atomic_file.h"
+#include "platform/embedded/files/file_kind.h"
 #include "platform/embedded/vsdx/new_drawing.h"
 #include "platform/embedded/vsdx/package.h"
 #include "platform/embedded/vsdx/part_reader.h"
@@ -107,9 +108,11 @@ class PackageFile final : public DrawingFile, private ContentsLoader {
     CheckRelationships("", way, done);
     document_ = TargetOfType("", "document");
     if (document_.empty()) {
-      RaisePackage(
-          package_.file(), "",
-          "the package is no drawing: the main part (relationship \"document\") is missing.");
+      const std::string kind = DescribeFile(package_.bytes());
+      RaisePackage(package_.file(), "",
+                   kind.ends_with("(.vsdx)")
+                       ? "the main part of the drawing (relationship \"document\") is missing."
+                       : "this is " + kind + ", no drawing.");
     }
     if (package_.Find(document_).empty()) {
       RaisePackage(package_.file(), document_, "the main part of the drawing is missing.");

@@ -10,6 +10,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "platform/embedded/files/file_kind.h"
 #include "platform/embedded/vsdx/part_encoding.h"
 #include "platform/embedded/vsdx/xml_text.h"
 
@@ -57,7 +58,32 @@ std::string Mebibytes(uint64_t bytes) {
   return bytes >> 20 != 0 ? std::to_string(bytes >> 20) + " MiB" : std::to_string(bytes) + " bytes";
 }
 
-std::string Utf8Safe(const char* text) { return text == nullptr ? "" : text; }
+/// What the library found, in words for a person.
+std::string Why(zip_error_t& error) {
+  switch (zip_error_code_zip(&error)) {
+    case ZIP_ER_NOZIP:
+      return "it is cut off, the directory at its end is missing";
+    case ZIP_ER_INCONS:
+      return "its directory contradicts itself";
+    case ZIP_ER_CRC:
+      return "its checksum is another";
+    case ZIP_ER_COMPNOTSUPP:
+      return "it is compressed in a way that is not known here";
+    case ZIP_ER_MEMORY:
+      throw std::bad_alloc();
+    default:
+      return "its bytes make no sense";
+  }
+}
+
+[[noreturn]] void RefuseKind(const std::string& file, std::string_view bytes) {
+  const std::string kind = DescribeFile(bytes);
+  if (kind.empty()) RaisePackage(file, "", "the file is not a drawing package (.vsdx).");
+  const bool older = kind.ends_with("(.vsd)") || kind.ends_with("(.vdx)");
+  RaisePackage(file, "",
+               "this is " + kind + ", not a drawing package (.vsdx)" +
+                   (older ? "; save it as .vsdx in the drawing program first." : "."));
+}
 
 }  // namespace
 
@@ -87,19 +113,6 @@ Package::Package(std::string bytes, std::string file, const PackageLimits& limit
       archive_(std::make_unique<Archive>()) {
   // An empty file counts as an empty archive to the library.
   if (bytes_.empty()) RaisePackage(file_, "", "the file is empty.");
-  if (!std::string_view(bytes_).starts_with("PK")) {
-    const std::string_view head = std::string_view(bytes_).substr(0, 4096);
-    if (head.find("<VisioDocument") != std::string_view::npos) {
-      RaisePackage(file_, "",
-                   "this is a flat XML drawing of the 2003 format, not a package; save it as .vsdx "
-                   "in the drawing program first.");
-    }
-    if (head.starts_with("\xD0\xCF\x11\xE0")) {
-      RaisePackage(file_, "",
-                   "this is a binary or encrypted drawing, not a package; save it as .vsdx in the "
-                   "drawing program first.");
-    }
-  }
   zip_error_t error;
   zip_error_init(&error);
   zip_source_t* source = zip_source_buffer_create(bytes_.data(), bytes_.size(), 0, &error);
@@ -108,12 +121,11 @@ Package::Package(std::string bytes, std::string file, const PackageLimits& limit
     if (archive_->zip == nullptr) zip_source_free(source);
   }
   if (archive_->zip == nullptr) {
-    const bool not_zip = zip_error_code_zip(&error) == ZIP_ER_NOZIP;
-    const std::string why = zip_error_strerror(&error);
+    const bool is_none = zip_error_code_zip(&error) == ZIP_ER_NOZIP && !bytes_.starts_with("PK");
+    const std::string why = Why(error);
     zip_error_fini(&error);
-    RaisePackage(file_, "",
-                 not_zip ? "the file is not a drawing package (no zip directory found)."
-                         : "the directory of the package is broken (" + why + ").");
+    if (is_none) RefuseKind(file_, bytes_);
+    RaisePackage(file_, "", "the package is broken: " + why + ".");
   }
   zip_error_fini(&error);
 
@@ -180,8 +192,7 @@ std::vector<char> Package::Read(const std::string& part) {
   zip_file_t* file = zip_fopen_index(archive_->zip, entry.index, 0);
   if (file == nullptr) {
     RaisePackage(file_, part,
-                 "the part cannot be read (" +
-                     Utf8Safe(zip_error_strerror(zip_get_error(archive_->zip))) + ").");
+                 "the part cannot be read: " + Why(*zip_get_error(archive_->zip)) + ".");
   }
   struct Closer {
     ~Closer() { zip_fclose(file); }
@@ -194,9 +205,7 @@ std::vector<char> Package::Read(const std::string& part) {
   for (;;) {
     const zip_int64_t got = zip_fread(file, out.data() + used, out.size() - used);
     if (got < 0) {
-      RaisePackage(
-          file_, part,
-          "the part is damaged (" + Utf8Safe(zip_error_strerror(zip_file_get_error(file))) + ").");
+      RaisePackage(file_, part, "the part is damaged: " + Why(*zip_file_get_error(file)) + ".");
     }
     if (got == 0) break;
     used += static_cast<size_t>(got);
@@ -287,22 +296,21 @@ std::string Package::Rebuild(const std::map<std::string, std::string>& replaced,
   // An open archive has taken the source; what it becomes is read from it afterwards.
   if (zip != nullptr) zip_source_keep(source);
   std::string result;
-  const auto fail = [&](const char* text) {
-    const std::string why = Utf8Safe(text);
+  const auto fail = [&](const std::string& why) {
     if (zip != nullptr) zip_discard(zip);
     if (source != nullptr) zip_source_free(source);
     zip_error_fini(&error);
-    RaisePackage(file_, "", "the package cannot be put together (" + why + ").");
+    RaisePackage(file_, "", "the package cannot be put together: " + why + ".");
   };
-  if (zip == nullptr) fail(zip_error_strerror(&error));
+  if (zip == nullptr) fail(Why(error));
   for (const std::string& name : removed) {
     const auto found = entries_.find(name);
     if (found != entries_.end() && zip_delete(zip, found->second.index) != 0)
-      fail(zip_strerror(zip));
+      fail(Why(*zip_get_error(zip)));
   }
   for (const auto& [name, contents] : replaced) {
     zip_source_t* data = zip_source_buffer(zip, contents.data(), contents.size(), 0);
-    if (data == nullptr) fail(zip_strerror(zip));
+    if (data == nullptr) fail(Why(*zip_get_error(zip)));
     const auto found = entries_.find(name);
     zip_int64_t index = -1;
     if (found != entries_.end()) {
@@ -313,7 +321,7 @@ std::string Package::Rebuild(const std::map<std::string, std::string>& replaced,
     }
     if (index < 0) {
       zip_source_free(data);
-      fail(zip_strerror(zip));
+      fail(Why(*zip_get_error(zip)));
     }
     const auto at = static_cast<zip_uint64_t>(index);
     constexpr zip_uint16_t kFirstDosDay =
@@ -321,19 +329,19 @@ std::string Package::Rebuild(const std::map<std::string, std::string>& replaced,
     constexpr zip_uint32_t kLevel = 3;  // most of the gain of deflate, a third of its time
     if (zip_file_set_dostime(zip, at, 0, kFirstDosDay, 0) != 0 ||
         zip_set_file_compression(zip, at, ZIP_CM_DEFLATE, kLevel) != 0) {
-      fail(zip_strerror(zip));
+      fail(Why(*zip_get_error(zip)));
     }
   }
-  if (zip_close(zip) != 0) fail(zip_strerror(zip));
+  if (zip_close(zip) != 0) fail(Why(*zip_get_error(zip)));
   zip = nullptr;
   zip_stat_t stat;
   if (zip_source_stat(source, &stat) != 0 || zip_source_open(source) != 0) {
-    fail(zip_error_strerror(zip_source_error(source)));
+    fail(Why(*zip_source_error(source)));
   }
   result.resize(static_cast<size_t>(stat.size));
   const zip_int64_t got = zip_source_read(source, result.data(), result.size());
   zip_source_close(source);
-  if (got != static_cast<zip_int64_t>(result.size())) fail("short read");
+  if (got != static_cast<zip_int64_t>(result.size())) fail("its end is missing");
   zip_source_free(source);
   zip_error_fini(&error);
   return result;
