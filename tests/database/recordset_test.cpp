@@ -223,7 +223,7 @@ TEST_F(RecordsetTest, NamesTheFileThatCannotBeOpened) {
   } rows[] = {
       {folder_ / "none.mdb", u"none.mdb\" does not exist."},
       {folder_, u"is not a file."},
-      {text, u"text.mdb\" is not a database."},
+      {text, u"text.mdb\" is a text file and no database."},
       {jet, u"jet.mdb\" is in the Jet format and cannot be read; it is damaged"},
       {empty, u"empty.mdb\" is empty"},
       {":memory:", u":memory:\" does not exist."},

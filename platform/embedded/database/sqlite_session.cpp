@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <random>
@@ -14,6 +15,7 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
+#include "platform/embedded/files/file_kind.h"
 
 namespace ohmwise::embedded {
 namespace {
@@ -34,6 +36,22 @@ void CheckFile(const std::filesystem::path& path, const std::u16string& name) {
   if (!file) FailFile(name, u"cannot be read.");
   if (file.peek() == std::ifstream::traits_type::eof())
     FailFile(name, u"is empty and no database.");
+}
+
+/// A path as it stands in a URI.
+std::string EscapedPath(const std::string& path) {
+  constexpr const char* kHex = "0123456789ABCDEF";
+  std::string escaped;
+  for (const char c : path) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool plain = (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z';
+    if (plain || c == '/' || (c >= '0' && c <= '9')) {
+      escaped += c;
+    } else {
+      escaped += {'%', kHex[byte >> 4], kHex[byte & 0xF]};
+    }
+  }
+  return escaped;
 }
 
 // Both texts up to the first place that is no ASCII go byte by byte: sorting lives from it.
@@ -156,11 +174,33 @@ SqliteSession::SqliteSession(const std::filesystem::path& path,
   // An absolute name can be none of the engine's special ones (":memory:", "file:…").
   const std::string full =
       mode == Mode::kMemory ? ":memory:" : std::filesystem::absolute(path).string();
-  sqlite3* handle = nullptr;
   // Objects stay on the thread that made them, so the engine need not lock at every call.
-  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX |
-                    (mode == Mode::kExisting ? 0 : SQLITE_OPEN_CREATE);
-  const int code = sqlite3_open_v2(full.c_str(), &handle, flags, nullptr);
+  Open(full, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX |
+                 (mode == Mode::kExisting ? 0 : SQLITE_OPEN_CREATE));
+  // Opening reads nothing yet; this does.
+  constexpr const char* kRead = "PRAGMA schema_version";
+  int read = sqlite3_exec(handle_.get(), kRead, nullptr, nullptr, nullptr);
+  if ((read & 0xFF) == SQLITE_READONLY || (read & 0xFF) == SQLITE_CANTOPEN) {
+    // The engine wants to make files beside it. Where it may not, nobody of this user writes
+    // either, and without a journal of another user everything stands in the file itself.
+    std::error_code none;
+    const auto journal = std::filesystem::file_size(full + "-wal", none);
+    if (!none && journal > 0) {
+      FailFile(name_,
+               u"has changes of another program beside it, which cannot be read where the folder "
+               u"may not be written.");
+    }
+    Open("file:" + EscapedPath(full) + "?immutable=1",
+         SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX);
+    read = sqlite3_exec(handle_.get(), kRead, nullptr, nullptr, nullptr);
+  }
+  if (read != SQLITE_OK) Fail(read);
+  Run("PRAGMA synchronous = FULL");  // what was acknowledged outlives a power cut
+}
+
+void SqliteSession::Open(const std::string& name, int flags) {
+  sqlite3* handle = nullptr;
+  const int code = sqlite3_open_v2(name.c_str(), &handle, flags, nullptr);
   handle_.reset(handle);
   if (code != SQLITE_OK) Fail(code);
   sqlite3_extended_result_codes(handle, 1);
@@ -174,14 +214,6 @@ SqliteSession::SqliteSession(const std::filesystem::path& path,
   const int pure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_DIRECTONLY;
   sqlite3_create_function(handle, kFoldFunction, 1, pure, nullptr, Fold, nullptr, nullptr);
   sqlite3_create_function(handle, kNumberFunction, 1, pure, nullptr, Number, nullptr, nullptr);
-  // Opening reads nothing yet; this does. What was acknowledged outlives a power cut.
-  const int read = sqlite3_exec(handle, "PRAGMA schema_version", nullptr, nullptr, nullptr);
-  if ((read & 0xFF) == SQLITE_READONLY || (read & 0xFF) == SQLITE_CANTOPEN) {
-    FailFile(name_,
-             u"can only be read where files can be made beside it: the folder may not be written.");
-  }
-  if (read != SQLITE_OK) Fail(read);
-  Run("PRAGMA synchronous = FULL");
 }
 
 SqliteSession::~SqliteSession() = default;
@@ -203,8 +235,12 @@ void SqliteSession::Fail(int code) const {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       FailFile(name_, u"is in use by another program.");
-    case SQLITE_NOTADB:
-      FailFile(name_, u"is not a database.");
+    case SQLITE_NOTADB: {
+      std::ifstream file(PathFromText(name_), std::ios::binary);
+      const std::string kind = DescribeFile(std::string(std::istreambuf_iterator<char>(file), {}));
+      FailFile(name_, kind.empty() ? u"is not a database."
+                                   : u"is " + FromUtf8(kind) + u" and no database.");
+    }
     case SQLITE_CORRUPT:
       FailFile(name_, u"is damaged.");
     case SQLITE_READONLY:

@@ -100,6 +100,8 @@ class SqliteSession : public Session {
   // A statement of the cache in use; back in its first state at the end.
   class Use;
 
+  void Open(const std::string& name, int flags);
+
   bool Has(const char* table) const;
   static int Wait(void* waiting, int attempt) noexcept;
   SqliteStatement& Prepared(const std::string& sql);
