@@ -1,5 +1,8 @@
 # Sourced by the other scripts: installs Debian packages that are missing, without questions.
 
+# Another program may be installing: its lock is waited for.
+apt_get=(env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 -q)
+
 # install_missing PACKAGE…: nothing happens when all of them are installed.
 install_missing() {
   local missing=() package
@@ -23,9 +26,9 @@ install_missing() {
   local log
   log=$(mktemp)
   # A failed update may be about an index that is not needed here; what is there may do.
-  if ! { "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
-         "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
-           --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+  if ! { "${root[@]}" "${apt_get[@]}" update
+         "${root[@]}" "${apt_get[@]}" install -y --no-install-recommends "${missing[@]}"
+       } >"$log" 2>&1 </dev/null; then
     tail -n 20 "$log" >&2
     echo "Installing the packages failed; the full log is in $log." >&2
     return 1
@@ -56,10 +59,12 @@ windows_packages=(
 # What its tests run under.
 wine_packages=(wine wine32:i386 wine64 libwine:i386)
 
-# install_wine: 32-bit Wine, which Debian keeps in another architecture. Mirrors whose security index
-# of that architecture lags behind offer different versions of packages that must agree on both, so
-# the second try prefers the main suite. Fails when neither works; what the machine's own
-# architecture needs is installed then.
+# install_wine: 32-bit Wine, which Debian keeps in another architecture (i386, added to the machine's
+# when it is not there). Where the security index of that architecture lags behind, packages that
+# must agree on both can only be had by taking the machine's own back to an older version: that is
+# done with OHMWISE_ALLOW_DOWNGRADES=1 only, and otherwise told with their names. Fails when there
+# is no 32-bit Wine in the end; the architecture is taken out again then, and what the machine's own
+# architecture needs is installed.
 install_wine() {
   local package missing=()
   for package in "${wine_packages[@]}"; do
@@ -74,7 +79,7 @@ install_wine() {
     root=(sudo -n)
   fi
   echo "Installing ${missing[*]}"
-  local folder
+  local folder added=
   folder=$(mktemp -d)
   cat >"$folder/preferences" <<'END'
 Package: *
@@ -85,19 +90,39 @@ Package: *
 Pin: release n=bookworm-security
 Pin-Priority: 100
 END
-  local install=("${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q
-                 --no-install-recommends)
+  if ! dpkg --print-foreign-architectures | grep -qx i386; then
+    "${root[@]}" dpkg --add-architecture i386 && added=1
+  fi
+  local install=("${root[@]}" "${apt_get[@]}" install -y --no-install-recommends)
+  local older=("${install[@]}" --allow-downgrades -o "Dir::Etc::Preferences=$folder/preferences"
+               "${missing[@]}")
+  # Ends with a failure when one index does not match, which may be one that is not needed.
+  "${root[@]}" "${apt_get[@]}" update >"$folder/log" 2>&1 </dev/null || true
   local result=0
-  {
-    "${root[@]}" dpkg --add-architecture i386
-    # Ends with a failure when one index does not match, which may be one that is not needed.
-    "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q || true
-    "${install[@]}" "${missing[@]}" ||
-      "${install[@]}" --allow-downgrades -o "Dir::Etc::Preferences=$folder/preferences" \
-        "${missing[@]}" || result=1
-  } >"$folder/log" 2>&1 </dev/null
+  if ! "${install[@]}" "${missing[@]}" >>"$folder/log" 2>&1 </dev/null; then
+    result=1
+    # "Inst NAME [VERSION NOW] (VERSION THEN …": what would be taken back, from a dry run.
+    local name now then
+    while read -r name now then; do
+      if dpkg --compare-versions "$then" lt "$now"; then
+        echo "  $name would go back from $now to $then"
+      fi
+    done < <("${older[@]}" -s 2>>"$folder/log" </dev/null |
+             sed -nE 's/^Inst ([^ ]+) \[([^]]+)\] \(([^ ]+) .*/\1 \2 \3/p') >"$folder/downgrades"
+    if [ "${OHMWISE_ALLOW_DOWNGRADES:-}" = 1 ]; then
+      cat "$folder/downgrades"
+      "${older[@]}" >>"$folder/log" 2>&1 </dev/null && result=0
+    elif [ -s "$folder/downgrades" ]; then
+      echo "32-bit Wine needs older versions of packages that are installed; nothing was changed."
+      cat "$folder/downgrades"
+      echo "OHMWISE_ALLOW_DOWNGRADES=1 installs it with them."
+    fi
+  fi
   if [ "$result" -ne 0 ]; then
     tail -n 1 "$folder/log" >&2
+    if [ "$added" ]; then
+      "${root[@]}" dpkg --remove-architecture i386 >>"$folder/log" 2>&1 || true
+    fi
     "${install[@]}" wine wine64 >>"$folder/log" 2>&1 </dev/null || tail -n 1 "$folder/log" >&2
   fi
   rm -rf "$folder"
