@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -79,7 +80,8 @@ TEST_F(CatalogueCommandTest, AddsChangesAndDeletes) {
   EXPECT_EQ(part["layout"], true);
   EXPECT_EQ(part["layShape"], "LayRect");
   EXPECT_EQ(part["categories"], "Bob's relays");
-  part = Read({"set", "2", "--name", "other", "--lay-shape", ""});
+  part = Read({"set", "2", "--name", "other", "--lay-shape=", "--order=X"});
+  EXPECT_EQ(part["order"], "X");
   EXPECT_EQ(part["name"], "other");
   EXPECT_EQ(part["price"], "3.50");
   EXPECT_EQ(part["layShape"], "");
@@ -119,7 +121,7 @@ TEST_F(CatalogueCommandTest, SaysWhatIsWrong) {
       {{"export", folder_.Path("a.txt")}, 2, ".xlsx"},
       {{"import", folder_.Path("gone.csv")}, 1, "gone.csv"},
       {{"import", Write("odd.csv", "a,b\n1,2\n")}, 1, "line of titles"},
-      {{"import", folder_.drawing()}, 1, "no workbook"},
+      {{"import", folder_.drawing()}, 1, "this is a drawing (.vsdx), no workbook"},
       {{"import", Write("nothing.csv", "")}, 1, "is empty"},
       {{"import", Write("cores.csv", "Name,Cores\na,three\n"), "--dry-run"}, 1, "cannot be taken"},
   };
@@ -233,6 +235,32 @@ TEST_F(CatalogueCommandTest, AssignCopiesAComponentIntoShapes) {
     EXPECT_NE(failed.err.find(row.sentence), std::string::npos) << failed.err;
   }
   EXPECT_EQ(FileBytes(folder_.drawing()), before);
+}
+
+// The engine makes files beside a database; here it may not, as on a share that is only read.
+TEST_F(CatalogueCommandTest, IsReadInAFolderThatMayNotBeWritten) {
+  Init(true);
+  ASSERT_EQ(Catalogue({"add", "--name", "Relay #1 ?"}).exit_code, 0);
+  const std::filesystem::path folder = std::filesystem::path(parts_).parent_path();
+  std::filesystem::permissions(folder, std::filesystem::perms{0555});
+  std::filesystem::permissions(parts_, std::filesystem::perms{0444});
+  Names call = {OHMWISE_PROGRAM};
+  if (geteuid() == 0) {  // whom no permission stops
+    call = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", OHMWISE_PROGRAM};
+  }
+  const std::string program = call.front();
+  const auto run = [&](Names arguments) {
+    arguments.insert(arguments.begin(), call.begin() + 1, call.end());
+    arguments.insert(arguments.end(), {"--catalogue", parts_});
+    return RunProgram(program, arguments);
+  };
+  const ProgramResult listed = run({"catalogue", "list"});
+  const ProgramResult changed = run({"catalogue", "add", "--name", "x"});
+  std::filesystem::permissions(folder, std::filesystem::perms{0755});
+  EXPECT_EQ(listed.exit_code, 0) << listed.err;
+  EXPECT_NE(listed.out.find("Relay #1 ?"), std::string::npos) << listed.out;
+  EXPECT_EQ(changed.exit_code, 1);
+  EXPECT_NE(changed.err.find("read-only"), std::string::npos) << changed.err;
 }
 
 TEST_F(CatalogueCommandTest, JetFilesAreReadAndNotWritten) {

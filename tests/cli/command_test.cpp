@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -212,23 +214,39 @@ TEST(TextCommandTest, NamesOutsideAsciiWork) {
 TEST(CommandTest, WrongUsageIsTwo) {
   const SampleFolder folder;
   const std::string file = folder.drawing();
-  const Names rows[] = {{},
-                        {"file.vsdx"},
-                        {"index"},
-                        {"index", file, "more"},
-                        {"index", file, "--nothing"},
-                        {"index", file, "--save", "--output", folder.Path("x.vsdx")},
-                        {"index", file, "--output"},
-                        {"cell", file, "Signals", "Lamp"},
-                        {"text", file, "Signals"},
-                        {"move", file, "Signals", "Lamp", "1"},
-                        {"move", file, "Signals", "Lamp", "1", "far"},
-                        {"move", file, "Signals", "Lamp", "PinX", "1"}};
+  const struct {
+    Names arguments;
+    const char* says;
+  } rows[] = {{{}, "No command"},
+              {{"file.vsdx"}, "no command \"file.vsdx\""},
+              {{"indx", file}, "did you mean \"index\""},
+              {{"catalogue", "lst"}, "did you mean \"list\"?\nohmwise catalogue --help"},
+              {{"--json", "index", file}, "Options follow the command"},
+              {{"index"}, "DRAWING is required\nohmwise index --help"},
+              {{"index", file, "more"}, "\"more\" is too much"},
+              {{"index", file, "--nothing"}, "no option \"--nothing\""},
+              {{"index", file, "--ouput", "x"}, "did you mean \"--output\""},
+              {{"index", file, "--save", "--output", folder.Path("x.vsdx")}, "--save"},
+              {{"settings", "a", "b", "c", "d"}, "\"c\", \"d\" are too much"},
+              {{"index", file, "-o"}, "needs a value"},
+              {{"index", file, "--output", "--json"}, "needs a value"},
+              {{"index", file, "--output=", "--json"}, "empty"},
+              {{"index", file, "--json=yes"}, "takes no value"},
+              {{"report", "bim", file}, "did you mean \"bom\""},
+              {{"page", file, "move"}, "none of list, delete, rename"},
+              {{"catalogue", "show", "x"}, "\"x\" is no whole number"},
+              {{"cell", file, "Signals", "Lamp"}, "CELL"},
+              {{"cell", file, "Signals", "Lamp", "PinX", "--set", "--save"}, "--set=--save"},
+              {{"text", file, "Signals"}, "SHAPE"},
+              {{"move", file, "Signals", "Lamp", "1"}, "Y"},
+              {{"move", file, "Signals", "Lamp", "1", "far"}, "far"},
+              {{"move", file, "Signals", "Lamp", "PinX", "1"}, "PinX"}};
   const std::string before = FileBytes(file);
-  for (const Names& row : rows) {
-    const ProgramResult result = Ohmwise(row);
-    EXPECT_EQ(result.exit_code, 2) << ::testing::PrintToString(row);
+  for (const auto& row : rows) {
+    const ProgramResult result = Ohmwise(row.arguments);
+    EXPECT_EQ(result.exit_code, 2) << ::testing::PrintToString(row.arguments);
     EXPECT_EQ(result.err.rfind("ohmwise: ", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find(row.says), std::string::npos) << row.says << ": " << result.err;
     EXPECT_EQ(result.out, "");
   }
   EXPECT_EQ(FileBytes(file), before);
@@ -238,15 +256,27 @@ TEST(CommandTest, WrongUsageIsTwo) {
 TEST(CommandTest, FailureIsOneAndOneSentence) {
   const SampleFolder folder;
   const std::string file = folder.drawing();
-  const std::string text = folder.Path("text.vsdx");
-  std::filesystem::copy_file(OHMWISE_SOURCE_DIR "/CMakeLists.txt", text);
+  const auto write = [&](const char* name, const std::string& bytes) {
+    std::ofstream(folder.Path(name), std::ios::binary) << bytes;
+    return folder.Path(name);
+  };
+  const std::string compound = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
+  const std::string stream = {'V', 0,   'i', 0,   's', 0,   'i', 0,   'o', 0,   'D', 0,   'o',
+                              0,   'c', 0,   'u', 0,   'm', 0,   'e', 0,   'n', 0,   't', 0};
+  const std::string book = folder.Path("book.xlsx");
+  ASSERT_EQ(Ohmwise({"report", "pages", file, "--output", book}).exit_code, 0);
   const struct {
     Names arguments;
     const char* says;
   } rows[] = {
       {{"index", folder.Path("missing.vsdx")}, "missing.vsdx"},
       {{"index", "-"}, "-"},
-      {{"index", text}, "text.vsdx"},
+      {{"index", write("text.vsdx", "a text\n")}, "text.vsdx\": this is a text file"},
+      {{"index", write("a.dwg", std::string("AC1032\0\0\0", 9))}, "a DWG drawing"},
+      {{"index", write("a.vsd", compound + stream)}, "(.vsd), not a drawing package (.vsdx); save"},
+      {{"index", write("cut.vsdx", FileBytes(file).substr(0, 900))}, "it is cut off"},
+      {{"index", book}, "a workbook (.xlsx), no drawing"},
+      {{"catalogue", "list", "--catalogue", file}, "is a drawing (.vsdx) and no database"},
       {{"index", file, "--output", folder.Path("none/there.vsdx")}, "there.vsdx"},
       {{"cell", file, "No page", "Lamp", "PinX"}, "No page"},
       {{"cell", file, "Signals", "No shape", "PinX"}, "No shape"},
@@ -264,6 +294,53 @@ TEST(CommandTest, FailureIsOneAndOneSentence) {
     EXPECT_EQ(result.out, "");
   }
   EXPECT_EQ(FileBytes(file), before);
+}
+
+TEST(CommandTest, AnEmptyValueIsEmpty) {
+  const SampleFolder folder;
+  const Names cell = {"cell", folder.drawing(), "Power circuit", "Motor", "User.Ref"};
+  Names set = cell;
+  set.insert(set.end(), {"--set=", "--save"});
+  ASSERT_EQ(Ohmwise(set).exit_code, 0);
+  EXPECT_EQ(RunJson(cell)["formula"], "");
+}
+
+// What a terminal obeys stands in the names, references and texts of this drawing.
+TEST(CommandTest, NothingSteersTheTerminal) {
+  const SampleFolder folder;
+  const std::string file = folder.Path("allesc.vsdx");
+  std::filesystem::copy_file(OHMWISE_SOURCE_DIR "/tests/data/allesc.vsdx", file);
+  const std::string evil = "\x1b]0;pwn\a\x9b\u009b2J\u202E";
+  const Names rows[] = {{"index", file},
+                        {"index", file, "--json"},
+                        {"labels", file},
+                        {"check", file},
+                        {"renumber", file},
+                        {"page", file, "list"},
+                        {"report", "references", file, "--output", "-"},
+                        {"report", "bom", file, "--json"},
+                        {"diff", folder.drawing(), file},
+                        {"diff", folder.drawing(), file, "--json"},
+                        {"text", file, evil, "Motor"},
+                        {"cell", folder.drawing(), "Power circuit", "Motor", evil},
+                        {"cell", folder.drawing(), "Power circuit", "Motor", "PinX", "--set", evil},
+                        {"index", folder.Path(evil)},
+                        {"index", file, "--" + evil},
+                        {"report", evil, file},
+                        {"settings", evil},
+                        {"catalogue", "list", "--catalogue", evil},
+                        {evil}};
+  for (const Names& row : rows) {
+    ProgramResult result = OhmwiseOnTerminal(row, {"TERM=dumb"});
+    constexpr std::string_view kClearLine = "\r\x1b[K";  // of the progress line
+    for (size_t at; (at = result.out.find(kClearLine)) != result.out.npos;) {
+      result.out.erase(at, kClearLine.size());
+    }
+    for (const char* raw : {"\x1b", "\a", "\u009b", "\u202E"}) {
+      EXPECT_EQ(result.out.find(raw), std::string::npos) << ::testing::PrintToString(row);
+    }
+    EXPECT_NE(result.out, "");
+  }
 }
 
 TEST(CommandTest, HelpShowsAnExampleForEach) {

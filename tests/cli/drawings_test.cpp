@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "platform/embedded/spreadsheet/text_table.h"
 #include "tests/cli/program.h"
 
 namespace ohmwise::testing {
@@ -97,6 +98,36 @@ TEST(RealDrawingsTest, ASavedSampleOpensInLibreOffice) {
   const std::string picture = FileBytes(folder.Path("picture/saved.svg"));
   EXPECT_NE(picture.find("Power circuit"), std::string::npos);
   EXPECT_NE(picture.find("M 3~"), std::string::npos);
+}
+
+TEST(RealDrawingsTest, SpreadsheetsShowReferencesOfACsvAsTexts) {
+  if (RunProgram("soffice", {"--version"}).exit_code == 127) {
+    GTEST_SKIP() << "soffice is not installed";
+  }
+  const SampleFolder folder;
+  const std::string file = OHMWISE_SOURCE_DIR "/tests/data/iec.vsdx";
+  const std::string csv = folder.Path("a.csv"), raw = folder.Path("raw.csv");
+  ASSERT_EQ(Ohmwise({"report", "references", file, "--output", csv}).exit_code, 0);
+  ASSERT_EQ(Ohmwise({"report", "references", file, "--output", raw, "--csv-raw"}).exit_code, 0);
+  EXPECT_NE(FileBytes(raw).find("\r\n=1+1,"), std::string::npos);
+  const ProgramResult office =
+      RunProgram("soffice",
+                 {"-env:UserInstallation=file://" + folder.Path("profile"), "--headless",
+                  "--convert-to", "xlsx", "--outdir", folder.Path("office"), csv},
+                 {"HOME=" + folder.Path("home")});
+  ASSERT_EQ(office.exit_code, 0) << office.err;
+  const auto references = [](const std::string& path) {
+    std::vector<std::u16string> texts;
+    for (const auto& row : embedded::ReadTextTables(path).front().rows) {
+      const bool is_blank = row.cells.empty() || row.ColumnOf(0) > 0;
+      texts.push_back(is_blank ? u"" : row.cells.front());
+    }
+    texts.erase(texts.begin());  // the title, before which the mark of UTF-8 may stand
+    return texts;
+  };
+  const auto expected = references(raw);
+  EXPECT_EQ(references(csv), expected) << "our own import";
+  EXPECT_EQ(references(folder.Path("office/a.xlsx")), expected);
 }
 
 TEST(RealDrawingsTest, LibreOfficeShowsTheLabelsAsComputed) {
