@@ -51,6 +51,12 @@ std::u16string ValueText(const Column& column, const Value& value) {
   return value.ToText();
 }
 
+/// A text of any catalogue; other programs leave fields null.
+std::u16string TextIn(const RecordsetRef& records, std::u16string_view field) {
+  const Value value = records->Field(field);
+  return value.kind() == Value::Kind::kNull ? std::u16string() : value.ToText();
+}
+
 std::optional<std::u16string> BooleanForm(std::u16string_view text) {
   for (const std::u16string_view yes :
        {u"yes", u"y", u"true", u"1", u"-1", u"x", u"ja", u"j", u"wahr"}) {
@@ -117,9 +123,14 @@ Article EmptyArticle(const ArticleTable& table) {
   return article;
 }
 
+int32_t KeyIn(const RecordsetRef& records, std::u16string_view field) {
+  const Value value = records->Field(field);
+  return value.kind() == Value::Kind::kNull ? 0 : value.ToInt32();
+}
+
 Article ReadArticle(const ArticleTable& table, const RecordsetRef& records) {
   Article article;
-  article.key = records->Field(table.key).ToInt32();
+  article.key = KeyIn(records, table.key);
   article.values.reserve(table.columns.size());
   for (const Column& column : table.columns) {
     article.values.push_back(ValueText(column, records->Field(column.name)));
@@ -185,8 +196,8 @@ std::optional<int32_t> FindCategory(clsLDB& db, std::u16string_view name) {
   std::optional<int32_t> key;
   const RecordsetRef names = db.GetCategories();
   for (; !key && !names->EndOfFile(); names->MoveNext()) {
-    if (name.empty() || !EqualNoCase(names->Field(u"CatName").ToText(), name)) continue;
-    key = names->Field(u"CatID").ToInt32();
+    if (name.empty() || !EqualNoCase(TextIn(names, u"CatName"), name)) continue;
+    key = KeyIn(names, u"CatID");
   }
   names->Close();
   return key;
@@ -196,7 +207,10 @@ std::u16string CategoriesOf(clsLDB& db, int32_t component) {
   std::u16string names;
   const RecordsetRef links = db.GetOrgByCompID(component);
   for (; !links->EndOfFile(); links->MoveNext()) {
-    const std::u16string name = db.GetCatName(links->Field(u"CatID").ToInt32());
+    const RecordsetRef category =
+        db.GetSQL(u"SELECT CatName FROM CatDB WHERE CatID=" + DecimalText(KeyIn(links, u"CatID")));
+    const std::u16string name = category->EndOfFile() ? u"" : TextIn(category, u"CatName");
+    category->Close();
     if (!name.empty()) names.append(names.empty() ? u"" : u"; ").append(name);
   }
   links->Close();
@@ -207,7 +221,7 @@ Categories::Categories(clsLDB& db) : db_(db) {
   const RecordsetRef names = db.GetCategories();
   std::map<int32_t, size_t> positions;
   for (; !names->EndOfFile(); names->MoveNext()) {
-    Category category{names->Field(u"CatID").ToInt32(), names->Field(u"CatName").ToText(), {}};
+    Category category{KeyIn(names, u"CatID"), TextIn(names, u"CatName"), {}};
     if (category.name.empty()) continue;
     positions.emplace(category.key, all_.size());
     all_.push_back(std::move(category));
@@ -215,9 +229,9 @@ Categories::Categories(clsLDB& db) : db_(db) {
   names->Close();
   const RecordsetRef links = db.GetSQL(u"SELECT * FROM OrgDB");
   for (; !links->EndOfFile(); links->MoveNext()) {
-    const auto position = positions.find(links->Field(u"CatID").ToInt32());
+    const auto position = positions.find(KeyIn(links, u"CatID"));
     if (position == positions.end()) continue;
-    const int32_t component = links->Field(u"CompID").ToInt32();
+    const int32_t component = KeyIn(links, u"CompID");
     if (all_[position->second].components.insert(component).second) {
       of_component_[component].push_back(position->second);
     }

@@ -51,6 +51,8 @@ std::optional<std::u16string> StoredForm(const Column& column, std::u16string_vi
 
 /// An article with nothing in it: prices and numbers zero.
 Article EmptyArticle(const ArticleTable& table);
+/// The number in a field of the current row; 0 for null, which other programs leave behind.
+int32_t KeyIn(const RecordsetRef& records, std::u16string_view field);
 /// The current row of a recordset.
 Article ReadArticle(const ArticleTable& table, const RecordsetRef& records);
 /// Every row but the one that stands in for missing ones while it has no name. `order` is a column

@@ -130,7 +130,7 @@ std::vector<Source> SourcesInDatabase(const std::string& path) {
       source.header.columns.emplace_back();
     }
     for (size_t line = 1; !records->EndOfFile(); records->MoveNext(), ++line) {
-      const int32_t key = records->Field(table->key).ToInt32();
+      const int32_t key = catalogue::KeyIn(records, table->key);
       catalogue::SourceRow row{line, {}};
       for (size_t cell = 0; cell < cells; ++cell) {
         const Value value = records->Field(table->columns[*source.header.columns[cell]].name);

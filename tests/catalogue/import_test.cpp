@@ -176,6 +176,20 @@ TEST_F(ImportTest, TakesOverWhatTheFileTellsAndLeavesTheRest) {
   EXPECT_EQ(Plan({u"Order", u"Price"}, {{u"200", u"ask us"}}).rows[0].outcome, Outcome::kRefused);
 }
 
+TEST_F(ImportTest, NullsOfOtherProgramsAreNothing) {
+  RunImport(db_, Plan({u"Name", u"Category"}, {{u"Lamp", u"Relays"}}));
+  db_.AddOrg(2, 7);
+  for (const char16_t* rows : {u"CatDB", u"OrgDB"}) {
+    const RecordsetRef records = db_.GetSQL(u"SELECT * FROM " + Text(rows));
+    records->AddNew();
+    records->SetField(u"CatID", 7);
+    records->Update();
+  }
+  EXPECT_EQ(Categories(db_).Of(2), u"Relays");
+  EXPECT_EQ(CategoriesOf(db_, 2), u"Relays");
+  EXPECT_EQ(FindCategory(db_, u"nobody"), std::nullopt);
+}
+
 TEST_F(ImportTest, CablesHaveATableOfTheirOwn) {
   const Texts titles = {u"Kabel", u"Adern", u"CoreNames", u"Preis"};
   const ImportPlan plan = Plan(titles, {{u"Flex", u"3", u"L,N,PE", u"1.2"},
