@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -16,15 +17,19 @@ TemporaryFile::TemporaryFile() {
   std::error_code none;
   std::filesystem::path folder = std::filesystem::temp_directory_path(none);
   if (none) folder = ".";
-  path_ = (folder / "ohmwise-XXXXXX").string();
-  const int descriptor = mkstemp(path_.data());
-  if (descriptor < 0) {
+  descriptor_ = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+  if (descriptor_ < 0) {  // some file systems cannot make files without a name
+    std::string name = (folder / "ohmwise-XXXXXX").string();
+    descriptor_ = mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor_ >= 0) unlink(name.c_str());
+  }
+  if (descriptor_ < 0) {
     Raise(Err::kHost, FromUtf8("Cannot make a temporary file in \"" + folder.string() +
                                "\": " + std::strerror(errno) + "."));
   }
-  close(descriptor);
+  path_ = "/proc/self/fd/" + std::to_string(descriptor_);
 }
 
-TemporaryFile::~TemporaryFile() { unlink(path_.c_str()); }
+TemporaryFile::~TemporaryFile() { close(descriptor_); }
 
 }  // namespace ohmwise::embedded
