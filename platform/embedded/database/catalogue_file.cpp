@@ -11,6 +11,7 @@
 #include "platform/embedded/database/open_session.h"
 #include "platform/embedded/database/postgres_session.h"
 #include "platform/embedded/database/sqlite_session.h"
+#include "platform/embedded/files/file_lock.h"
 
 namespace ohmwise::embedded {
 namespace {
@@ -98,6 +99,7 @@ void CreateCatalogue(std::u16string_view location) {
     return;
   }
   const std::filesystem::path path = PathFromText(location);
+  ClearLeftovers(path.string());
   std::error_code ignored;
   if (std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {
     Raise(Err::kProvider, u"The catalogue \"" + TextFromPath(path) + u"\" exists already.");

@@ -1,14 +1,8 @@
-#include <fcntl.h>
 #include <pwd.h>
-#include <sys/file.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <system_error>
-#include <thread>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -22,46 +16,10 @@ namespace {
 
 constexpr uint64_t kLimit = 16ull << 20;
 constexpr std::u16string_view kOwnApplication = u"Ohmwise";
-constexpr auto kPatience = std::chrono::seconds(10);
 
 [[noreturn]] void Fail(const std::string& what, const std::string& path, const std::string& why) {
   Raise(Err::kHost, FromUtf8(what + " \"" + path + "\": " + why + "."));
 }
-
-/// Held while a file is read and replaced. The file beside it stays, so that nobody waits for a
-/// lock on a file that is gone.
-class FileLock {
- public:
-  explicit FileLock(const std::string& file) {
-    const std::string path = file + ".lock";
-    descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor_ < 0) Fail("Cannot write the options file", file, Reason(errno));
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
-      const int error = errno;
-      if (error == EINTR) continue;
-      if (error == EWOULDBLOCK && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        continue;
-      }
-      close(descriptor_);
-      Fail("Cannot write the options file", file,
-           error == EWOULDBLOCK ? "another program holds it" : Reason(error));
-    }
-  }
-  ~FileLock() { close(descriptor_); }
-  FileLock(const FileLock&) = delete;
-  FileLock& operator=(const FileLock&) = delete;
-
- private:
-  static std::string Reason(int error) {
-    if (error == EACCES || error == EPERM) return "its folder may not be written";
-    if (error == EROFS) return "the file system is read-only";
-    return std::strerror(error);
-  }
-
-  int descriptor_ = -1;
-};
 
 /// The bytes of a file, "" for one that is not there.
 std::string Contents(const std::string& file) {
@@ -122,10 +80,10 @@ void OptionsFile::Write(std::u16string_view application, std::u16string_view sec
   std::error_code error;
   std::filesystem::create_directories(folder_, error);
   if (error) Fail("Cannot make the folder", NativePath(folder_), error.message());
-  const FileLock lock(file);
+  LockedFile locked(file);
   const std::string before = Contents(file);
   const std::string after = WithIniValue(before, section, key, value);
-  if (after != before) ReplaceFile(file, after);
+  if (after != before) locked.Write(after);
 }
 
 std::u16string OptionsFile::Location() {

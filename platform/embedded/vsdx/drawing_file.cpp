@@ -10,8 +10,8 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/files/file_kind.h"
+#include "platform/embedded/files/file_lock.h"
 #include "platform/embedded/vsdx/new_drawing.h"
 #include "platform/embedded/vsdx/package.h"
 #include "platform/embedded/vsdx/part_reader.h"
@@ -40,15 +40,26 @@ bool AnyTouched(const Sheet& sheet) {
 
 class PackageFile final : public DrawingFile, private ContentsLoader {
  public:
-  PackageFile(std::string bytes, const std::string& name, const PackageLimits& limits)
-      : package_(std::move(bytes), name, limits) {
+  PackageFile(std::string bytes, const std::string& name, const PackageLimits& limits,
+              std::optional<FileState> state = {})
+      : state_(state),
+        place_(state ? ResolvedPath(name) : ""),
+        package_(std::move(bytes), name, limits) {
     model_.loader = this;
     ReadStructure();
   }
 
   DocumentModel& model() override { return model_; }
 
-  void Save(const std::string& path) override { ReplaceFile(path, Build()); }
+  void Save(const std::string& path, Writing writing) override {
+    const bool own = state_ && (path == package_.file() || ResolvedPath(path) == place_);
+    if (own && !state_->regular) {
+      Raise(Err::kHost, FromUtf8("\"" + path + "\" is no regular file; it cannot be saved there."));
+    }
+    const FileState written = ReplaceFile(path, Build(), own ? &*state_ : nullptr, writing);
+    if (own) state_ = written;
+  }
+  const std::string& bytes() const override { return package_.bytes(); }
   std::string SaveBytes() override { return Build(); }
 
  private:
@@ -157,6 +168,8 @@ class PackageFile final : public DrawingFile, private ContentsLoader {
 
   std::string Build();
 
+  std::optional<FileState> state_;  // of the file it was read from
+  std::string place_;
   Package package_;
   DocumentModel model_;
   std::string document_, pages_, masters_;
@@ -441,7 +454,9 @@ std::string PackageFile::Build() {
 
 std::unique_ptr<DrawingFile> DrawingFile::Open(const std::string& path,
                                                const PackageLimits& limits) {
-  auto file = OpenBytes(ReadWholeFile(path, limits.total_bytes), path, limits);
+  FileState state;
+  std::string bytes = ReadWholeFile(path, limits.total_bytes, &state);
+  auto file = std::make_unique<PackageFile>(std::move(bytes), path, limits, state);
   file->model().full_path = path;
   return file;
 }

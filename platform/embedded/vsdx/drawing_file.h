@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/embedded/drawing/model.h"
+#include "platform/embedded/files/atomic_file.h"
 
 namespace ohmwise::embedded {
 
@@ -39,11 +40,14 @@ class DrawingFile {
 
   virtual DocumentModel& model() = 0;
 
-  /// Writes the package: a temporary beside `path`, flushed, then renamed. Untouched parts are
-  /// written back byte for byte; with nothing changed the whole file is the same bytes.
-  virtual void Save(const std::string& path) = 0;
+  /// Writes the package as `ReplaceFile` does; over the file it was read from only while that is
+  /// what was read (FileChanged). Untouched parts are written back byte for byte; with nothing
+  /// changed the whole file is the same bytes.
+  virtual void Save(const std::string& path, Writing writing = Writing::kReplace) = 0;
   /// What Save would write.
   virtual std::string SaveBytes() = 0;
+  /// The package as it was read.
+  virtual const std::string& bytes() const = 0;
 };
 
 }  // namespace ohmwise::embedded
