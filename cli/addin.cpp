@@ -73,9 +73,11 @@ class PageOf final : public Counted<Page> {
 /// Takes out what the file says as well: cells are also set to what they are, and lengths that were
 /// typed in millimetres come back different in the last digit.
 template <class Read>
-void EraseUnchanged(const std::string& path, std::vector<CellChange>& changes, const Read& read) {
+void EraseUnchanged(const embedded::DrawingFile& changed, const std::string& path,
+                    std::vector<CellChange>& changes, const Read& read) {
   if (changes.empty()) return;
-  const auto file = embedded::DrawingFile::Open(path);
+  const auto file = embedded::DrawingFile::OpenBytes(changed.bytes(), path);
+  file->model().full_path = path;
   embedded::Drawing before(file->model());
   std::erase_if(changes, [&](const CellChange& change) {
     const CellPlace& place = change.place;
@@ -187,7 +189,7 @@ std::vector<PageRef> AddIn::ForegroundPages() {
 
 std::vector<CellChange> AddIn::ChangedFormulas() const {
   std::vector<CellChange> result = LastOfEach(formulas_);
-  EraseUnchanged(path_, result, [](Shape& shape, const std::u16string& cell) {
+  EraseUnchanged(*file_, path_, result, [](Shape& shape, const std::u16string& cell) {
     // What was inherited and is written anew differs, though it says the same.
     return shape.CellExists(cell, true) ? std::optional(shape.Cells(cell)->Formula())
                                         : std::nullopt;
@@ -197,7 +199,7 @@ std::vector<CellChange> AddIn::ChangedFormulas() const {
 
 std::vector<CellChange> AddIn::ChangedResults() const {
   std::vector<CellChange> result = LastOfEach(results_);
-  EraseUnchanged(path_, result, [](Shape& shape, const std::u16string& cell) {
+  EraseUnchanged(*file_, path_, result, [](Shape& shape, const std::u16string& cell) {
     return shape.Cells(cell)->ResultText();
   });
   return result;

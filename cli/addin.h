@@ -64,7 +64,9 @@ class AddIn : private embedded::ChangeObserver {
   /// The add-in's stencil, without which options cannot be loaded; open until it is let go.
   std::unique_ptr<Stencil> OpenStencil() { return std::make_unique<Stencil>(host_, workspace_); }
 
-  void Save(const std::string& path) { file_->Save(path); }
+  void Save(const std::string& path, embedded::Writing writing = embedded::Writing::kReplace) {
+    file_->Save(path, writing);
+  }
 
  private:
   void FormulaSet(const embedded::CellPlace& place, std::u16string_view formula) override;

@@ -3,6 +3,8 @@
 #include <functional>
 #include <string>
 
+#include "platform/embedded/files/atomic_file.h"
+
 namespace CLI {
 class App;
 }
@@ -17,11 +19,16 @@ struct CommonOptions {
   bool json = false;
   bool save = false;
   std::string output;
+  bool in_place = false;
 
   void AddTo(CLI::App& command);
   /// Saves where the options say; nothing when they don't. Returns the path written, "" for none.
   std::string Finish(AddIn& add_in) const;
 };
+
+/// `--retry`, which `main` looks at, and `--in-place`: for every sub-command that saves drawings.
+void AddSavingFlags(CLI::App& command, bool& in_place);
+embedded::Writing WritingOf(bool in_place);
 
 /// Thrown to end the command with an exit code of its own; a sentence goes to standard error.
 struct Exit {

@@ -29,6 +29,7 @@ struct ReportOptions {
   bool json = false;
   bool csv_raw = false;
   bool save = false;
+  bool in_place = false;
 };
 
 /// Where the report goes.
@@ -118,7 +119,7 @@ void Collect(const ReportOptions& options, Report& report, Progress& progress,
     report.Add(add_in, lead);
     Interrupt::Check();
     const size_t changes = add_in.ChangedFormulas().size();
-    if (options.save && changes > 0) add_in.Save(path);
+    if (options.save && changes > 0) add_in.Save(path, WritingOf(options.in_place));
     NoteChanges(path, changes, options.save, notes);
     if (!add_in.messages().empty()) {
       notes.push_back(
@@ -137,6 +138,8 @@ void Run(const ReportOptions& options) {
       Raise(Err::kHost, u"The report would replace the drawing.");
     }
   }
+  // Before a drawing is saved.
+  if (target.path != "-") embedded::CheckReplaceable(target.path);
   const Interrupt interrupt;
   std::vector<std::string> notes;
   std::string passed_over;
@@ -170,11 +173,6 @@ void Run(const ReportOptions& options) {
     for (const std::string& note : notes) Tell(note);
     Complain("interrupted; no report was written.");
     Interrupt::Die();
-  } catch (...) {
-    if (options.save) {  // drawings before the one that failed are saved
-      for (const std::string& note : notes) Tell(note);
-    }
-    throw;
   }
   if (!passed_over.empty()) throw Exit{1, passed_over};
 }
@@ -211,6 +209,7 @@ void AddReportCommand(CLI::App& app, Action& action) {
   command->add_flag("--save", options->save,
                     "Also write into the drawings what the report brings into step: groups\n"
                     "numbered without gaps, texts and references in agreement");
+  AddSavingFlags(*command, options->in_place);
   command->footer("Example:\n  ohmwise report bom motor-starter.vsdx --output parts.xlsx\n");
   command->callback([options, &action] { action = [options] { Run(*options); }; });
 }

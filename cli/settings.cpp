@@ -117,6 +117,7 @@ struct SettingsOptions {
   std::string name, value, drawing;
   bool has_value = false;
   bool json = false;
+  bool in_place = false;
   const Option* option = nullptr;  ///< null: all
 };
 
@@ -299,7 +300,7 @@ void Run(const SettingsOptions& options) {
         settings.SetActiveDocument(add_in.document());
       });
   const bool save = options.has_value && options.option->place == Place::kDrawing;
-  if (save) add_in.Save(options.drawing);
+  if (save) add_in.Save(options.drawing, WritingOf(options.in_place));
   Print(options, rows, save);
 }
 
@@ -332,6 +333,7 @@ void AddSettingsCommand(CLI::App& app, Action& action) {
       ->check(CLI::Validator(
           [](const std::string& path) { return path.empty() ? "the name is empty" : ""; }, ""));
   command->add_flag("--json", options->json, "Print one JSON object instead of a table");
+  AddSavingFlags(*command, options->in_place);
   command->footer(
       "Reading writes no file. Writing a setting of the grid saves the drawing in one step.\n\n"
       "Examples:\n"
