@@ -22,8 +22,8 @@ void CommonOptions::AddTo(CLI::App& command) {
 }
 
 void AddSavingFlags(CLI::App& command, bool& in_place) {
-  command.add_flag("--retry",
-                   "When somebody else saves the drawing meanwhile: read it anew and do the same");
+  command.add_flag("--retry")->description(
+      "When somebody else saves the drawing meanwhile: read it anew and do the same");
   command.add_flag("--in-place", in_place,
                    "Save into the file itself, which keeps all its names (hard links);\n"
                    "not in one step");

@@ -2,16 +2,21 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <tuple>
 
 #include "base/error.h"
+#include "base/text.h"
+#include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "tests/vsdx/model_dump.h"
 #include "tests/vsdx/zip_support.h"
@@ -135,6 +140,125 @@ TEST_F(SaveTest, FailureLeavesTheOldFileAndNoTemporary) {
   }
   EXPECT_EQ(FileBytes(path), package);
   EXPECT_EQ(Files(), 1u);
+}
+
+TEST_F(SaveTest, SavesOnlyOverWhatItRead) {
+  const std::string package = MakeZip(SmallDrawing(kPage));
+  const std::string path = Write("drawing.vsdx", package);
+  const struct {
+    const char* what;
+    std::function<void()> change;
+  } rows[] = {{"contents, in place, of the same size and time",
+               [&] {
+                 const auto time = fs::last_write_time(path);
+                 std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).seekp(60)
+                     << '!';
+                 fs::last_write_time(path, time);
+               }},
+              {"another file of the same contents",
+               [&] {
+                 fs::copy_file(path, folder_ + "/copy");
+                 fs::last_write_time(folder_ + "/copy", fs::last_write_time(path));
+                 fs::rename(folder_ + "/copy", path);
+               }},
+              {"time", [&] { fs::last_write_time(path, fs::file_time_type::clock::now()); }},
+              {"size", [&] { std::ofstream(path, std::ios::app) << 'x'; }},
+              {"no file", [&] { fs::remove(path); }}};
+  for (const auto& row : rows) {
+    Write("drawing.vsdx", package);
+    const auto file = DrawingFile::Open(path);
+    Fill(*file, 100);
+    file->Save(path);
+    Fill(*file, 200);
+    file->Save(path);  // its own work is nobody else's
+    row.change();
+    const std::string theirs = fs::exists(path) ? FileBytes(path) : "";
+    EXPECT_THROW(file->Save(path), FileChanged) << row.what;
+    EXPECT_EQ(fs::exists(path) ? FileBytes(path) : "", theirs) << row.what;
+    file->Save(folder_ + "/elsewhere.vsdx");
+  }
+}
+
+TEST_F(SaveTest, TheLockOfTheDeadIsTakenOver) {
+  const std::string path = Write("drawing.vsdx", MakeZip(SmallDrawing(kPage)));
+  const auto file = DrawingFile::Open(path);
+  const auto die_while_writing = [&] {
+    LockedFile held(path);
+    std::ofstream(held.temporary()) << "half";
+    _exit(0);
+  };
+  for (const bool reads : {false, true}) {
+    InChild(die_while_writing, *file, path);
+    EXPECT_EQ(Files(), 3u) << "lock and temporary";
+    if (reads) {
+      DrawingFile::Open(path);
+    } else {
+      file->Save(path);
+    }
+    EXPECT_EQ(Files(), 1u);
+  }
+  const LockedFile held(path);
+  const std::string refused = InChild([] {}, *file, path);
+  char host[256] = "";
+  gethostname(host, sizeof host);
+  for (const std::string& word :
+       {std::string(host), std::string("vsdx_test"), "process " + std::to_string(getpid())}) {
+    EXPECT_NE(refused.find(word), std::string::npos) << refused;
+  }
+}
+
+TEST_F(SaveTest, KeepsAttributesAndTellsOfHardLinks) {
+  const std::string path = Write("drawing.vsdx", MakeZip(SmallDrawing(kPage)));
+  // Access lists of the system, version 2: owner rw, user 1 r, group none, at most r, others none.
+  const std::string list(
+      "\2\0\0\0\1\0\6\0\377\377\377\377\2\0\4\0\1\0\0\0\4\0\0\0\377\377\377\377"
+      "\20\0\4\0\377\377\377\377\40\0\0\0\377\377\377\377",
+      44);
+  std::vector<std::pair<const char*, std::string>> attributes;
+  for (const auto& [name, value] :
+       {std::pair("user.project", std::string("plant 7")), {"system.posix_acl_access", list}}) {
+    if (setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0) {
+      attributes.emplace_back(name, value);
+    }
+  }
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(path.c_str(), 1234, 1235), 0);
+  }
+  fs::create_hard_link(path, folder_ + "/other.vsdx");
+  std::vector<std::string> remarks;
+  OnSave().remark = [&](const std::string& text) { remarks.push_back(text); };
+  const auto file = DrawingFile::Open(path);
+  for (const Writing writing : {Writing::kInPlace, Writing::kReplace}) {
+    struct stat before {
+    }, after{};
+    stat(path.c_str(), &before);
+    Fill(*file, writing == Writing::kInPlace ? 5000 : 100);
+    file->Save(path, writing);
+    stat(path.c_str(), &after);
+    EXPECT_EQ(std::tuple(after.st_uid, after.st_gid, after.st_mode),
+              std::tuple(before.st_uid, before.st_gid, before.st_mode));
+    for (const auto& [name, value] : attributes) {
+      std::string kept(100, ' ');
+      const ssize_t length = getxattr(path.c_str(), name, kept.data(), kept.size());
+      EXPECT_EQ(kept.substr(0, static_cast<size_t>(std::max<ssize_t>(length, 0))), value) << name;
+    }
+    EXPECT_EQ(FileBytes(path), file->SaveBytes());
+    const bool in_place = writing == Writing::kInPlace;
+    EXPECT_EQ(FileBytes(folder_ + "/other.vsdx") == FileBytes(path), in_place);
+    EXPECT_EQ(remarks.size(), in_place ? 0u : 1u);
+  }
+  EXPECT_NE(remarks.at(0).find("\"other.vsdx\""), std::string::npos) << remarks[0];
+  if (geteuid() == 0) {  // somebody who may write it, but cannot give it away
+    const auto nobody = [] {
+      OnSave().remark = [](const std::string& text) { Raise(Err::kHost, FromUtf8(text)); };
+      if (setuid(65534) != 0) _exit(1);
+    };
+    fs::permissions(path, fs::perms::all);
+    const std::string told = InChild(nobody, *DrawingFile::Open(path), path);
+    EXPECT_NE(told.find("could not keep its group and owner (1234)"), std::string::npos) << told;
+  }
+  OnSave().remark = nullptr;
+  if (attributes.size() < 2) GTEST_SKIP() << "access lists or attributes cannot be set here";
 }
 
 TEST_F(SaveTest, MissingFileIsTold) {
