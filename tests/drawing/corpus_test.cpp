@@ -54,23 +54,23 @@ TEST(DrawingCorpusTest, FormulasGiveTheStoredValues) {
     }
     ++files;
     LiveDocument document(file->model());
-    document.ForEachSheet(
+    document.cells.ForEachSheet(
         [&](Sheet& sheet) {
-          LiveSheet& live = document.Live(sheet);
+          LiveSheet& live = document.cells.Live(sheet);
           const auto check = [&](const CellAddress& address, const StoredCell& cell) {
             const bool own = cell.formula_state == FormulaState::kOwn;
             if ((!own && cell.formula_state != FormulaState::kInherited) || !cell.has_value) return;
             ++cells;
-            const ResolvedCell resolved = document.Resolve(live, address);
+            const ResolvedCell resolved = document.cells.Resolve(live, address);
             if (resolved.formula == nullptr) return;
-            const CompiledFormula& compiled = document.Compile(resolved.formula->formula);
+            const CompiledFormula& compiled = document.graph.Compile(resolved.formula->formula);
             if (!compiled.formula) {
               ++unparsed[std::string(resolved.formula->formula.substr(0, 60)) + " : " +
                          compiled.error.message];
               return;
             }
             ++parsed;
-            const auto computed = document.Evaluate(document.NodeOf(live, address));
+            const auto computed = document.graph.Evaluate(document.graph.NodeOf(live, address));
             if (!computed) return;
             ++evaluated;
             const FormulaValue stored = StoredValue(cell);
@@ -80,12 +80,13 @@ TEST(DrawingCorpusTest, FormulasGiveTheStoredValues) {
               const std::string key(resolved.formula->formula.substr(0, 70));
               ++differing[key];
               example[key] = entry.path().filename().string() + " sheet " +
-                             std::to_string(sheet.id) + " " + document.CellName(live, address) +
-                             ": " + computed->ToText() + " for " + stored.ToText();
+                             std::to_string(sheet.id) + " " +
+                             document.cells.CellName(live, address) + ": " + computed->ToText() +
+                             " for " + stored.ToText();
             }
           };
           const auto by_name = [&](const StoredCell& cell) {
-            if (const auto address = document.Address(live, cell.name)) check(*address, cell);
+            if (const auto address = document.cells.Address(live, cell.name)) check(*address, cell);
           };
           for (const StoredCell& cell : sheet.cells) by_name(cell);
           for (const StoredSection& section : sheet.sections) {
@@ -101,7 +102,7 @@ TEST(DrawingCorpusTest, FormulasGiveTheStoredValues) {
                 CellAddress address;
                 address.section = static_cast<uint16_t>(number);
                 address.column = *column;
-                address.row = document.RowKey(row, i);
+                address.row = document.cells.RowKey(row, i);
                 check(address, cell);
               }
             }

@@ -45,8 +45,8 @@ Drawing::~Drawing() {
 
 DocumentRef Drawing::document() { return live_->MakeDocument(); }
 DocumentModel& Drawing::model() { return live_->model(); }
-const WorkCount& Drawing::work() const { return live_->work; }
-void Drawing::SetObserver(ChangeObserver* observer) { live_->observer = observer; }
+const WorkCount& Drawing::work() const { return live_->cells.work; }
+void Drawing::SetObserver(ChangeObserver* observer) { live_->graph.observer = observer; }
 
 ShapeRef Drawing::FindShape(std::u16string_view page, std::u16string_view shape) {
   if (page.empty()) {
@@ -55,13 +55,13 @@ ShapeRef Drawing::FindShape(std::u16string_view page, std::u16string_view shape)
     }
     return live_->MakeShape(live_->model().sheet);
   }
-  PageModel* found = live_->FindPageByName(ToUtf8(page));
+  PageModel* found = live_->cells.FindPageByName(ToUtf8(page));
   if (found == nullptr) {
     Raise(Err::kHost, u"There is no page named \"" + std::u16string(page) + u"\".");
   }
   if (shape.empty()) return live_->MakeShape(found->sheet);
   bool shared = false;
-  Sheet* sheet = live_->FindByName(found->contents, ToUtf8(shape), true, nullptr, &shared);
+  Sheet* sheet = live_->cells.FindByName(found->contents, ToUtf8(shape), true, nullptr, &shared);
   if (shared && sheet->parent == nullptr) {
     Raise(Err::kHost, u"Several shapes are named \"" + std::u16string(shape) + u"\" on page \"" +
                           std::u16string(page) + u"\"; one of them is Sheet." +
@@ -74,30 +74,32 @@ ShapeRef Drawing::FindShape(std::u16string_view page, std::u16string_view shape)
   return live_->MakeShape(*sheet);
 }
 
-std::vector<RepeatedId> Drawing::SeparateUniqueIds() { return live_->SeparateUniqueIds(); }
+std::vector<RepeatedId> Drawing::SeparateUniqueIds() { return live_->edits.SeparateUniqueIds(); }
 
-void Drawing::Move(const ShapeRef& shape, double x, double y) { live_->Move(Stored(shape), x, y); }
+void Drawing::Move(const ShapeRef& shape, double x, double y) {
+  live_->edits.Move(Stored(shape), x, y);
+}
 
 void Drawing::Rename(const ShapeRef& shape, std::u16string_view name) {
-  live_->RenameShape(Stored(shape), ToUtf8(name));
+  live_->edits.RenameShape(Stored(shape), ToUtf8(name));
 }
 
 PageRef Drawing::AddPage(std::u16string_view name, bool background) {
-  return live_->MakePage(live_->AddPage(ToUtf8(name), background));
+  return live_->MakePage(live_->edits.AddPage(ToUtf8(name), background));
 }
 
 ShapeRef Drawing::Drop(const PageRef& page, std::u16string_view master, double x, double y) {
   PageModel& target = StoredPage(*live_, page);
-  MasterModel* found = live_->FindMasterByName(ToUtf8(master));
+  MasterModel* found = live_->cells.FindMasterByName(ToUtf8(master));
   if (found == nullptr) {
     Raise(Err::kHost, u"There is no master named \"" + std::u16string(master) + u"\".");
   }
-  return live_->MakeShape(live_->Drop(target, *found, x, y));
+  return live_->MakeShape(live_->edits.Drop(target, *found, x, y));
 }
 
 void Drawing::Glue(const ShapeRef& from, std::u16string_view from_cell, const ShapeRef& to,
                    int connection_row) {
-  live_->Glue(Stored(from), ToUtf8(from_cell), Stored(to), connection_row);
+  live_->edits.Glue(Stored(from), ToUtf8(from_cell), Stored(to), connection_row);
 }
 
 struct Workspace::State {

@@ -38,27 +38,27 @@ class CellObject final : public Counted<Cell> {
 
   std::u16string Name() override {
     LiveSheet& live = Alive();
-    return FromUtf8(document().CellName(live, address_));
+    return FromUtf8(document().cells.CellName(live, address_));
   }
   std::u16string Formula() override {
     LiveSheet& live = Alive();
-    return FromUtf8(document().FormulaText(live, address_));
+    return FromUtf8(document().edits.FormulaText(live, address_));
   }
   void SetFormula(std::u16string_view formula) override {
     LiveSheet& live = Alive();
-    document().SetFormula(live, address_, ToUtf8(formula));
+    document().edits.SetFormula(live, address_, ToUtf8(formula));
   }
   std::u16string ResultText() override {
     LiveSheet& live = Alive();
-    return FromUtf8(document().ResultText(live, address_));
+    return FromUtf8(document().graph.ResultText(live, address_));
   }
   double ResultNumber() override {
     LiveSheet& live = Alive();
-    return document().ResultNumber(live, address_);
+    return document().graph.ResultNumber(live, address_);
   }
   void SetResultNumber(double number) override {
     LiveSheet& live = Alive();
-    document().SetNumber(live, address_, number);
+    document().edits.SetNumber(live, address_, number);
   }
 
   Value Get(std::u16string_view member, std::span<const Value> arguments) override {
@@ -84,9 +84,10 @@ class CellObject final : public Counted<Cell> {
   LiveSheet& Alive() {
     LiveDocument& live = document();
     if (sheet_->erased) Raise(Err::kHost, u"The shape of this cell has been deleted.");
-    LiveSheet& sheet = live.Live(*sheet_);
-    if (!live.Resolve(sheet, address_).exists) {
-      Raise(Err::kHost, live.PlaceText(live.Place(sheet, address_)) + u": the cell is gone.");
+    LiveSheet& sheet = live.cells.Live(*sheet_);
+    if (!live.cells.Resolve(sheet, address_).exists) {
+      Raise(Err::kHost,
+            live.cells.PlaceText(live.cells.Place(sheet, address_)) + u": the cell is gone.");
     }
     return sheet;
   }
@@ -114,9 +115,9 @@ class ShapesObject final : public Counted<Shapes> {
     List();
     LiveDocument& document = Open(anchor_);
     bool shared = false;
-    Sheet* sheet = contents_ == nullptr
-                       ? nullptr
-                       : document.FindByName(*contents_, ToUtf8(name), false, group_, &shared);
+    Sheet* sheet = contents_ == nullptr ? nullptr
+                                        : document.cells.FindByName(*contents_, ToUtf8(name), false,
+                                                                    group_, &shared);
     if (shared) {
       Raise(Err::kHost, u"Several shapes are named \"" + std::u16string(name) + u"\" here.");
     }
@@ -147,7 +148,7 @@ class ShapesObject final : public Counted<Shapes> {
     if (contents_->page != nullptr && contents_->page->erased) {
       Raise(Err::kHost, u"The page has been deleted.");
     }
-    return document.Visible(*contents_, group_);
+    return document.cells.Visible(*contents_, group_);
   }
 
   AnchorRef anchor_;
@@ -197,21 +198,21 @@ class ShapeObject final : public Counted<Shape> {
     Alive();
     return static_cast<int32_t>(sheet_->id);
   }
-  std::u16string Name() override { return FromUtf8(Alive().NameOf(*sheet_, false)); }
-  std::u16string NameU() override { return FromUtf8(Alive().NameOf(*sheet_, true)); }
-  std::u16string UniqueID() override { return FromUtf8(Alive().UniqueIdOf(*sheet_)); }
-  std::u16string Text() override { return FromUtf8(Alive().TextOf(*sheet_)); }
-  void SetText(std::u16string_view text) override { Alive().SetText(*sheet_, ToUtf8(text)); }
+  std::u16string Name() override { return FromUtf8(Alive().cells.NameOf(*sheet_, false)); }
+  std::u16string NameU() override { return FromUtf8(Alive().cells.NameOf(*sheet_, true)); }
+  std::u16string UniqueID() override { return FromUtf8(Alive().edits.UniqueIdOf(*sheet_)); }
+  std::u16string Text() override { return FromUtf8(Alive().graph.TextOf(*sheet_)); }
+  void SetText(std::u16string_view text) override { Alive().edits.SetText(*sheet_, ToUtf8(text)); }
 
   ApplicationRef Application() override { return ApplicationRef::Share(Alive().application); }
   DocumentRef Document() override { return Alive().MakeDocument(); }
   PageRef ContainingPage() override {
     LiveDocument& document = Alive();
-    PageModel* page = document.PageOf(*sheet_);
+    PageModel* page = document.cells.PageOf(*sheet_);
     return page == nullptr ? PageRef() : document.MakePage(*page);
   }
   int32_t ContainingPageID() override {
-    const PageModel* page = Alive().PageOf(*sheet_);
+    const PageModel* page = Alive().cells.PageOf(*sheet_);
     return page == nullptr ? -1 : static_cast<int32_t>(page->id);
   }
   ShapesRef Shapes() override {
@@ -234,41 +235,41 @@ class ShapeObject final : public Counted<Shape> {
   }
   MasterRef Master() override {
     LiveDocument& document = Alive();
-    MasterModel* master = document.MasterOf(*document.Live(*sheet_).root);
+    MasterModel* master = document.cells.MasterOf(*document.cells.Live(*sheet_).root);
     return master == nullptr ? MasterRef() : document.MakeMaster(*master);
   }
-  bool OneD() override { return Alive().OneD(*sheet_); }
+  bool OneD() override { return Alive().cells.OneD(*sheet_); }
 
   bool CellExists(std::u16string_view name, bool local_only) override {
     LiveDocument& document = Alive();
-    LiveSheet& live = document.Live(*sheet_);
-    const auto address = document.Address(live, ToUtf8(name));
+    LiveSheet& live = document.cells.Live(*sheet_);
+    const auto address = document.cells.Address(live, ToUtf8(name));
     return address && Exists(live, *address, local_only);
   }
   CellRef Cells(std::u16string_view name) override {
     LiveDocument& document = Alive();
-    LiveSheet& live = document.Live(*sheet_);
-    const auto address = document.Address(live, ToUtf8(name));
+    LiveSheet& live = document.cells.Live(*sheet_);
+    const auto address = document.cells.Address(live, ToUtf8(name));
     if (!address || !Exists(live, *address, false)) {
-      CellPlace place = document.Place(live, CellAddress());
+      CellPlace place = document.cells.Place(live, CellAddress());
       place.cell = name;
-      Raise(Err::kHost, document.PlaceText(place) + u": there is no such cell.");
+      Raise(Err::kHost, document.cells.PlaceText(place) + u": there is no such cell.");
     }
     return MakeRef<CellObject>(anchor_, sheet_, *address);
   }
   bool CellsSRCExists(int16_t section, int16_t row, int16_t column, bool local_only) override {
-    LiveSheet& live = Alive().Live(*sheet_);
+    LiveSheet& live = Alive().cells.Live(*sheet_);
     const auto address = Numbered(live, section, row, column);
     return address && Exists(live, *address, local_only);
   }
   CellRef CellsSRC(int16_t section, int16_t row, int16_t column) override {
-    LiveSheet& live = Alive().Live(*sheet_);
+    LiveSheet& live = Alive().cells.Live(*sheet_);
     const auto address = Numbered(live, section, row, column);
     if (!address || !Exists(live, *address, false)) {
-      CellPlace place = Alive().Place(live, CellAddress());
+      CellPlace place = Alive().cells.Place(live, CellAddress());
       place.cell = u"section " + DecimalText(int32_t{section}) + u", row " +
                    DecimalText(int32_t{row}) + u", column " + DecimalText(int32_t{column});
-      Raise(Err::kHost, Alive().PlaceText(place) + u": there is no such cell.");
+      Raise(Err::kHost, Alive().cells.PlaceText(place) + u": there is no such cell.");
     }
     return MakeRef<CellObject>(anchor_, sheet_, *address);
   }
@@ -276,7 +277,7 @@ class ShapeObject final : public Counted<Shape> {
     LiveDocument& document = Alive();
     if (FindSection(section) == nullptr) return 0;
     const size_t count =
-        document.Rows(document.Live(*sheet_), static_cast<uint16_t>(section)).size();
+        document.cells.Rows(document.cells.Live(*sheet_), static_cast<uint16_t>(section)).size();
     if (count > kMostRows) {
       Raise(Err::kHost, u"The section has more rows than 16-bit row numbers can count: " +
                             FromUtf8(std::to_string(count)) + u".");
@@ -285,13 +286,13 @@ class ShapeObject final : public Counted<Shape> {
   }
   int16_t RowType(int16_t section, int16_t row) override {
     LiveDocument& document = Alive();
-    LiveSheet& live = document.Live(*sheet_);
+    LiveSheet& live = document.cells.Live(*sheet_);
     CellAddress address;
     address.section = static_cast<uint16_t>(section);
     address.row = Row(live, section, row).key;
     if (section == section::kConnectionPoints) {
       const bool named = (address.row & CellAddress::kNamedRow) != 0;
-      if (document.NamedConnection(live, address)) {
+      if (document.cells.NamedConnection(live, address)) {
         return named ? row_tag::kConnectionPointNamed : row_tag::kConnectionPoint;
       }
       return named ? row_tag::kConnectionNamed : int16_t{153};
@@ -305,27 +306,27 @@ class ShapeObject final : public Counted<Shape> {
         {"SplineStart", 165},  {"SplineKnot", 166},  {"PolylineTo", 193},
         {"NURBSTo", 195},      {"RelCubBezTo", 236}, {"RelQuadBezTo", 237},
         {"RelMoveTo", 238},    {"RelLineTo", 239},   {"RelEllipticalArcTo", 240}};
-    const std::string_view type = document.RowTypeText(live, address);
+    const std::string_view type = document.cells.RowTypeText(live, address);
     for (const auto& [name, tag] : kTags) {
       if (name == type) return tag;
     }
     return row_tag::kDefault;
   }
   std::u16string RowName(int16_t section, int16_t row) override {
-    LiveSheet& live = Alive().Live(*sheet_);
+    LiveSheet& live = Alive().cells.Live(*sheet_);
     return FromUtf8(Row(live, section, row).name);
   }
   int16_t AddNamedRow(int16_t section, std::u16string_view name, int16_t tag) override {
     LiveDocument& document = Alive();
-    return document.AddNamedRow(document.Live(*sheet_), section, ToUtf8(name), tag);
+    return document.edits.AddNamedRow(document.cells.Live(*sheet_), section, ToUtf8(name), tag);
   }
   int16_t AddRow(int16_t section, int16_t row, int16_t tag) override {
     LiveDocument& document = Alive();
-    return document.AddRow(document.Live(*sheet_), section, row, tag);
+    return document.edits.AddRow(document.cells.Live(*sheet_), section, row, tag);
   }
   void DeleteRow(int16_t section, int16_t row) override {
     LiveDocument& document = Alive();
-    document.DeleteRow(document.Live(*sheet_), section, row);
+    document.edits.DeleteRow(document.cells.Live(*sheet_), section, row);
   }
 
   CollectionRef Connects() override { return Glue(true); }
@@ -336,7 +337,7 @@ class ShapeObject final : public Counted<Shape> {
     if (sheet_->kind != SheetKind::kShape || sheet_->contents == nullptr) {
       Raise(Err::kHost, u"The sheet of a page or a document cannot be deleted as a shape.");
     }
-    document.DeleteShape(*sheet_);
+    document.edits.DeleteShape(*sheet_);
   }
 
   Value Get(std::u16string_view member, std::span<const Value> arguments) override {
@@ -406,14 +407,14 @@ class ShapeObject final : public Counted<Shape> {
   }
   bool Exists(LiveSheet& live, const CellAddress& address, bool local_only) {
     LiveDocument& document = Open(anchor_);
-    return local_only ? document.ExistsLocally(live, address)
-                      : document.Resolve(live, address).exists;
+    return local_only ? document.cells.ExistsLocally(live, address)
+                      : document.cells.Resolve(live, address).exists;
   }
   const RowView& Row(LiveSheet& live, int16_t section, int16_t row) {
     static const RowList kNone;
     const RowList& rows = FindSection(section) == nullptr
                               ? kNone
-                              : Open(anchor_).Rows(live, static_cast<uint16_t>(section));
+                              : Open(anchor_).cells.Rows(live, static_cast<uint16_t>(section));
     const int shift = section >= section::kFirstGeometry && section <= section::kLastGeometry;
     if (row < shift || static_cast<size_t>(row - shift) >= rows.size()) {
       Raise(Err::kHost, u"There is no row " + DecimalText(int32_t{row}) + u" in this section.");
@@ -434,7 +435,7 @@ class ShapeObject final : public Counted<Shape> {
     const bool geometry = info->style == RowStyle::kGeometry;
     address.section = static_cast<uint16_t>(section);
     if (!geometry || row > 0) {
-      const auto& rows = Open(anchor_).Rows(live, address.section);
+      const auto& rows = Open(anchor_).cells.Rows(live, address.section);
       const size_t position = static_cast<size_t>(row) - (geometry ? 1u : 0u);
       if (position >= rows.size()) return std::nullopt;
       address.row = rows[position].key;
@@ -458,8 +459,8 @@ class ShapeObject final : public Counted<Shape> {
       if (connect.removed || (source ? connect.from_sheet : connect.to_sheet) != sheet_->id) {
         continue;
       }
-      Sheet* from = document.FindById(*contents, connect.from_sheet);
-      Sheet* to = document.FindById(*contents, connect.to_sheet);
+      Sheet* from = document.cells.FindById(*contents, connect.from_sheet);
+      Sheet* to = document.cells.FindById(*contents, connect.to_sheet);
       if (from == nullptr || to == nullptr) continue;
       result->Add(Value(Ref<Connect>(
           MakeRef<ConnectObject>(anchor_, from, to, connect.from_cell, connect.to_cell))));
@@ -481,7 +482,7 @@ class PageObject final : public Counted<Page> {
   }
   int32_t Index() override {
     int32_t index = 0;
-    for (const PageModel* page : Alive().PagesInOrder()) {
+    for (const PageModel* page : Alive().cells.PagesInOrder()) {
       ++index;
       if (page == page_) break;
     }
@@ -499,14 +500,16 @@ class PageObject final : public Counted<Page> {
     Alive();
     return FromUtf8(page_->name_u.empty() ? page_->name : page_->name_u);
   }
-  void SetName(std::u16string_view name) override { Alive().RenamePage(*page_, ToUtf8(name)); }
+  void SetName(std::u16string_view name) override {
+    Alive().edits.RenamePage(*page_, ToUtf8(name));
+  }
   ShapeRef PageSheet() override { return Alive().MakeShape(page_->sheet); }
   ShapesRef Shapes() override {
     Alive();
     return MakeRef<ShapesObject>(anchor_, &page_->contents, nullptr);
   }
   DocumentRef Document() override { return Alive().MakeDocument(); }
-  void Delete() override { Alive().DeletePage(*page_); }
+  void Delete() override { Alive().edits.DeletePage(*page_); }
 
   Value Get(std::u16string_view member, std::span<const Value> arguments) override {
     if (Named(member, u"Name")) return Value(Name());
@@ -545,10 +548,12 @@ class PagesObject final : public Counted<Pages> {
  public:
   explicit PagesObject(AnchorRef anchor) : anchor_(std::move(anchor)) {}
 
-  int32_t Count() override { return static_cast<int32_t>(Open(anchor_).PagesInOrder().size()); }
+  int32_t Count() override {
+    return static_cast<int32_t>(Open(anchor_).cells.PagesInOrder().size());
+  }
   PageRef Item(int32_t position) override {
     LiveDocument& document = Open(anchor_);
-    const auto pages = document.PagesInOrder();
+    const auto pages = document.cells.PagesInOrder();
     if (position < 1 || static_cast<size_t>(position) > pages.size()) {
       Raise(Err::kHost, u"There is no page number " + DecimalText(position) + u".");
     }
@@ -556,7 +561,7 @@ class PagesObject final : public Counted<Pages> {
   }
   PageRef Item(std::u16string_view name) override {
     LiveDocument& document = Open(anchor_);
-    PageModel* page = document.FindPageByName(ToUtf8(name));
+    PageModel* page = document.cells.FindPageByName(ToUtf8(name));
     if (page == nullptr) {
       Raise(Err::kHost, u"There is no page named \"" + std::u16string(name) + u"\".");
     }

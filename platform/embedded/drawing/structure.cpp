@@ -4,7 +4,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "platform/embedded/drawing/live_document.h"
+#include "platform/embedded/drawing/drawing_edits.h"
 
 namespace ohmwise::embedded {
 namespace {
@@ -45,7 +45,7 @@ StoredCell Constant(std::string_view name, std::string_view value) {
 
 }  // namespace
 
-std::string LiveDocument::UniqueIdOf(Sheet& sheet) {
+std::string DrawingEdits::UniqueIdOf(Sheet& sheet) {
   if (sheet.unique_id.empty()) {
     sheet.unique_id = model_.arena.Keep(NewGuid());
     sheet.attributes_changed = true;
@@ -54,18 +54,18 @@ std::string LiveDocument::UniqueIdOf(Sheet& sheet) {
   return std::string(sheet.unique_id);
 }
 
-std::vector<RepeatedId> LiveDocument::SeparateUniqueIds() {
+std::vector<RepeatedId> DrawingEdits::SeparateUniqueIds() {
   std::vector<RepeatedId> repeated;
   std::unordered_map<std::string, Sheet*> owners;
-  ForEachSheet(
+  cells_.ForEachSheet(
       [&](Sheet& sheet) {
         if (sheet.kind != SheetKind::kShape || sheet.unique_id.empty()) return;
         std::string id(sheet.unique_id);
         for (char& c : id) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
         const auto [owner, is_new] = owners.try_emplace(std::move(id), &sheet);
         if (is_new) return;
-        const CellPlace first = Place(Live(*owner->second), CellAddress());
-        const CellPlace place = Place(Live(sheet), CellAddress());
+        const CellPlace first = cells_.Place(cells_.Live(*owner->second), CellAddress());
+        const CellPlace place = cells_.Place(cells_.Live(sheet), CellAddress());
         repeated.push_back(
             {FromUtf8(sheet.unique_id), place.page, place.shape, first.page, first.shape});
         sheet.unique_id = {};
@@ -75,27 +75,27 @@ std::vector<RepeatedId> LiveDocument::SeparateUniqueIds() {
   return repeated;
 }
 
-std::string LiveDocument::WithoutReferences(const Node& node,
+std::string DrawingEdits::WithoutReferences(const Node& node,
                                             const std::unordered_set<const Sheet*>& going) {
-  const std::string_view text = Resolve(*node.sheet, node.address).formula->formula;
+  const std::string_view text = cells_.Resolve(*node.sheet, node.address).formula->formula;
   std::vector<Replacement> replacements;
   for (const auto& place : Formula::Locate(text).references) {
-    if (going.contains(Target(*node.sheet, *node.formula_sheet, place.reference))) {
+    if (going.contains(cells_.Target(*node.sheet, *node.formula_sheet, place.reference))) {
       replacements.push_back({place.whole, "REF()"});
     }
   }
   return Rewritten(text, {0, text.size()}, std::move(replacements));
 }
 
-std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& going) {
+std::vector<uint32_t> DrawingEdits::CutReferences(const std::vector<Sheet*>& going) {
   const std::unordered_set<const Sheet*> set(going.begin(), going.end());
   std::unordered_set<uint32_t> cells;
   for (Sheet* sheet : going) {
     if (sheet->live == nullptr) continue;
     for (const uint32_t index : static_cast<LiveSheet*>(sheet->live)->nodes) {
-      for (const uint32_t dependent : nodes_[index].dependents) {
+      for (const uint32_t dependent : graph_.node(index).dependents) {
         if (dependent == kNoNode) continue;
-        const Node& node = nodes_[dependent];
+        const Node& node = graph_.node(dependent);
         // A master's formula stays as it is: other instances use it.
         if (!set.contains(node.sheet->sheet) && node.formula_sheet == node.sheet->sheet) {
           cells.insert(dependent);
@@ -105,19 +105,19 @@ std::vector<uint32_t> LiveDocument::CutReferences(const std::vector<Sheet*>& goi
   }
   std::vector<uint32_t> result;
   for (const uint32_t index : cells) {
-    Node& node = nodes_[index];
+    Node& node = graph_.node(index);
     const std::string text = WithoutReferences(node, set);
-    StoredCell& cell = EnsureLocal(*node.sheet, node.address);
+    StoredCell& cell = cells_.EnsureLocal(*node.sheet, node.address);
     if (text == cell.formula) continue;
     cell.formula = model_.arena.Keep(text);
     cell.changed = true;
-    Mark(*node.sheet->sheet);
+    cells_.Mark(*node.sheet->sheet);
     result.push_back(index);
   }
   return result;
 }
 
-std::string LiveDocument::WithoutRow(LiveSheet& live, LiveSheet& from, std::string_view text,
+std::string DrawingEdits::WithoutRow(LiveSheet& live, LiveSheet& from, std::string_view text,
                                      uint16_t section, size_t position) {
   const size_t gone = position + 1;  // formulas count from 1
   std::vector<Replacement> replacements;
@@ -126,11 +126,12 @@ std::string LiveDocument::WithoutRow(LiveSheet& live, LiveSheet& from, std::stri
     std::string_view digits;
     const TextPlace name{place.section.begin, place.cell.end};
     const auto spec = ParseCellName(names_, name.In(text), &digits);
-    const bool counted = spec && spec->section == section && spec->ordinal >= gone &&
-                         (spec->row == CellSpec::Row::kOrdinal ||
-                          (spec->row == CellSpec::Row::kNamedOrOrdinal &&
-                           !Rows(live, section).Find(CellAddress::kNamedRow | spec->row_name)));
-    if (!counted || Target(from, *from.sheet, place.reference) != live.sheet) continue;
+    const bool counted =
+        spec && spec->section == section && spec->ordinal >= gone &&
+        (spec->row == CellSpec::Row::kOrdinal ||
+         (spec->row == CellSpec::Row::kNamedOrOrdinal &&
+          !cells_.Rows(live, section).Find(CellAddress::kNamedRow | spec->row_name)));
+    if (!counted || cells_.Target(from, *from.sheet, place.reference) != live.sheet) continue;
     if (spec->ordinal == gone) {
       replacements.push_back({place.whole, "REF()"});
       continue;
@@ -141,61 +142,62 @@ std::string LiveDocument::WithoutRow(LiveSheet& live, LiveSheet& from, std::stri
   return Rewritten(text, {0, text.size()}, std::move(replacements));
 }
 
-std::vector<uint32_t> LiveDocument::RenumberReferences(LiveSheet& live, uint16_t section,
+std::vector<uint32_t> DrawingEdits::RenumberReferences(LiveSheet& live, uint16_t section,
                                                        size_t position) {
-  RowList& rows = Rows(live, section);
+  RowList& rows = cells_.Rows(live, section);
   const SectionInfo& info = *FindSection(static_cast<int16_t>(section));
   std::vector<uint32_t> found;
   std::unordered_set<uint32_t> seen;
-  const SelfGraph& graph = Graph(*live.sheet);
+  const SelfGraph& graph = graph_.Graph(*live.sheet);
   // In geometry the number is the row's own index, which stays.
-  if (info.style == RowStyle::kGeometry || !counted_sections_.contains(section)) return found;
+  if (info.style == RowStyle::kGeometry || !graph_.CountsRows(section)) return found;
   CellAddress cell;
   cell.section = section;
   const uint32_t gone = rows[position].key;
   const auto note = [&](uint32_t index) {
-    const CellAddress& place = nodes_[index].address;
-    const bool goes = nodes_[index].sheet == &live && place.section == section && place.row == gone;
+    const CellAddress& place = graph_.node(index).address;
+    const bool goes =
+        graph_.node(index).sheet == &live && place.section == section && place.row == gone;
     if (!goes && seen.insert(index).second) found.push_back(index);
   };
   for (size_t at = position; at < rows.size(); ++at) {
     cell.row = rows[at].key;
     for (size_t column = 0; column < info.columns.size(); ++column) {
-      ++work.cells;
+      ++work_.cells;
       cell.column = static_cast<uint16_t>(column);
       if (const auto own = graph.dependents.find(cell.Packed()); own != graph.dependents.end()) {
-        for (const CellAddress& address : own->second) note(NodeOf(live, address));
+        for (const CellAddress& address : own->second) note(graph_.NodeOf(live, address));
       }
-      const auto node = node_ids_.find({&live, cell.Packed()});
-      if (node == node_ids_.end()) continue;
-      for (const uint32_t dependent : nodes_[node->second].dependents) {
-        if (dependent != kNoNode && nodes_[dependent].sheet != &live) note(dependent);
+      const uint32_t node = graph_.FindNode(live, cell);
+      if (node == kNoNode) continue;
+      for (const uint32_t dependent : graph_.node(node).dependents) {
+        if (dependent != kNoNode && graph_.node(dependent).sheet != &live) note(dependent);
       }
     }
   }
   std::vector<uint32_t> changed;
   for (const uint32_t index : found) {
-    LiveSheet& from = *nodes_[index].sheet;
-    const ResolvedCell place = Resolve(from, nodes_[index].address);
+    LiveSheet& from = *graph_.node(index).sheet;
+    const ResolvedCell place = cells_.Resolve(from, graph_.node(index).address);
     // A master's formula stays as it is: other instances use it.
     if (place.local == nullptr || place.local->formula_state != FormulaState::kOwn) continue;
     const std::string text = WithoutRow(live, from, place.local->formula, section, position);
     if (text == place.local->formula) continue;
-    Value(index);
+    graph_.Value(index);
     place.local->formula = model_.arena.Keep(text);
     place.local->changed = true;
-    Mark(*from.sheet);
+    cells_.Mark(*from.sheet);
     changed.push_back(index);
   }
   return changed;
 }
 
-void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
+void DrawingEdits::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
   sheet.erased = true;
   if (sheet.live != nullptr) {
     for (const uint32_t index : static_cast<LiveSheet*>(sheet.live)->nodes) {
-      Unprepare(index);
-      Node& node = nodes_[index];
+      graph_.Unprepare(index);
+      Node& node = graph_.node(index);
       node.gone = true;
       node.value = FormulaValue::Error(FormulaErrorKind::kReference);
       node.value_ready = true;
@@ -205,30 +207,30 @@ void LiveDocument::EraseTree(Sheet& sheet, std::vector<uint32_t>& gone) {
   for (const auto& child : sheet.children) EraseTree(*child, gone);
 }
 
-bool LiveDocument::Holds(Contents& contents, uint32_t id, const Sheet& group) {
-  const Sheet* at = FindById(contents, id);
+bool DrawingEdits::Holds(Contents& contents, uint32_t id, const Sheet& group) {
+  const Sheet* at = cells_.FindById(contents, id);
   while (at != nullptr && at != &group) at = at->parent;
   return at != nullptr;
 }
 
-FormulaValue LiveDocument::PinSeenFrom(LiveSheet& from, const Sheet& shape) {
+FormulaValue DrawingEdits::PinSeenFrom(LiveSheet& from, const Sheet& shape) {
   const std::string pin = "Sheet." + std::to_string(shape.id) + "!LocPin";
-  return EvaluateText(from, *from.sheet, "PAR(PNT(" + pin + "X," + pin + "Y))")
+  return graph_.EvaluateText(from, *from.sheet, "PAR(PNT(" + pin + "X," + pin + "Y))")
       .value_or(FormulaValue::Point(0, 0));
 }
 
-void LiveDocument::FollowGlue(LiveSheet& live, const CellAddress& address, double inches) {
-  const StoredCell* const formula = Resolve(live, address).formula;
+void DrawingEdits::FollowGlue(LiveSheet& live, const CellAddress& address, double inches) {
+  const StoredCell* const formula = cells_.Resolve(live, address).formula;
   if (formula == nullptr) return SetLength(live, address, inches);
-  if (Compile(formula->formula).evaluable()) return;
+  if (graph_.Compile(formula->formula).evaluable()) return;
   // The drawing program works the formula out when it opens the drawing; others show the value.
-  const uint32_t index = NodeOf(live, address);
-  StoreResult(index, FormulaValue::Number(inches, Value(index).unit));
-  Propagate({index});
+  const uint32_t index = graph_.NodeOf(live, address);
+  graph_.StoreResult(index, FormulaValue::Number(inches, graph_.Value(index).unit));
+  graph_.Propagate({index});
   model_.recalculate_on_open = true;
 }
 
-bool LiveDocument::Glued(const Sheet& sheet, std::string_view cells, bool release) {
+bool DrawingEdits::Glued(const Sheet& sheet, std::string_view cells, bool release) {
   bool found = false;
   for (StoredConnect& connect : sheet.contents->connects) {
     if (connect.removed || connect.from_sheet != sheet.id) continue;
@@ -241,25 +243,25 @@ bool LiveDocument::Glued(const Sheet& sheet, std::string_view cells, bool releas
   return found;
 }
 
-void LiveDocument::Move(Sheet& sheet, double x, double y) {
+void DrawingEdits::Move(Sheet& sheet, double x, double y) {
   if (sheet.kind != SheetKind::kShape) Raise(Err::kHost, u"Only shapes can be moved.");
-  BuildIndex();
-  LiveSheet& live = Live(sheet);
+  graph_.BuildIndex();
+  LiveSheet& live = cells_.Live(sheet);
   Contents& contents = *sheet.contents;
   const auto cell = [&](std::string_view name, char axis) {
-    return *Address(live, std::string(name) + axis);
+    return *cells_.Address(live, std::string(name) + axis);
   };
-  const double by[] = {x - ResultNumber(live, cell("Pin", 'X')),
-                       y - ResultNumber(live, cell("Pin", 'Y'))};
+  const double by[] = {x - graph_.ResultNumber(live, cell("Pin", 'X')),
+                       y - graph_.ResultNumber(live, cell("Pin", 'Y'))};
   constexpr double kNothing = 1e-9;  // what comes of converting units
   const auto moves = [&](char axis) { return std::fabs(by[axis - 'X']) > kNothing; };
   if (!moves('X') && !moves('Y')) return;
 
   std::vector<std::string_view> ends = {"Pin"};
-  if (OneD(sheet)) {
+  if (cells_.OneD(sheet)) {
     ends = {"Begin", "End"};
     // Most pins follow their ends by formula.
-    if (Resolve(live, cell("Pin", 'X')).formula == nullptr) ends.push_back("Pin");
+    if (cells_.Resolve(live, cell("Pin", 'X')).formula == nullptr) ends.push_back("Pin");
   }
   struct Step {
     CellAddress cell;
@@ -267,14 +269,14 @@ void LiveDocument::Move(Sheet& sheet, double x, double y) {
   };
   std::vector<Step> steps;
   for (const char axis : {'X', 'Y'}) {
-    if (moves(axis) && ResultNumber(live, cell("LockMove", axis)) != 0) {
+    if (moves(axis) && graph_.ResultNumber(live, cell("LockMove", axis)) != 0) {
       Refuse(live, cell("LockMove", axis), u"the shape is locked against moving.");
     }
     for (const std::string_view end : ends) {
       // Glue goes whole: a coordinate that stays where it is stands there by itself from now on.
       if (!moves(axis) && (end == "Pin" || !Glued(sheet, end, false))) continue;
       const CellAddress address = cell(end, axis);
-      steps.push_back({address, ResultNumber(live, address) + by[axis - 'X']});
+      steps.push_back({address, graph_.ResultNumber(live, address) + by[axis - 'X']});
       std::string text = "0";
       const auto [target, taken] = Redirected(live, address, text);
       CheckUnguarded(*target, taken);
@@ -290,23 +292,24 @@ void LiveDocument::Move(Sheet& sheet, double x, double y) {
   std::vector<Follower> others;
   for (const StoredConnect& connect : contents.connects) {
     if (connect.removed || Holds(contents, connect.from_sheet, sheet)) continue;
-    Sheet* const from = FindById(contents, connect.from_sheet);
+    Sheet* const from = cells_.FindById(contents, connect.from_sheet);
     const std::string_view end = connect.from_cell.starts_with("Begin") ? "Begin" : "End";
     if (from == nullptr || !connect.from_cell.starts_with(end)) continue;
-    if (!OneD(*from) || !Holds(contents, connect.to_sheet, sheet)) continue;
+    if (!cells_.OneD(*from) || !Holds(contents, connect.to_sheet, sheet)) continue;
     Follower& glued = others.emplace_back();
-    glued.live = &Live(*from);
+    glued.live = &cells_.Live(*from);
     glued.end = end;
     glued.pin = PinSeenFrom(*glued.live, sheet);
     for (const char axis : {'X', 'Y'}) {
-      glued.at[axis - 'X'] = ResultNumber(*glued.live, *Address(*glued.live, glued.end + axis));
+      glued.at[axis - 'X'] =
+          graph_.ResultNumber(*glued.live, *cells_.Address(*glued.live, glued.end + axis));
     }
   }
 
   for (const Step& step : steps) SetLength(live, step.cell, step.to);
   for (const auto& [end, trigger] : {std::pair("Begin", "BegTrigger"), {"End", "EndTrigger"}}) {
     if (ends.size() == 1 || !Glued(sheet, end, true)) continue;
-    const CellAddress address = *Address(live, trigger);
+    const CellAddress address = *cells_.Address(live, trigger);
     if (FormulaText(live, address).find('!') == std::string::npos) continue;
     SetFormula(live, address, "_XFTRIGGER(EventXFMod)");
   }
@@ -318,14 +321,14 @@ void LiveDocument::Move(Sheet& sheet, double x, double y) {
     const double moved[] = {pin.number - glued.pin.number, pin.y - glued.pin.y};
     for (const char axis : {'X', 'Y'}) {
       if (std::fabs(moved[axis - 'X']) <= kNothing) continue;
-      const CellAddress address = *Address(*glued.live, glued.end + axis);
+      const CellAddress address = *cells_.Address(*glued.live, glued.end + axis);
       FollowGlue(*glued.live, address, glued.at[axis - 'X'] + moved[axis - 'X']);
     }
   }
 }
 
-void LiveDocument::DeleteShape(Sheet& sheet) {
-  BuildIndex();
+void DrawingEdits::DeleteShape(Sheet& sheet) {
+  graph_.BuildIndex();
   Contents& contents = *sheet.contents;
   // Ends that were glued to the shape stay where they are.
   for (StoredConnect& connect : contents.connects) {
@@ -334,20 +337,20 @@ void LiveDocument::DeleteShape(Sheet& sheet) {
     if (!from && !Holds(contents, connect.to_sheet, sheet)) continue;
     connect.removed = true;
     contents.changed = true;
-    Sheet* source = from ? nullptr : FindById(contents, connect.from_sheet);
+    Sheet* source = from ? nullptr : cells_.FindById(contents, connect.from_sheet);
     if (source == nullptr) continue;
-    LiveSheet& live = Live(*source);
+    LiveSheet& live = cells_.Live(*source);
     for (const std::string_view end : {"Begin", "End"}) {
       if (!connect.from_cell.starts_with(end)) continue;
       for (const char axis : {'X', 'Y'}) {
-        const auto address = Address(live, std::string(end) + axis);
-        const ResolvedCell cell = Resolve(live, *address);
+        const auto address = cells_.Address(live, std::string(end) + axis);
+        const ResolvedCell cell = cells_.Resolve(live, *address);
         if (cell.local == nullptr || cell.local->formula_state != FormulaState::kOwn) continue;
-        const uint32_t index = NodeOf(live, *address);
-        const FormulaValue value = Value(index);
-        WriteConstant(live, *address, FormulaValue::Number(value.ToNumber()));
-        Refresh(index);
-        Mark(*source);
+        const uint32_t index = graph_.NodeOf(live, *address);
+        const FormulaValue value = graph_.Value(index);
+        cells_.WriteConstant(live, *address, FormulaValue::Number(value.ToNumber()));
+        graph_.Refresh(index);
+        cells_.Mark(*source);
       }
     }
   }
@@ -358,19 +361,19 @@ void LiveDocument::DeleteShape(Sheet& sheet) {
   };
   collect(sheet);
   const std::vector<uint32_t> cut = CutReferences(going);
-  LiveSheet& root = Live(*Live(sheet).root);
+  LiveSheet& root = cells_.Live(*cells_.Live(sheet).root);
   std::vector<uint32_t> gone;
   EraseTree(sheet, gone);
   contents.changed = true;
-  ForgetLists(&contents);
+  cells_.ForgetLists(&contents);
   root.counterparts.clear();
   root.counterparts_ready = false;
-  for (const uint32_t index : cut) Reformulate(index);
-  Propagate(gone, cut);
+  for (const uint32_t index : cut) graph_.Reformulate(index);
+  graph_.Propagate(gone, cut);
 }
 
-void LiveDocument::DeletePage(PageModel& page) {
-  BuildIndex();
+void DrawingEdits::DeletePage(PageModel& page) {
+  graph_.BuildIndex();
   std::vector<Sheet*> going = {&page.sheet};
   const std::function<void(Sheet&)> collect = [&](Sheet& at) {
     going.push_back(&at);
@@ -388,14 +391,14 @@ void LiveDocument::DeletePage(PageModel& page) {
       other->attributes_changed = true;
     }
   }
-  ForgetLists(&page.contents);
-  for (const uint32_t index : cut) Reformulate(index);
-  std::vector<uint32_t> evaluate = PageDependents();
+  cells_.ForgetLists(&page.contents);
+  for (const uint32_t index : cut) graph_.Reformulate(index);
+  std::vector<uint32_t> evaluate = graph_.PageDependents();
   evaluate.insert(evaluate.end(), cut.begin(), cut.end());
-  Propagate(gone, evaluate);
+  graph_.Propagate(gone, evaluate);
 }
 
-void LiveDocument::RenamePage(PageModel& page, std::string_view name) {
+void DrawingEdits::RenamePage(PageModel& page, std::string_view name) {
   if (name.empty()) Raise(Err::kHost, u"A page needs a name.");
   for (const auto& other : model_.pages) {
     if (other.get() != &page && !other->erased &&
@@ -404,43 +407,44 @@ void LiveDocument::RenamePage(PageModel& page, std::string_view name) {
     }
   }
   if ((page.name.empty() ? page.name_u : page.name) == name) return;
-  const std::vector<uint32_t> dependents = PageDependents();
+  const std::vector<uint32_t> dependents = graph_.PageDependents();
   RewriteNames(name, [&](Sheet&, const FormulaPlaces::CellPlace& place) {
     const bool page_named = place.reference.scope >= Reference::Scope::kPage &&
                             place.reference.scope <= Reference::Scope::kPageShape;
-    return page_named && FindPageByName(place.reference.page) == &page ? &place.page : nullptr;
+    return page_named && cells_.FindPageByName(place.reference.page) == &page ? &place.page
+                                                                              : nullptr;
   });
   // Formulas use universal names; a page made with one name keeps one name.
   page.name = page.name_u = model_.arena.Keep(name);
   page.attributes_changed = true;
-  Propagate({}, dependents);
+  graph_.Propagate({}, dependents);
 }
 
-void LiveDocument::RenameShape(Sheet& sheet, std::string_view name) {
+void DrawingEdits::RenameShape(Sheet& sheet, std::string_view name) {
   if (sheet.kind != SheetKind::kShape) Raise(Err::kHost, u"Only shapes have names of their own.");
   if (name.empty()) Raise(Err::kHost, u"A shape needs a name.");
   Contents& contents = *sheet.contents;
-  const Sheet* other = FindByName(contents, name, true);
+  const Sheet* other = cells_.FindByName(contents, name, true);
   if (other != nullptr && other != &sheet) {
     Raise(Err::kHost, u"There is a shape named \"" + FromUtf8(name) + u"\" already.");
   }
-  BuildIndex();
+  graph_.BuildIndex();
   RewriteNames(name, [&](Sheet& from, const FormulaPlaces::CellPlace& place) {
-    const bool meant =
-        !place.reference.shape.empty() && Target(Live(from), from, place.reference) == &sheet;
+    const bool meant = !place.reference.shape.empty() &&
+                       cells_.Target(cells_.Live(from), from, place.reference) == &sheet;
     return meant ? &place.shape : nullptr;
   });
   sheet.name = sheet.name_u = model_.arena.Keep(name);
   sheet.attributes_changed = true;
   contents.changed = true;
-  ForgetLists(&contents);
+  cells_.ForgetLists(&contents);
 }
 
-void LiveDocument::RewriteNames(
+void DrawingEdits::RewriteNames(
     std::string_view name,
     const std::function<const TextPlace*(Sheet&, const FormulaPlaces::CellPlace&)>& place) {
   const std::string quoted = QuoteName(name);
-  ForEachSheet([&](Sheet& sheet) {
+  cells_.ForEachSheet([&](Sheet& sheet) {
     ForEachFormulaCell(sheet, [&](StoredCell& cell) {
       if (cell.formula_state != FormulaState::kOwn) return;
       if (cell.formula.find('!') == std::string_view::npos) return;
@@ -454,18 +458,18 @@ void LiveDocument::RewriteNames(
       cell.formula = model_.arena.Keep(
           Rewritten(cell.formula, {0, cell.formula.size()}, std::move(replacements)));
       cell.changed = true;
-      Mark(sheet);
+      cells_.Mark(sheet);
       // The compiled formula of a node has the old name, but what it refers to is resolved.
     });
   });
 }
 
-PageModel& LiveDocument::AddPage(std::string_view name, bool background) {
+PageModel& DrawingEdits::AddPage(std::string_view name, bool background) {
   if (name.empty()) Raise(Err::kHost, u"A page needs a name.");
-  if (FindPageByName(name) != nullptr) {
+  if (cells_.FindPageByName(name) != nullptr) {
     Raise(Err::kHost, u"There is a page named \"" + FromUtf8(name) + u"\" already.");
   }
-  const std::vector<uint32_t> dependents = PageDependents();
+  const std::vector<uint32_t> dependents = graph_.PageDependents();
   auto page = std::make_unique<PageModel>();
   for (const auto& other : model_.pages) page->id = std::max(page->id, other->id + 1);
   page->name = page->name_u = model_.arena.Keep(name);
@@ -494,12 +498,12 @@ PageModel& LiveDocument::AddPage(std::string_view name, bool background) {
     }
   }
   model_.pages.insert(at, std::move(page));
-  IndexSheet(result.sheet);
-  Propagate({}, dependents);
+  graph_.IndexSheet(result.sheet);
+  graph_.Propagate({}, dependents);
   return result;
 }
 
-std::unique_ptr<Sheet> LiveDocument::CopyInstance(const Sheet& model, Contents& contents,
+std::unique_ptr<Sheet> DrawingEdits::CopyInstance(const Sheet& model, Contents& contents,
                                                   Sheet* parent, MasterModel& master, bool top,
                                                   uint32_t& next_id) {
   auto sheet = std::make_unique<Sheet>();
@@ -520,25 +524,25 @@ std::unique_ptr<Sheet> LiveDocument::CopyInstance(const Sheet& model, Contents& 
   return sheet;
 }
 
-Sheet& LiveDocument::Drop(PageModel& page, MasterModel& master, double x, double y) {
-  BuildIndex();
+Sheet& DrawingEdits::Drop(PageModel& page, MasterModel& master, double x, double y) {
+  graph_.BuildIndex();
   model_.Ensure(page.contents);
   model_.Ensure(master.contents);
   if (master.contents.shapes.empty()) {
     Raise(Err::kHost, u"The master \"" + FromUtf8(master.name_u) + u"\" holds no shape.");
   }
-  FindById(page.contents, 0);
-  uint32_t next_id = Lists(page.contents).next_id;
+  cells_.FindById(page.contents, 0);
+  uint32_t next_id = cells_.Lists(page.contents).next_id;
   page.contents.shapes.push_back(
       CopyInstance(*master.contents.shapes.front(), page.contents, nullptr, master, true, next_id));
   Sheet& sheet = *page.contents.shapes.back();
   page.contents.changed = true;
-  NoteInLists(page.contents, sheet);
-  LiveSheet& live = Live(sheet);
-  char buffer[kSlotBytes];
-  const bool one_d = OneD(sheet);
+  cells_.NoteInLists(page.contents, sheet);
+  LiveSheet& live = cells_.Live(sheet);
+  char buffer[kNumberBytes];
+  const bool one_d = cells_.OneD(sheet);
   const auto number = [&](std::string_view name) {
-    return ResultNumber(live, *Address(live, name));
+    return graph_.ResultNumber(live, *cells_.Address(live, name));
   };
   const double dx = x - number("PinX");
   const double dy = y - number("PinY");
@@ -556,18 +560,18 @@ Sheet& LiveDocument::Drop(PageModel& page, MasterModel& master, double x, double
   for (const char axis : {'X', 'Y'}) {
     const std::string_view name = axis == 'X' ? "PinX" : "PinY";
     put(name, axis == 'X' ? x : y);
-    if (Resolve(live, *Address(live, name)).formula != nullptr) continue;
+    if (cells_.Resolve(live, *cells_.Address(live, name)).formula != nullptr) continue;
     // A pin that follows the ends by formula goes on doing so.
     StoredCell& cell = sheet.cells.back();
     cell.formula_state = FormulaState::kInherited;
-    if (Resolve(live, *Address(live, name)).formula == nullptr) {
+    if (cells_.Resolve(live, *cells_.Address(live, name)).formula == nullptr) {
       cell.formula_state = FormulaState::kAbsent;
     }
   }
   ++live.layout;
-  for (const uint32_t index : live.nodes) Refresh(index);
+  for (const uint32_t index : live.nodes) graph_.Refresh(index);
   const std::function<void(Sheet&)> index_tree = [&](Sheet& at) {
-    IndexSheet(at);
+    graph_.IndexSheet(at);
     for (const auto& child : at.children) index_tree(*child);
   };
   index_tree(sheet);
@@ -575,29 +579,29 @@ Sheet& LiveDocument::Drop(PageModel& page, MasterModel& master, double x, double
   std::vector<uint32_t> changed;
   std::vector<uint32_t> evaluate;
   const std::function<void(Sheet&)> collect = [&](Sheet& at) {
-    for (const uint32_t index : Live(at).nodes) {
-      if (nodes_[index].formula != nullptr) evaluate.push_back(index);
+    for (const uint32_t index : cells_.Live(at).nodes) {
+      if (graph_.node(index).formula != nullptr) evaluate.push_back(index);
     }
     for (const auto& child : at.children) collect(*child);
   };
   for (const StoredCell& cell : sheet.cells)
-    changed.push_back(NodeOf(live, *Address(live, cell.name)));
+    changed.push_back(graph_.NodeOf(live, *cells_.Address(live, cell.name)));
   collect(sheet);
-  std::erase_if(changed, [&](uint32_t index) { return nodes_[index].formula != nullptr; });
-  Propagate(changed, evaluate);
+  std::erase_if(changed, [&](uint32_t index) { return graph_.node(index).formula != nullptr; });
+  graph_.Propagate(changed, evaluate);
   return sheet;
 }
 
-void LiveDocument::Glue(Sheet& from, std::string_view from_cell, Sheet& to, int connection_row) {
+void DrawingEdits::Glue(Sheet& from, std::string_view from_cell, Sheet& to, int connection_row) {
   if (from.contents == nullptr || from.contents != to.contents) {
     Raise(Err::kHost, u"Only shapes of one page can be glued.");
   }
-  LiveSheet& live = Live(from);
+  LiveSheet& live = cells_.Live(from);
   const bool begin = SameName(from_cell.substr(0, 5), "Begin");
   const bool end = SameName(from_cell.substr(0, 3), "End");
   if (!begin && !end) Raise(Err::kHost, u"Only the ends of a one-dimensional shape can be glued.");
-  if (!OneD(from)) Raise(Err::kHost, u"The shape to be glued is not one-dimensional.");
-  const RowList& rows = Rows(Live(to), section::kConnectionPoints);
+  if (!cells_.OneD(from)) Raise(Err::kHost, u"The shape to be glued is not one-dimensional.");
+  const RowList& rows = cells_.Rows(cells_.Live(to), section::kConnectionPoints);
   if (connection_row < 0 || static_cast<size_t>(connection_row) >= rows.size()) {
     Raise(Err::kHost, u"The shape has no such connection point.");
   }
@@ -606,7 +610,7 @@ void LiveDocument::Glue(Sheet& from, std::string_view from_cell, Sheet& to, int 
   const std::string formula = "PAR(PNT(" + prefix + "X" + point + "," + prefix + "Y" + point + "))";
   const std::string name = begin ? "Begin" : "End";
   for (const char axis : {'X', 'Y'}) {
-    const auto address = Address(live, name + axis);
+    const auto address = cells_.Address(live, name + axis);
     SetFormula(live, *address, formula);
   }
   StoredConnect connect;

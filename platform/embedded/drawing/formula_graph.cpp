@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstring>
 
 #include "base/text.h"
-#include "platform/embedded/drawing/live_document.h"
+#include "platform/embedded/drawing/formula_graph.h"
 
 namespace ohmwise::embedded {
 namespace {
@@ -14,6 +16,8 @@ constexpr size_t kTransformCount = std::size(kTransformCells);
 
 /// How many cells ahead of the one at work memory is fetched for.
 constexpr size_t kAhead = 8;
+
+constexpr size_t kMostShapeText = 1u << 20;  // bytes, with the fields in it
 
 bool ContainsNoCase(std::string_view text, std::string_view upper) {
   if (text.size() < upper.size()) return false;
@@ -82,14 +86,14 @@ static std::optional<FormulaValue> ShownAs(std::optional<FormulaValue> value,
 /// Serves one evaluation: references of the cell's node, names of its sheet.
 class Evaluator final : public EvaluationContext {
  public:
-  Evaluator(LiveDocument& document, Node& node) : document_(document), node_(node) {}
+  Evaluator(FormulaGraph& graph, Node& node) : graph_(graph), cells_(graph.cells_), node_(node) {}
 
   bool unknown() const noexcept { return unknown_; }
 
   FormulaValue CellValue(const Formula&, size_t index) override {
     const uint32_t reference = node_.references[index];
     if (reference == kNoNode) return FormulaValue::Error(FormulaErrorKind::kReference);
-    const FormulaValue& value = document_.Value(reference);
+    const FormulaValue& value = graph_.Value(reference);
     // What a theme supplies is known to the drawing program alone.
     if (value.kind == FormulaValue::Kind::kText && value.text == "Themed") unknown_ = true;
     return value;
@@ -102,7 +106,7 @@ class Evaluator final : public EvaluationContext {
   int PageNumber() override {
     const PageModel* page = Page();
     int number = 0;
-    for (const PageModel* other : document_.PagesInOrder()) {
+    for (const PageModel* other : cells_.PagesInOrder()) {
       ++number;
       if (other == page) return number;
     }
@@ -110,7 +114,7 @@ class Evaluator final : public EvaluationContext {
   }
   int PageCount() override {
     int count = 0;
-    for (const auto& page : document_.model_.pages) {
+    for (const auto& page : cells_.model().pages) {
       if (!page->erased && !page->background) ++count;
     }
     return count;
@@ -123,29 +127,29 @@ class Evaluator final : public EvaluationContext {
   }
 
  private:
-  const PageModel* Page() { return document_.PageOf(*node_.sheet->sheet); }
+  const PageModel* Page() { return cells_.PageOf(*node_.sheet->sheet); }
 
   std::optional<FormulaValue> Known(std::string_view function,
                                     const std::vector<FormulaValue>& arguments) {
     Sheet& sheet = *node_.sheet->sheet;
     if (SameName(function, "NAME")) {
       const bool universal = arguments.empty() || arguments[0].ToNumber() == 0;
-      return FormulaValue::Text(document_.NameOf(sheet, universal));
+      return FormulaValue::Text(cells_.NameOf(sheet, universal));
     }
     if (SameName(function, "ID")) return FormulaValue::Number(sheet.id);
     if (SameName(function, "MASTERNAME")) {
-      const MasterModel* master = document_.MasterOf(*node_.sheet->root);
+      const MasterModel* master = cells_.MasterOf(*node_.sheet->root);
       if (master == nullptr) return FormulaValue::Text("<no master>");
       return FormulaValue::Text(std::string(master->name.empty() ? master->name_u : master->name));
     }
     if (SameName(function, "SHAPETEXT")) {
       for (const uint32_t reference : node_.references) {
         if (reference == kNoNode) continue;
-        const Node& target = document_.node(reference);
+        const Node& target = graph_.node(reference);
         const ObjectCellInfo* info =
             target.address.IsObject() ? FindObjectCell(target.address.column) : nullptr;
         if (info != nullptr && info->name == "TheText") {
-          return FormulaValue::Text(document_.TextOf(*target.sheet->sheet));
+          return FormulaValue::Text(graph_.TextOf(*target.sheet->sheet));
         }
       }
       return std::nullopt;
@@ -169,7 +173,7 @@ class Evaluator final : public EvaluationContext {
          at += kTransformCount) {
       double cell[kTransformCount];
       for (size_t i = 0; i < kTransformCount; ++i) {
-        cell[i] = document_.Value(node_.references[at + i]).ToNumber();
+        cell[i] = graph_.Value(node_.references[at + i]).ToNumber();
       }
       double dx = x - cell[2];
       double dy = y - cell[3];
@@ -183,12 +187,13 @@ class Evaluator final : public EvaluationContext {
     return FormulaValue::Point(x, y);
   }
 
-  LiveDocument& document_;
+  FormulaGraph& graph_;
+  LiveCells& cells_;
   Node& node_;
   bool unknown_ = false;
 };
 
-const CompiledFormula& LiveDocument::Compile(std::string_view text) {
+const CompiledFormula& FormulaGraph::Compile(std::string_view text) {
   const auto found = formulas_.find(text);
   if (found != formulas_.end()) return *found->second;
   auto compiled = std::make_unique<CompiledFormula>();
@@ -218,8 +223,8 @@ void CellList::Add(const CellAddress& cell) {
   cells_.push_back(cell);
 }
 
-SelfGraph& LiveDocument::Graph(Sheet& sheet) {
-  LiveSheet& live = Live(sheet);
+SelfGraph& FormulaGraph::Graph(Sheet& sheet) {
+  LiveSheet& live = cells_.Live(sheet);
   if (live.graph) return *live.graph;
   live.graph = std::make_unique<SelfGraph>();
   ForEachOwnFormula(sheet, [&](StoredCell& cell, const StoredSection* section, const StoredRow* row,
@@ -236,14 +241,14 @@ SelfGraph& LiveDocument::Graph(Sheet& sheet) {
       if (!column) return;
       address.section = static_cast<uint16_t>(number);
       address.column = *column;
-      address.row = row == nullptr ? 0 : RowKey(*row, position);
+      address.row = row == nullptr ? 0 : cells_.RowKey(*row, position);
     }
     AddToGraph(*live.graph, live, address, cell.formula);
   });
   return *live.graph;
 }
 
-void LiveDocument::AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
+void FormulaGraph::AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddress& address,
                               std::string_view text) {
   const CompiledFormula& compiled = Compile(text);
   if (!compiled.formula) return;
@@ -252,16 +257,16 @@ void LiveDocument::AddToGraph(SelfGraph& graph, LiveSheet& live, const CellAddre
   const auto& references = compiled.formula->references();
   for (size_t i = 0; i < references.size(); ++i) {
     if (references[i].scope != Reference::Scope::kSelf || !compiled.cells[i]) continue;
-    const auto target = Address(live, *compiled.cells[i]);
+    const auto target = cells_.Address(live, *compiled.cells[i]);
     if (target) graph.dependents[target->Packed()].Add(address);
   }
 }
 
-void LiveDocument::NoteFormula(LiveSheet& live, const CellAddress& address, std::string_view text) {
+void FormulaGraph::NoteFormula(LiveSheet& live, const CellAddress& address, std::string_view text) {
   if (live.graph) AddToGraph(*live.graph, live, address, text);
 }
 
-uint32_t LiveDocument::NodeOf(LiveSheet& live, const CellAddress& address) {
+uint32_t FormulaGraph::NodeOf(LiveSheet& live, const CellAddress& address) {
   const auto [at, fresh] =
       node_ids_.try_emplace({&live, address.Packed()}, static_cast<uint32_t>(nodes_.size()));
   if (fresh) {
@@ -273,18 +278,23 @@ uint32_t LiveDocument::NodeOf(LiveSheet& live, const CellAddress& address) {
   return at->second;
 }
 
-const FormulaValue& LiveDocument::Value(uint32_t index) {
+uint32_t FormulaGraph::FindNode(LiveSheet& live, const CellAddress& address) const {
+  const auto found = node_ids_.find({&live, address.Packed()});
+  return found == node_ids_.end() ? kNoNode : found->second;
+}
+
+const FormulaValue& FormulaGraph::Value(uint32_t index) {
   Node& node = nodes_[index];
   if (!node.value_ready && TakeStored(index)) ComputeInherited(index);
   return node.value;
 }
 
-const FormulaValue& LiveDocument::Current(uint32_t index) {
+const FormulaValue& FormulaGraph::Current(uint32_t index) {
   if (!indexed_ && !nodes_[index].value_ready && FollowsPages(index)) BuildIndex();
   return Value(index);
 }
 
-bool LiveDocument::FollowsPages(uint32_t index) {
+bool FormulaGraph::FollowsPages(uint32_t index) {
   std::vector<uint32_t> found = {index};
   std::unordered_set<uint32_t> seen = {index};
   for (size_t i = 0; i < found.size(); ++i) {
@@ -299,21 +309,21 @@ bool LiveDocument::FollowsPages(uint32_t index) {
   return false;
 }
 
-bool LiveDocument::TakeStored(uint32_t index) {
+bool FormulaGraph::TakeStored(uint32_t index) {
   Node& node = nodes_[index];
   node.value_ready = true;
   node.unsaved = false;
-  const ResolvedCell cell = node.gone ? ResolvedCell() : Resolve(*node.sheet, node.address);
+  const ResolvedCell cell = node.gone ? ResolvedCell() : cells_.Resolve(*node.sheet, node.address);
   if (!cell.exists) {
     node.value = FormulaValue::Error(FormulaErrorKind::kReference);
     return false;
   }
-  node.value = cell.value != nullptr ? StoredValue(*cell.value) : DefaultValue(node.address);
+  node.value = cell.value != nullptr ? StoredValue(*cell.value) : cells_.DefaultValue(node.address);
   return cell.formula != nullptr && cell.formula_sheet != node.sheet->sheet &&
          (cell.local == nullptr || cell.value != cell.local);
 }
 
-void LiveDocument::ComputeInherited(uint32_t index) {
+void FormulaGraph::ComputeInherited(uint32_t index) {
   struct Step {
     uint32_t cell;
     size_t next = 0;  ///< of its references
@@ -343,119 +353,46 @@ void LiveDocument::ComputeInherited(uint32_t index) {
   }
 }
 
-bool LiveDocument::TakesText(size_t bytes) {
-  if (bytes <= kSlotBytes) return true;
+bool FormulaGraph::TakesText(size_t bytes) {
+  if (bytes <= kNumberBytes) return true;
   if (bytes > kMostComputedText - computed_text_) return false;
   computed_text_ += bytes;
   return true;
 }
 
-Sheet* LiveDocument::Counterpart(LiveSheet& live, Sheet* target) {
-  if (target == nullptr) return nullptr;
-  LiveSheet& root = Live(*live.root);
-  if (!root.counterparts_ready) {
-    root.counterparts_ready = true;
-    const std::function<void(Sheet&)> note = [&](Sheet& sheet) {
-      if (sheet.erased || sheet.deleted_in_master) return;
-      const auto& chain = Live(sheet).chain;
-      for (size_t i = 1; i < chain.size(); ++i) root.counterparts.emplace(chain[i], &sheet);
-      for (const auto& child : sheet.children) note(*child);
-    };
-    note(*root.sheet);
-  }
-  const auto found = root.counterparts.find(target);
-  return found == root.counterparts.end() ? nullptr : found->second;
-}
-
-Sheet* LiveDocument::Target(LiveSheet& live, Sheet& formula_sheet, const Reference& reference) {
-  using Scope = Reference::Scope;
-  switch (reference.scope) {
-    case Scope::kSelf:
-      return live.sheet;
-    case Scope::kThePage:
-      return PageSheetOf(*live.sheet);
-    case Scope::kTheDoc:
-      return &model_.sheet;
-    case Scope::kSheet:
-    case Scope::kShape: {
-      Contents* contents = formula_sheet.contents;
-      if (contents == nullptr) {
-        for (const auto& page : model_.pages) {
-          if (&page->sheet == &formula_sheet) contents = &page->contents;
-        }
-        for (const auto& master : model_.masters) {
-          if (&master->sheet == &formula_sheet) contents = &master->contents;
-        }
-      }
-      if (contents == nullptr) return nullptr;
-      Sheet* found = reference.scope == Scope::kSheet
-                         ? FindById(*contents, reference.sheet_id)
-                         : FindByName(*contents, reference.shape, true);
-      return &formula_sheet == live.sheet ? found : Counterpart(live, found);
-    }
-    case Scope::kPage:
-    case Scope::kPageSheet:
-    case Scope::kPageShape: {
-      PageModel* page = FindPageByName(reference.page);
-      if (page == nullptr) return nullptr;
-      if (reference.scope == Scope::kPage) return &page->sheet;
-      return reference.scope == Scope::kPageSheet
-                 ? FindById(page->contents, reference.sheet_id)
-                 : FindByName(page->contents, reference.shape, true);
-    }
-    case Scope::kMaster:
-    case Scope::kMasterSheet:
-    case Scope::kMasterShape: {
-      MasterModel* master = FindMasterByName(reference.page);
-      if (master == nullptr) return nullptr;
-      if (reference.scope == Scope::kMaster) return &master->sheet;
-      return reference.scope == Scope::kMasterSheet
-                 ? FindById(master->contents, reference.sheet_id)
-                 : FindByName(master->contents, reference.shape, true);
-    }
-    case Scope::kStyle:
-      for (const auto& style : model_.styles) {
-        if (SameName(style->name_u, reference.page) || SameName(style->name, reference.page)) {
-          return style.get();
-        }
-      }
-      return nullptr;
-  }
-  return nullptr;
-}
-
-void LiveDocument::ResolveReferences(Node& node) {
+void FormulaGraph::ResolveReferences(Node& node) {
   LiveSheet& live = *node.sheet;
   const CompiledFormula& compiled = *node.formula;
   const auto& references = compiled.formula->references();
   node.references.assign(references.size(), kNoNode);
   Sheet* other = nullptr;
   for (size_t i = 0; i < references.size(); ++i) {
-    Sheet* target = compiled.cells[i] ? Target(live, *node.formula_sheet, references[i]) : nullptr;
+    Sheet* target =
+        compiled.cells[i] ? cells_.Target(live, *node.formula_sheet, references[i]) : nullptr;
     if (target == nullptr) continue;
-    LiveSheet& target_live = Live(*target);
-    const auto address = Address(target_live, *compiled.cells[i]);
+    LiveSheet& target_live = cells_.Live(*target);
+    const auto address = cells_.Address(target_live, *compiled.cells[i]);
     if (!address) continue;
     node.references[i] = NodeOf(target_live, *address);
     if (target != live.sheet) other = target;
   }
   if (compiled.formula->parent_point() && other != nullptr && other->kind == SheetKind::kShape) {
     for (Sheet* at = other; at != nullptr && at != live.sheet->parent; at = at->parent) {
-      LiveSheet& at_live = Live(*at);
+      LiveSheet& at_live = cells_.Live(*at);
       for (const std::string_view name : kTransformCells) {
-        node.references.push_back(NodeOf(at_live, *Address(at_live, name)));
+        node.references.push_back(NodeOf(at_live, *cells_.Address(at_live, name)));
       }
     }
   }
 }
 
-void LiveDocument::Prepare(uint32_t index) {
+void FormulaGraph::Prepare(uint32_t index) {
   Node& node = nodes_[index];
   if (node.formula_ready) return;
   node.formula_ready = true;
   if (node.gone) return;
   LiveSheet& live = *node.sheet;
-  const ResolvedCell cell = Resolve(live, node.address);
+  const ResolvedCell cell = cells_.Resolve(live, node.address);
   if (cell.formula == nullptr) return;
   const CompiledFormula& compiled = Compile(cell.formula->formula);
   if (!compiled.formula) return;
@@ -476,7 +413,7 @@ void LiveDocument::Prepare(uint32_t index) {
   }
 }
 
-void LiveDocument::Unprepare(uint32_t index) {
+void FormulaGraph::Unprepare(uint32_t index) {
   Node& node = nodes_[index];
   if (!node.formula_ready) return;
   for (size_t i = 0; i < node.places.size(); ++i) {
@@ -490,15 +427,15 @@ void LiveDocument::Unprepare(uint32_t index) {
   node.formula_ready = false;
 }
 
-void LiveDocument::LeaveDependents(Node& reference, uint32_t place) {
-  ++work.cells;
+void FormulaGraph::LeaveDependents(Node& reference, uint32_t place) {
+  ++work_.cells;
   auto& list = reference.dependents;
   list[place] = kNoNode;
   if (++reference.left <= list.size() / 2) return;
   // Closing the gaps once half has left keeps the order and costs a step for every leave.
   uint32_t kept = 0;
   for (uint32_t at = 0; at < list.size(); ++at) {
-    ++work.cells;
+    ++work_.cells;
     if (list[at] == kNoNode) continue;
     Node& dependent = nodes_[list[at]];
     for (size_t i = 0; i < dependent.places.size(); ++i) {
@@ -513,20 +450,20 @@ void LiveDocument::LeaveDependents(Node& reference, uint32_t place) {
   reference.left = 0;
 }
 
-void LiveDocument::Refresh(uint32_t index) {
+void FormulaGraph::Refresh(uint32_t index) {
   Unprepare(index);
   nodes_[index].value_ready = false;
   nodes_[index].stored = nullptr;
   Prepare(index);
 }
 
-void LiveDocument::Reformulate(uint32_t index) {
+void FormulaGraph::Reformulate(uint32_t index) {
   Value(index);
   Unprepare(index);
   Prepare(index);
 }
 
-void LiveDocument::Expand(uint32_t index) {
+void FormulaGraph::Expand(uint32_t index) {
   Node& node = nodes_[index];
   if (node.expanded || node.gone) return;
   node.expanded = true;
@@ -540,19 +477,15 @@ void LiveDocument::Expand(uint32_t index) {
   }
 }
 
-void LiveDocument::IndexSheet(Sheet& sheet) {
-  LiveSheet& live = Live(sheet);
+void FormulaGraph::IndexSheet(Sheet& sheet) {
+  LiveSheet& live = cells_.Live(sheet);
   if (live.chain.size() > 1) instances_[live.chain[1]].push_back(&sheet);
   const auto take = [&](const SelfGraph& graph) {
     for (const CellAddress& address : graph.crossing) Prepare(NodeOf(live, address));
     for (const CellAddress& address : graph.on_pages) {
       const uint32_t index = NodeOf(live, address);
       Prepare(index);
-      Node& node = nodes_[index];
-      if (!node.on_pages && node.formula != nullptr && node.formula->formula->depends_on_pages()) {
-        node.on_pages = true;
-        page_nodes_.push_back(index);
-      }
+      NotePageDependent(index);
     }
   };
   bool crosses = false;
@@ -563,18 +496,26 @@ void LiveDocument::IndexSheet(Sheet& sheet) {
   for (size_t level = 1; level < live.chain.size(); ++level) take(Graph(*live.chain[level]));
 }
 
-void LiveDocument::BuildIndex() {
+void FormulaGraph::NotePageDependent(uint32_t index) {
+  Node& node = nodes_[index];
+  if (node.on_pages || node.formula == nullptr) return;
+  if (!node.formula->formula->depends_on_pages()) return;
+  node.on_pages = true;
+  page_nodes_.push_back(index);
+}
+
+void FormulaGraph::BuildIndex() {
   if (indexed_) return;
   indexed_ = true;
-  ForEachSheet([this](Sheet& sheet) { IndexSheet(sheet); });
+  cells_.ForEachSheet([this](Sheet& sheet) { IndexSheet(sheet); });
   RecalculatePages();
 }
 
-void LiveDocument::RecalculatePages() {
+void FormulaGraph::RecalculatePages() {
   std::vector<uint32_t> stale;
   for (const uint32_t index : PageDependents()) {
     // On a background page they are those of the page in front of it.
-    const PageModel* page = PageOf(*nodes_[index].sheet->sheet);
+    const PageModel* page = cells_.PageOf(*nodes_[index].sheet->sheet);
     if (page == nullptr || page->background) continue;
     const auto value = ShownAs(Evaluate(index), Value(index));
     if (value && !SameValue(*value, Value(index))) stale.push_back(index);
@@ -582,7 +523,7 @@ void LiveDocument::RecalculatePages() {
   if (!stale.empty()) Propagate({}, stale);
 }
 
-std::vector<uint32_t> LiveDocument::PageDependents() {
+std::vector<uint32_t> FormulaGraph::PageDependents() {
   BuildIndex();
   std::vector<uint32_t> result;
   for (const uint32_t index : page_nodes_) {
@@ -594,7 +535,7 @@ std::vector<uint32_t> LiveDocument::PageDependents() {
   return result;
 }
 
-std::vector<Sheet*> LiveDocument::InstancesOf(Sheet& base) {
+std::vector<Sheet*> FormulaGraph::InstancesOf(Sheet& base) {
   std::vector<Sheet*> instances;
   // Masters may hold instances of each other.
   std::unordered_set<const Sheet*> seen = {&base};
@@ -610,10 +551,10 @@ std::vector<Sheet*> LiveDocument::InstancesOf(Sheet& base) {
   return instances;
 }
 
-void LiveDocument::InstanceFormulaChanged(Sheet& base, const CellAddress& address,
+void FormulaGraph::InstanceFormulaChanged(Sheet& base, const CellAddress& address,
                                           std::vector<uint32_t>& changed) {
   for (Sheet* instance : InstancesOf(base)) {
-    LiveSheet& live = Live(*instance);
+    LiveSheet& live = cells_.Live(*instance);
     live.rows.clear();
     const uint32_t index = NodeOf(live, address);
     Refresh(index);
@@ -621,7 +562,7 @@ void LiveDocument::InstanceFormulaChanged(Sheet& base, const CellAddress& addres
   }
 }
 
-std::optional<FormulaValue> LiveDocument::EvaluateText(LiveSheet& live, Sheet& formula_sheet,
+std::optional<FormulaValue> FormulaGraph::EvaluateText(LiveSheet& live, Sheet& formula_sheet,
                                                        std::string_view text) {
   Node scratch;
   scratch.sheet = &live;
@@ -635,7 +576,7 @@ std::optional<FormulaValue> LiveDocument::EvaluateText(LiveSheet& live, Sheet& f
   return value;
 }
 
-std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
+std::optional<FormulaValue> FormulaGraph::Evaluate(uint32_t index) {
   Prepare(index);
   Node& node = nodes_[index];
   if (node.body == nullptr) return std::nullopt;
@@ -651,7 +592,7 @@ std::optional<FormulaValue> LiveDocument::Evaluate(uint32_t index) {
   return value;
 }
 
-bool LiveDocument::Recompute(uint32_t index) {
+bool FormulaGraph::Recompute(uint32_t index) {
   if (nodes_[index].formula == nullptr) return false;
   // What an inherited formula gave here before the edit is not known unless somebody has asked.
   const bool unread = !nodes_[index].value_ready && TakeStored(index);
@@ -665,7 +606,7 @@ bool LiveDocument::Recompute(uint32_t index) {
   return true;
 }
 
-void LiveDocument::BreakCycles(const std::vector<uint32_t>& round, std::vector<uint32_t>& queue) {
+void FormulaGraph::BreakCycles(const std::vector<uint32_t>& round, std::vector<uint32_t>& queue) {
   std::vector<uint32_t> left;
   for (const uint32_t index : round) {
     if (nodes_[index].pending > 0) left.push_back(index);
@@ -716,7 +657,7 @@ void LiveDocument::BreakCycles(const std::vector<uint32_t>& round, std::vector<u
   }
 }
 
-void LiveDocument::FetchAhead(const std::vector<uint32_t>& queue, size_t next) {
+void FormulaGraph::FetchAhead(const std::vector<uint32_t>& queue, size_t next) {
   if (next + 2 * kAhead < queue.size()) nodes_.Fetch(queue[next + 2 * kAhead]);
   if (next + kAhead < queue.size()) {
     const Node& node = nodes_[queue[next + kAhead]];
@@ -731,7 +672,7 @@ void LiveDocument::FetchAhead(const std::vector<uint32_t>& queue, size_t next) {
   }
 }
 
-void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
+void FormulaGraph::Propagate(const std::vector<uint32_t>& changed,
                              const std::vector<uint32_t>& evaluate) {
   BuildIndex();
   ++round_;
@@ -789,6 +730,155 @@ void LiveDocument::Propagate(const std::vector<uint32_t>& changed,
     if (broken || queue.size() == round.size()) break;
     BreakCycles(round, queue);
   }
+}
+
+std::string FormulaGraph::FieldText(LiveSheet& live, uint32_t row) {
+  CellAddress value;
+  value.section = section::kTextField;
+  value.row = row;
+  CellAddress format = value;
+  format.column = 2;
+  const FormulaValue result = Value(NodeOf(live, value));
+  const ResolvedCell picture = cells_.Resolve(live, format);
+  if (picture.formula != nullptr) {
+    const auto computed = EvaluateText(live, *picture.formula_sheet, picture.formula->formula);
+    if (computed) return FormatWithPicture(result, computed->ToText());
+  }
+  const std::string_view text = picture.value != nullptr ? picture.value->value : "";
+  if (text.empty() || text == "esc(0)" || text == "0") return result.ToText();
+  return FormatWithPicture(result, text);
+}
+
+void FormulaGraph::ShowField(LiveSheet& live, const CellAddress& address) {
+  constexpr uint16_t kValueColumn = 0;
+  if (address.section != section::kTextField || address.column != kValueColumn) return;
+  Sheet& sheet = *live.sheet;
+  if (!sheet.text) {
+    // Other programs do not compute what an inherited text shows of the shape's own field.
+    const auto shows = [&](const TextPiece& piece) {
+      return piece.kind == TextPiece::Kind::kField && piece.index == address.row;
+    };
+    for (const Sheet* level : live.chain) {
+      if (!level->text) continue;
+      if (std::none_of(level->text->begin(), level->text->end(), shows)) return;
+      sheet.text = level->text;
+      sheet.text_changed = true;
+      break;
+    }
+    if (!sheet.text) return;
+  }
+  for (TextPiece& piece : *sheet.text) {
+    if (piece.kind != TextPiece::Kind::kField || piece.index != address.row) continue;
+    const std::string text = FieldText(live, address.row);
+    if (piece.text == text || !TakesText(text.size())) continue;
+    piece.text = model_.arena.Keep(text);
+    sheet.text_changed = true;
+  }
+}
+
+std::string FormulaGraph::TextOf(Sheet& sheet) {
+  LiveSheet& live = cells_.Live(sheet);
+  const std::vector<TextPiece>* pieces = nullptr;
+  bool inherited = false;
+  for (Sheet* level : live.chain) {
+    if (level->text) {
+      pieces = &*level->text;
+      inherited = level != &sheet;
+      break;
+    }
+  }
+  std::string text;
+  if (pieces == nullptr) return text;
+  for (const TextPiece& piece : *pieces) {
+    if (piece.kind == TextPiece::Kind::kLiteral) text += piece.text;
+    if (piece.kind != TextPiece::Kind::kField) continue;
+    CellAddress address;
+    address.section = section::kTextField;
+    address.row = piece.index;
+    const FormulaValue& now = Current(NodeOf(live, address));
+    const ResolvedCell value = cells_.Resolve(live, address);
+    // The text that was saved is right until something behind it is another than when it was saved.
+    const bool stale =
+        value.value != nullptr &&
+        (piece.text.empty() || value.value->changed ||
+         (inherited && (value.local != nullptr || !SameValue(now, StoredValue(*value.value)))));
+    const std::string shown = stale ? FieldText(live, piece.index) : std::string(piece.text);
+    // Many fields may show one long text.
+    text +=
+        text.size() + shown.size() <= kMostShapeText ? shown : ErrorText(FormulaErrorKind::kValue);
+  }
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
+}
+
+std::string_view FormulaGraph::InSlot(Node& node, std::string_view text) {
+  if (text.empty()) return {};
+  if (text.size() > node.room) {
+    // Doubled, so that a text which grows step by step leaves little behind.
+    node.room = static_cast<uint32_t>(std::bit_ceil(std::max(kNumberBytes, text.size())));
+    node.slot = const_cast<char*>(model_.arena.Keep(std::string(node.room, '\0')).data());
+  }
+  std::memcpy(node.slot, text.data(), text.size());
+  return {node.slot, text.size()};
+}
+
+void FormulaGraph::StoreResult(uint32_t index, const FormulaValue& value) {
+  Node& node = nodes_[index];
+  if (value.kind == FormulaValue::Kind::kText && value.text.size() > node.room &&
+      !TakesText(value.text.size())) {
+    return StoreResult(index, FormulaValue::Error(FormulaErrorKind::kValue));
+  }
+  LiveSheet& live = *node.sheet;
+  if (node.stored == nullptr || node.layout != live.layout) {
+    node.stored = &cells_.EnsureLocal(live, node.address);
+    node.layout = live.layout;
+  }
+  StoredCell& cell = *node.stored;
+  if (value.IsError()) {
+    // The last good value stays beside the error, as the drawing program keeps it.
+    cell.error = ErrorText(value.error);
+  } else {
+    cell.error = {};
+    if (value.kind == FormulaValue::Kind::kText) {
+      cell.value = InSlot(node, value.text);
+      cell.unit = "STR";
+    } else if (value.kind == FormulaValue::Kind::kEmpty) {
+      cell.value = {};
+    } else if (value.kind == FormulaValue::Kind::kPoint) {
+      char x[kNumberBytes];
+      char y[kNumberBytes];
+      cell.value = InSlot(node, "PNT(" + std::string(NumberText(value.number, x)) + "," +
+                                    std::string(NumberText(value.y, y)) + ")");
+      cell.unit = "PNT";
+    } else {
+      char buffer[kNumberBytes];
+      cell.value = InSlot(node, NumberText(value.number, buffer));
+      if (value.kind == FormulaValue::Kind::kBoolean) {
+        cell.unit = "BOOL";
+      } else {
+        cell.unit = UnitCode(value.unit);
+      }
+    }
+  }
+  cell.has_value = true;
+  cell.changed = true;
+  node.value = value;
+  node.value_ready = true;
+  node.unsaved = false;
+  cells_.Mark(*live.sheet);
+  ShowField(live, node.address);
+  if (observer != nullptr) {
+    observer->ResultChanged(cells_.Place(live, node.address),
+                            FromUtf8(ResultText(live, node.address)));
+  }
+}
+
+std::string FormulaGraph::ResultText(LiveSheet& live, const CellAddress& address) {
+  return Current(NodeOf(live, address)).ToText();
+}
+
+double FormulaGraph::ResultNumber(LiveSheet& live, const CellAddress& address) {
+  return Current(NodeOf(live, address)).ToNumber();
 }
 
 }  // namespace ohmwise::embedded

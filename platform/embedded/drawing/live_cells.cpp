@@ -4,13 +4,12 @@
 #include <cstring>
 
 #include "base/text.h"
-#include "platform/embedded/drawing/live_document.h"
+#include "platform/embedded/drawing/live_cells.h"
 
 namespace ohmwise::embedded {
 namespace {
 
 constexpr size_t kMasterDepth = 64;
-constexpr size_t kMostShapeText = 1u << 20;  // bytes, with the fields in it
 
 bool ParseNumber(std::string_view text, double& number) {
   if (!text.empty() && text[0] == '+') text.remove_prefix(1);
@@ -77,27 +76,23 @@ FormulaValue StoredValue(const StoredCell& cell) {
   return FormulaValue::Text(std::string(cell.value));
 }
 
-std::string_view NumberText(double number, char (&buffer)[kSlotBytes]) {
+std::string_view NumberText(double number, char (&buffer)[kNumberBytes]) {
   if (number == 0) number = 0;  // no "-0"
   if (!std::isfinite(number)) return "0";
-  const auto result = std::to_chars(buffer, buffer + kSlotBytes, number);
+  const auto result = std::to_chars(buffer, buffer + kNumberBytes, number);
   for (char* c = buffer; c != result.ptr; ++c) {
     if (*c == 'e') *c = 'E';
   }
   return {buffer, static_cast<size_t>(result.ptr - buffer)};
 }
 
-LiveDocument::LiveDocument(DocumentModel& model)
-    : model_(model), anchor_(std::make_shared<Anchor>()) {
-  anchor_->document = this;
-}
+LiveCells::LiveCells(DocumentModel& model) : model_(model) {}
 
-LiveDocument::~LiveDocument() {
-  anchor_->document = nullptr;
+LiveCells::~LiveCells() {
   for (const auto& live : sheets_) live->sheet->live = nullptr;
 }
 
-LiveSheet& LiveDocument::Live(Sheet& sheet) {
+LiveSheet& LiveCells::Live(Sheet& sheet) {
   if (sheet.live != nullptr) return *static_cast<LiveSheet*>(sheet.live);
   auto& live = *sheets_.emplace_back(std::make_unique<LiveSheet>());
   live.sheet = &sheet;
@@ -106,11 +101,11 @@ LiveSheet& LiveDocument::Live(Sheet& sheet) {
   return live;
 }
 
-MasterModel* LiveDocument::MasterOf(const Sheet& sheet) noexcept {
+MasterModel* LiveCells::MasterOf(const Sheet& sheet) noexcept {
   return sheet.master == Sheet::kNoId ? nullptr : model_.FindMaster(sheet.master);
 }
 
-void LiveDocument::MakeChain(LiveSheet& live) {
+void LiveCells::MakeChain(LiveSheet& live) {
   Sheet* at = live.sheet;
   live.chain.push_back(at);
   live.root = at;
@@ -136,7 +131,7 @@ void LiveDocument::MakeChain(LiveSheet& live) {
   }
 }
 
-Sheet* LiveDocument::StyleFor(const LiveSheet& live, const CellAddress& address) {
+Sheet* LiveCells::StyleFor(const LiveSheet& live, const CellAddress& address) {
   uint32_t Sheet::*which = &Sheet::line_style;
   if (address.section == section::kCharacter || address.section == section::kParagraph) {
     which = &Sheet::text_style;
@@ -159,13 +154,12 @@ Sheet* LiveDocument::StyleFor(const LiveSheet& live, const CellAddress& address)
   return nullptr;
 }
 
-uint32_t LiveDocument::RowKey(const StoredRow& row, size_t position) {
+uint32_t LiveCells::RowKey(const StoredRow& row, size_t position) {
   if (!row.name.empty()) return CellAddress::kNamedRow | names_.Intern(row.name);
   return row.index.value_or(static_cast<uint32_t>(position)) & ~CellAddress::kNamedRow;
 }
 
-StoredRow* LiveDocument::FindInLongSection(Sheet& sheet, size_t section,
-                                           const CellAddress& address) {
+StoredRow* LiveCells::FindInLongSection(Sheet& sheet, size_t section, const CellAddress& address) {
   std::vector<StoredRow>& rows = sheet.sections[section].rows;
   StoredRowIndex& index = Live(sheet).stored_rows[section];
   for (; index.taken < rows.size(); ++index.taken) {
@@ -196,7 +190,7 @@ StoredRow* LiveDocument::FindInLongSection(Sheet& sheet, size_t section,
   return nullptr;
 }
 
-StoredRow* LiveDocument::FindRow(Sheet& sheet, const CellAddress& address) {
+StoredRow* LiveCells::FindRow(Sheet& sheet, const CellAddress& address) {
   constexpr size_t kShortSection = 12;
   const bool named = (address.row & CellAddress::kNamedRow) != 0;
   const std::string_view name =
@@ -222,7 +216,7 @@ StoredRow* LiveDocument::FindRow(Sheet& sheet, const CellAddress& address) {
   return nullptr;
 }
 
-void LiveDocument::CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows) {
+void LiveCells::CollectRows(LiveSheet& live, uint16_t section, std::vector<RowView>& rows) {
   // From the farthest master to the sheet itself, so that the master's rows come first.
   std::vector<Sheet*> levels(live.chain.rbegin(), live.chain.rend());
   CellAddress probe;
@@ -276,7 +270,7 @@ void LiveDocument::CollectRows(LiveSheet& live, uint16_t section, std::vector<Ro
   }
 }
 
-RowList& LiveDocument::Rows(LiveSheet& live, uint16_t section) {
+RowList& LiveCells::Rows(LiveSheet& live, uint16_t section) {
   LiveRows* rows = nullptr;
   for (LiveRows& listed : live.rows) {
     if (listed.section == section) rows = &listed;
@@ -294,7 +288,7 @@ RowList& LiveDocument::Rows(LiveSheet& live, uint16_t section) {
   return rows->list;
 }
 
-std::optional<CellAddress> LiveDocument::Address(LiveSheet& live, const CellSpec& spec) {
+std::optional<CellAddress> LiveCells::Address(LiveSheet& live, const CellSpec& spec) {
   CellAddress address;
   address.section = spec.section;
   address.column = spec.column;
@@ -327,12 +321,12 @@ std::optional<CellAddress> LiveDocument::Address(LiveSheet& live, const CellSpec
   return address;
 }
 
-std::optional<CellAddress> LiveDocument::Address(LiveSheet& live, std::string_view name) {
+std::optional<CellAddress> LiveCells::Address(LiveSheet& live, std::string_view name) {
   const auto spec = ParseCellName(names_, name);
   return spec ? Address(live, *spec) : std::nullopt;
 }
 
-bool LiveDocument::OneD(Sheet& sheet) {
+bool LiveCells::OneD(Sheet& sheet) {
   for (Sheet* level : Live(sheet).chain) {
     for (const StoredCell& cell : level->cells) {
       if (cell.name == "BeginX" && !cell.removed) return true;
@@ -341,7 +335,7 @@ bool LiveDocument::OneD(Sheet& sheet) {
   return false;
 }
 
-FormulaValue LiveDocument::DefaultValue(const CellAddress& address) const {
+FormulaValue LiveCells::DefaultValue(const CellAddress& address) const {
   if (!address.IsObject()) return FormulaValue();
   const ObjectCellInfo* info = FindObjectCell(address.column);
   if (info == nullptr) return FormulaValue();
@@ -351,7 +345,7 @@ FormulaValue LiveDocument::DefaultValue(const CellAddress& address) const {
   return StoredValue(cell);
 }
 
-ResolvedCell LiveDocument::Resolve(LiveSheet& live, const CellAddress& address) {
+ResolvedCell LiveCells::Resolve(LiveSheet& live, const CellAddress& address) {
   ResolvedCell result;
   const bool component = address.section >= section::kFirstGeometry &&
                          address.section <= section::kLastGeometry && address.row == 0;
@@ -418,7 +412,7 @@ ResolvedCell LiveDocument::Resolve(LiveSheet& live, const CellAddress& address) 
   return result;
 }
 
-bool LiveDocument::ExistsLocally(LiveSheet& live, const CellAddress& address) {
+bool LiveCells::ExistsLocally(LiveSheet& live, const CellAddress& address) {
   Sheet& sheet = *live.sheet;
   if (address.IsObject()) {
     return std::any_of(sheet.cells.begin(), sheet.cells.end(), [&](const StoredCell& cell) {
@@ -435,7 +429,7 @@ bool LiveDocument::ExistsLocally(LiveSheet& live, const CellAddress& address) {
   return row != nullptr && !row->deleted;
 }
 
-std::string_view LiveDocument::RowTypeText(LiveSheet& live, const CellAddress& address) {
+std::string_view LiveCells::RowTypeText(LiveSheet& live, const CellAddress& address) {
   for (Sheet* level : live.chain) {
     const StoredRow* row = FindRow(*level, address);
     if (row != nullptr && !row->type.empty()) return row->type;
@@ -443,7 +437,7 @@ std::string_view LiveDocument::RowTypeText(LiveSheet& live, const CellAddress& a
   return {};
 }
 
-bool LiveDocument::NamedConnection(LiveSheet& live, const CellAddress& address) {
+bool LiveCells::NamedConnection(LiveSheet& live, const CellAddress& address) {
   if (address.section != section::kConnectionPoints) return false;
   if (RowTypeText(live, address) == "ConnectionABCD") return true;
   for (Sheet* level : live.chain) {
@@ -456,7 +450,7 @@ bool LiveDocument::NamedConnection(LiveSheet& live, const CellAddress& address) 
   return false;
 }
 
-std::string LiveDocument::CellName(LiveSheet& live, const CellAddress& address) {
+std::string LiveCells::CellName(LiveSheet& live, const CellAddress& address) {
   const std::string column(ColumnName(names_, address, NamedConnection(live, address)));
   if (address.IsObject()) return column;
   const SectionInfo& info = *FindSection(static_cast<int16_t>(address.section));
@@ -486,7 +480,7 @@ std::string LiveDocument::CellName(LiveSheet& live, const CellAddress& address) 
   return name + "." + column + std::to_string(ordinal);
 }
 
-std::string LiveDocument::NameOf(Sheet& sheet, bool universal) {
+std::string LiveCells::NameOf(Sheet& sheet, bool universal) {
   switch (sheet.kind) {
     case SheetKind::kPage:
       return "ThePage";
@@ -509,86 +503,7 @@ std::string LiveDocument::NameOf(Sheet& sheet, bool universal) {
   return "Sheet." + std::to_string(sheet.id);
 }
 
-std::string LiveDocument::FieldText(LiveSheet& live, uint32_t row) {
-  CellAddress value;
-  value.section = section::kTextField;
-  value.row = row;
-  CellAddress format = value;
-  format.column = 2;
-  const FormulaValue result = Value(NodeOf(live, value));
-  const ResolvedCell picture = Resolve(live, format);
-  if (picture.formula != nullptr) {
-    const auto computed = EvaluateText(live, *picture.formula_sheet, picture.formula->formula);
-    if (computed) return FormatWithPicture(result, computed->ToText());
-  }
-  const std::string_view text = picture.value != nullptr ? picture.value->value : "";
-  if (text.empty() || text == "esc(0)" || text == "0") return result.ToText();
-  return FormatWithPicture(result, text);
-}
-
-void LiveDocument::ShowField(LiveSheet& live, const CellAddress& address) {
-  constexpr uint16_t kValueColumn = 0;
-  if (address.section != section::kTextField || address.column != kValueColumn) return;
-  Sheet& sheet = *live.sheet;
-  if (!sheet.text) {
-    // Other programs do not compute what an inherited text shows of the shape's own field.
-    const auto shows = [&](const TextPiece& piece) {
-      return piece.kind == TextPiece::Kind::kField && piece.index == address.row;
-    };
-    for (const Sheet* level : live.chain) {
-      if (!level->text) continue;
-      if (std::none_of(level->text->begin(), level->text->end(), shows)) return;
-      sheet.text = level->text;
-      sheet.text_changed = true;
-      break;
-    }
-    if (!sheet.text) return;
-  }
-  for (TextPiece& piece : *sheet.text) {
-    if (piece.kind != TextPiece::Kind::kField || piece.index != address.row) continue;
-    const std::string text = FieldText(live, address.row);
-    if (piece.text == text || !TakesText(text.size())) continue;
-    piece.text = model_.arena.Keep(text);
-    sheet.text_changed = true;
-  }
-}
-
-std::string LiveDocument::TextOf(Sheet& sheet) {
-  LiveSheet& live = Live(sheet);
-  const std::vector<TextPiece>* pieces = nullptr;
-  bool inherited = false;
-  for (Sheet* level : live.chain) {
-    if (level->text) {
-      pieces = &*level->text;
-      inherited = level != &sheet;
-      break;
-    }
-  }
-  std::string text;
-  if (pieces == nullptr) return text;
-  for (const TextPiece& piece : *pieces) {
-    if (piece.kind == TextPiece::Kind::kLiteral) text += piece.text;
-    if (piece.kind != TextPiece::Kind::kField) continue;
-    CellAddress address;
-    address.section = section::kTextField;
-    address.row = piece.index;
-    const FormulaValue& now = Current(NodeOf(live, address));
-    const ResolvedCell value = Resolve(live, address);
-    // The text that was saved is right until something behind it is another than when it was saved.
-    const bool stale =
-        value.value != nullptr &&
-        (piece.text.empty() || value.value->changed ||
-         (inherited && (value.local != nullptr || !SameValue(now, StoredValue(*value.value)))));
-    const std::string shown = stale ? FieldText(live, piece.index) : std::string(piece.text);
-    // Many fields may show one long text.
-    text +=
-        text.size() + shown.size() <= kMostShapeText ? shown : ErrorText(FormulaErrorKind::kValue);
-  }
-  if (!text.empty() && text.back() == '\n') text.pop_back();
-  return text;
-}
-
-PageModel* LiveDocument::PageOf(const Sheet& sheet) noexcept {
+PageModel* LiveCells::PageOf(const Sheet& sheet) noexcept {
   if (sheet.contents != nullptr) return sheet.contents->page;
   if (sheet.kind != SheetKind::kPage) return nullptr;
   for (const auto& page : model_.pages) {
@@ -597,7 +512,7 @@ PageModel* LiveDocument::PageOf(const Sheet& sheet) noexcept {
   return nullptr;
 }
 
-Sheet* LiveDocument::PageSheetOf(const Sheet& sheet) noexcept {
+Sheet* LiveCells::PageSheetOf(const Sheet& sheet) noexcept {
   if (sheet.contents == nullptr) {
     return sheet.kind == SheetKind::kPage || sheet.kind == SheetKind::kMasterPage
                ? const_cast<Sheet*>(&sheet)
@@ -607,14 +522,14 @@ Sheet* LiveDocument::PageSheetOf(const Sheet& sheet) noexcept {
   return sheet.contents->master != nullptr ? &sheet.contents->master->sheet : nullptr;
 }
 
-LiveContents& LiveDocument::Lists(Contents& contents) {
+LiveContents& LiveCells::Lists(Contents& contents) {
   model_.Ensure(contents);
   auto& lists = lists_[&contents];
   if (!lists) lists = std::make_unique<LiveContents>();
   return *lists;
 }
 
-void LiveDocument::ForgetLists(Contents* contents) {
+void LiveCells::ForgetLists(Contents* contents) {
   if (contents != nullptr) lists_.erase(contents);
 }
 
@@ -632,7 +547,7 @@ bool Shown(const Sheet& sheet) { return !sheet.erased && !sheet.deleted_in_maste
 
 }  // namespace
 
-const std::vector<Sheet*>& LiveDocument::Visible(Contents& contents, Sheet* group) {
+const std::vector<Sheet*>& LiveCells::Visible(Contents& contents, Sheet* group) {
   LiveContents& lists = Lists(contents);
   const auto [at, fresh] = lists.visible.try_emplace(group);
   if (fresh) {
@@ -643,7 +558,7 @@ const std::vector<Sheet*>& LiveDocument::Visible(Contents& contents, Sheet* grou
   return at->second;
 }
 
-Sheet* LiveDocument::FindById(Contents& contents, uint32_t id) {
+Sheet* LiveCells::FindById(Contents& contents, uint32_t id) {
   LiveContents& lists = Lists(contents);
   if (!lists.by_id_ready) {
     lists.by_id_ready = true;
@@ -657,7 +572,7 @@ Sheet* LiveDocument::FindById(Contents& contents, uint32_t id) {
   return found == lists.by_id.end() ? nullptr : found->second;
 }
 
-void LiveDocument::NoteInLists(Contents& contents, Sheet& sheet) {
+void LiveCells::NoteInLists(Contents& contents, Sheet& sheet) {
   LiveContents& lists = Lists(contents);
   if (const auto top = lists.visible.find(nullptr); top != lists.visible.end()) {
     top->second.push_back(&sheet);
@@ -671,15 +586,15 @@ void LiveDocument::NoteInLists(Contents& contents, Sheet& sheet) {
   note(sheet);
 }
 
-void LiveDocument::NoteName(LiveContents& lists, Sheet& sheet) {
+void LiveCells::NoteName(LiveContents& lists, Sheet& sheet) {
   const uint32_t local = names_.Intern(NameOf(sheet, false));
   const uint32_t universal = names_.Intern(NameOf(sheet, true));
   lists.by_name[local].push_back(&sheet);
   if (universal != local) lists.by_name[universal].push_back(&sheet);
 }
 
-Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group,
-                                bool* shared) {
+Sheet* LiveCells::FindByName(Contents& contents, std::string_view name, bool deep, Sheet* group,
+                             bool* shared) {
   const auto fits = [&](const Sheet& sheet) { return deep || sheet.parent == group; };
   model_.Ensure(contents);
   if (name.size() == 38 && name[0] == '{') {
@@ -732,14 +647,14 @@ Sheet* LiveDocument::FindByName(Contents& contents, std::string_view name, bool 
   return found;
 }
 
-std::string LiveDocument::DistinctName(Sheet& sheet) {
+std::string LiveCells::DistinctName(Sheet& sheet) {
   std::string name = NameOf(sheet, false);
   bool shared = false;
   if (FindByName(*sheet.contents, name, true, nullptr, &shared) == &sheet && !shared) return name;
   return "Sheet." + std::to_string(sheet.id);
 }
 
-PageModel* LiveDocument::FindPageByName(std::string_view name) noexcept {
+PageModel* LiveCells::FindPageByName(std::string_view name) noexcept {
   PageModel* universal = nullptr;
   for (const auto& page : model_.pages) {
     if (page->erased) continue;
@@ -749,7 +664,7 @@ PageModel* LiveDocument::FindPageByName(std::string_view name) noexcept {
   return universal;
 }
 
-MasterModel* LiveDocument::FindMasterByName(std::string_view name) noexcept {
+MasterModel* LiveCells::FindMasterByName(std::string_view name) noexcept {
   MasterModel* local = nullptr;
   for (const auto& master : model_.masters) {
     if (SameName(master->name_u, name)) return master.get();
@@ -758,7 +673,7 @@ MasterModel* LiveDocument::FindMasterByName(std::string_view name) noexcept {
   return local;
 }
 
-std::vector<PageModel*> LiveDocument::PagesInOrder() {
+std::vector<PageModel*> LiveCells::PagesInOrder() {
   std::vector<PageModel*> pages;
   for (const bool background : {false, true}) {
     for (const auto& page : model_.pages) {
@@ -768,7 +683,7 @@ std::vector<PageModel*> LiveDocument::PagesInOrder() {
   return pages;
 }
 
-CellPlace LiveDocument::Place(LiveSheet& live, const CellAddress& address) {
+CellPlace LiveCells::Place(LiveSheet& live, const CellAddress& address) {
   CellPlace place;
   Sheet& sheet = *live.sheet;
   if (const PageModel* page = PageOf(sheet)) {
@@ -781,7 +696,7 @@ CellPlace LiveDocument::Place(LiveSheet& live, const CellAddress& address) {
   return place;
 }
 
-std::u16string LiveDocument::PlaceText(const CellPlace& place) {
+std::u16string LiveCells::PlaceText(const CellPlace& place) {
   std::u16string text;
   for (const std::u16string* part : {&place.page, &place.shape, &place.cell}) {
     if (part->empty()) continue;
@@ -791,7 +706,7 @@ std::u16string LiveDocument::PlaceText(const CellPlace& place) {
   return text;
 }
 
-void LiveDocument::ForEachSheet(const std::function<void(Sheet&)>& visit, bool masters) {
+void LiveCells::ForEachSheet(const std::function<void(Sheet&)>& visit, bool masters) {
   visit(model_.sheet);
   const auto contents = [&](Contents& held) {
     model_.Ensure(held);
@@ -808,6 +723,183 @@ void LiveDocument::ForEachSheet(const std::function<void(Sheet&)>& visit, bool m
   for (const auto& master : model_.masters) {
     visit(master->sheet);
     contents(master->contents);
+  }
+}
+
+Sheet* LiveCells::Counterpart(LiveSheet& live, Sheet* target) {
+  if (target == nullptr) return nullptr;
+  LiveSheet& root = Live(*live.root);
+  if (!root.counterparts_ready) {
+    root.counterparts_ready = true;
+    const std::function<void(Sheet&)> note = [&](Sheet& sheet) {
+      if (sheet.erased || sheet.deleted_in_master) return;
+      const auto& chain = Live(sheet).chain;
+      for (size_t i = 1; i < chain.size(); ++i) root.counterparts.emplace(chain[i], &sheet);
+      for (const auto& child : sheet.children) note(*child);
+    };
+    note(*root.sheet);
+  }
+  const auto found = root.counterparts.find(target);
+  return found == root.counterparts.end() ? nullptr : found->second;
+}
+
+Sheet* LiveCells::Target(LiveSheet& live, Sheet& formula_sheet, const Reference& reference) {
+  using Scope = Reference::Scope;
+  switch (reference.scope) {
+    case Scope::kSelf:
+      return live.sheet;
+    case Scope::kThePage:
+      return PageSheetOf(*live.sheet);
+    case Scope::kTheDoc:
+      return &model_.sheet;
+    case Scope::kSheet:
+    case Scope::kShape: {
+      Contents* contents = formula_sheet.contents;
+      if (contents == nullptr) {
+        for (const auto& page : model_.pages) {
+          if (&page->sheet == &formula_sheet) contents = &page->contents;
+        }
+        for (const auto& master : model_.masters) {
+          if (&master->sheet == &formula_sheet) contents = &master->contents;
+        }
+      }
+      if (contents == nullptr) return nullptr;
+      Sheet* found = reference.scope == Scope::kSheet
+                         ? FindById(*contents, reference.sheet_id)
+                         : FindByName(*contents, reference.shape, true);
+      return &formula_sheet == live.sheet ? found : Counterpart(live, found);
+    }
+    case Scope::kPage:
+    case Scope::kPageSheet:
+    case Scope::kPageShape: {
+      PageModel* page = FindPageByName(reference.page);
+      if (page == nullptr) return nullptr;
+      if (reference.scope == Scope::kPage) return &page->sheet;
+      return reference.scope == Scope::kPageSheet
+                 ? FindById(page->contents, reference.sheet_id)
+                 : FindByName(page->contents, reference.shape, true);
+    }
+    case Scope::kMaster:
+    case Scope::kMasterSheet:
+    case Scope::kMasterShape: {
+      MasterModel* master = FindMasterByName(reference.page);
+      if (master == nullptr) return nullptr;
+      if (reference.scope == Scope::kMaster) return &master->sheet;
+      return reference.scope == Scope::kMasterSheet
+                 ? FindById(master->contents, reference.sheet_id)
+                 : FindByName(master->contents, reference.shape, true);
+    }
+    case Scope::kStyle:
+      for (const auto& style : model_.styles) {
+        if (SameName(style->name_u, reference.page) || SameName(style->name, reference.page)) {
+          return style.get();
+        }
+      }
+      return nullptr;
+  }
+  return nullptr;
+}
+
+void LiveCells::Mark(Sheet& sheet) {
+  sheet.cells_changed = true;
+  if (sheet.contents != nullptr) sheet.contents->changed = true;
+}
+
+StoredSection& LiveCells::EnsureSection(Sheet& sheet, uint16_t section) {
+  for (StoredSection& stored : sheet.sections) {
+    if (SectionNumber(stored) != section) continue;
+    if (stored.deleted) {
+      stored.deleted = false;
+      stored.changed = true;
+    }
+    return stored;
+  }
+  const SectionInfo& info = *FindSection(static_cast<int16_t>(section));
+  StoredSection& stored = sheet.sections.emplace_back();
+  stored.name = info.stored;
+  stored.changed = true;
+  if (info.style == RowStyle::kGeometry) {
+    stored.index = static_cast<uint32_t>(section - section::kFirstGeometry);
+  }
+  return stored;
+}
+
+StoredRow& LiveCells::EnsureLocalRow(LiveSheet& live, const CellAddress& address) {
+  Sheet& sheet = *live.sheet;
+  if (StoredRow* row = FindRow(sheet, address)) return *row;
+  const std::string_view type = RowTypeText(live, address);
+  StoredSection& section = EnsureSection(sheet, address.section);
+  StoredRow& row = section.rows.emplace_back();
+  row.changed = true;
+  row.type = type;
+  if (address.row & CellAddress::kNamedRow) {
+    row.name = model_.arena.Keep(names_.Text(address.row & ~CellAddress::kNamedRow));
+    RowList& rows = Rows(live, address.section);
+    if (const auto shown = rows.Find(address.row)) row.name = rows[*shown].name;
+  } else {
+    row.index = address.row;
+  }
+  ++live.layout;
+  return row;
+}
+
+StoredCell& LiveCells::EnsureLocal(LiveSheet& live, const CellAddress& address) {
+  const ResolvedCell resolved = Resolve(live, address);
+  if (resolved.local != nullptr) return *resolved.local;
+  std::vector<StoredCell>* cells = nullptr;
+  if (address.IsObject()) {
+    cells = &live.sheet->cells;
+  } else if (address.row == 0 && address.section >= section::kFirstGeometry &&
+             address.section <= section::kLastGeometry) {
+    cells = &EnsureSection(*live.sheet, address.section).cells;
+  } else {
+    cells = &EnsureLocalRow(live, address).cells;
+  }
+  StoredCell cell;
+  cell.name = ColumnName(names_, address, NamedConnection(live, address));
+  if (address.column & CellAddress::kUnlisted) cell.name = model_.arena.Keep(cell.name);
+  cell.changed = true;
+  cell.has_value = false;
+  cell.formula_state =
+      resolved.formula != nullptr ? FormulaState::kInherited : FormulaState::kAbsent;
+  ++live.layout;
+  return cells->emplace_back(cell);
+}
+
+void LiveCells::WriteConstant(LiveSheet& live, const CellAddress& address,
+                              const FormulaValue& value) {
+  StoredCell& cell = EnsureLocal(live, address);
+  cell.formula = {};
+  cell.formula_state = FormulaState::kInherited;
+  const bool inherits = Resolve(live, address).formula != nullptr;
+  cell.formula_state = inherits ? FormulaState::kBlocked : FormulaState::kAbsent;
+  cell.error = {};
+  cell.has_value = true;
+  cell.changed = true;
+  char buffer[kNumberBytes];
+  switch (value.kind) {
+    case FormulaValue::Kind::kEmpty:
+      cell.value = {};
+      cell.unit = {};
+      break;
+    case FormulaValue::Kind::kText:
+      cell.value = model_.arena.Keep(value.text);
+      cell.unit = "STR";
+      break;
+    case FormulaValue::Kind::kBoolean:
+      cell.value = value.number != 0 ? "1" : "0";
+      cell.unit = "BOOL";
+      break;
+    default:
+      cell.value = model_.arena.Keep(NumberText(value.number, buffer));
+      cell.unit = UnitCode(value.unit);
+      break;
+  }
+}
+
+void LiveCells::ForgetRows(LiveSheet& live, uint16_t section) {
+  for (LiveRows& rows : live.rows) {
+    if (rows.section == section) rows.ready = false;
   }
 }
 
