@@ -213,7 +213,7 @@ class BillOfMaterials final : public Report {
     if (shape->CellExists(u"User.Group", false)) {
       const int16_t group = ToInt16(shape->Cells(u"User.Group")->ResultNumber());
       if (group != 1) {
-        text += u"-" + SharedLang().GetStr(kGroupText) + DecimalText(int32_t{group});
+        text += u"-" + StoredText(kGroupText) + DecimalText(int32_t{group});
       }
     }
     return text;

@@ -19,9 +19,9 @@ void clsTBlockObj::EnsureGroup(const ShapeRef& shape) {
 
 std::u16string clsTBlockObj::GetKey() const {
   const ShapeRef& shape = crossref::Need(data_);
+  const std::u16string group_text = SharedLang().GetStr(kGroupText);  // may fail: before the write
   EnsureGroup(shape);
-  return shape->Text() + u"-" + SharedLang().GetStr(kGroupText) +
-         shape->Cells(u"User.Group")->Formula();
+  return shape->Text() + u"-" + group_text + shape->Cells(u"User.Group")->Formula();
 }
 
 std::u16string clsTBlockObj::GetData() const { return crossref::Need(data_)->Text(); }

@@ -69,14 +69,9 @@ bool Beats(const ShapeRef& shape, const ShapeRef& kept) {
          crossref::NumberOrZero(kept, u"User.Priority");
 }
 
-void AddComponent(const CollectionRef& components, const Member& member,
-                  std::u16string_view group_text) {
+void AddComponent(const CollectionRef& components, const Member& member) {
   std::u16string key = member.shape->Text();
-  if (member.group != 1) {
-    key += u"-";
-    key += group_text;
-    key += DecimalText(member.group);
-  }
+  if (member.group != 1) key += u"-" + StoredText(kGroupText) + DecimalText(member.group);
   if (SharedMisc().GotInCollection(components, key)) {
     if (!Beats(member.shape, ToShape(components->Item(key)))) return;
     components->Remove(key);
@@ -91,7 +86,6 @@ void clsLCrossRef::GetRefComp(const CollectionRef& tcolRefShape, const Collectio
   Trapped([&] {
     crossref::ProgressLine progress(kBusyText);
     if (ShowMssg) progress.Show();
-    const std::u16string group_text = UserText(kGroupText);
     crossref::Need(colRefComp);
     for (const CollectionRef& entry : crossref::EntriesOf(crossref::Need(tcolRefShape))) {
       const std::vector<ShapeRef> shapes = crossref::ShapesOf(entry);
@@ -103,7 +97,7 @@ void clsLCrossRef::GetRefComp(const CollectionRef& tcolRefShape, const Collectio
       const std::vector<Member> members = RenumberGroups(shapes);
       report();
       for (const Member& member : members) {
-        Trapped([&] { AddComponent(colRefComp, member, group_text); });
+        Trapped([&] { AddComponent(colRefComp, member); });
       }
     }
   });

@@ -25,19 +25,20 @@ constexpr int32_t kNoText = 70;
 constexpr int32_t kPageText = 132;
 constexpr int32_t kEmptyTextWarning = 275;  // speaks of a net
 
-/// Warns of a shape without text and gives it a placeholder.
+/// Warns of a shape without text and gives it a placeholder. Nothing happens to the shape when a
+/// text cannot be read.
 void EnsureText(const ShapeRef& shape, const RoleTexts& texts) {
   if (!TrimSpaces(shape->Text()).empty()) return;
-  const std::u16string role = UserText(texts.role);
-  const std::u16string title = UserText(kNoText);
-  std::u16string message = UserText(kEmptyTextWarning);
+  const std::u16string role = StoredText(texts.role);
+  const std::u16string title = StoredText(kNoText);
+  std::u16string message = SharedLang().GetStr(kEmptyTextWarning);
   if (texts.role != kNetTexts.role) {
-    message = ReplaceAll(message, UserText(kNetTexts.role), role);
+    message = ReplaceAll(message, SharedLang().GetStr(kNetTexts.role), role);
   }
   const PageRef page = crossref::Need(shape->ContainingPage());
-  message += u"\r\n" + UserText(kPageText) + u": " + page->Name();
+  message += u"\r\n" + SharedLang().GetStr(kPageText) + u": " + page->Name();
   message += u"\r\n" + role + u": " + shape->Name();
-  message += u"\r\n" + UserText(texts.shape_text) + u": " + shape->Text();
+  message += u"\r\n" + SharedLang().GetStr(texts.shape_text) + u": " + shape->Text();
   CurrentHost().ShowMessageBox(message, title, MessageIcon::kExclamation);
   shape->SetText(role + u" " + title);
 }

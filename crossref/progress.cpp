@@ -5,9 +5,8 @@
 
 namespace ohmwise::crossref {
 
-ProgressLine::ProgressLine(int32_t text_number) : lead_(UserText(text_number) + u" ..... ") {}
-
 void ProgressLine::Show() {
+  lead_ = UserText(text_number_) + u" ..... ";
   Trapped([&] { window_.ShowMessage(lead_); });
 }
 

@@ -49,15 +49,6 @@ std::vector<Value> Fields(std::u16string_view data) {
   }
 }
 
-/// A box can be shown even where the texts are out of reach.
-std::u16string ErrorTitle() {
-  try {
-    return SharedLang().GetStr(kErrorTitle);
-  } catch (const AutomationError&) {
-    return {};
-  }
-}
-
 }  // namespace
 
 template <class Step>
@@ -66,13 +57,14 @@ bool clsLExport::Guarded(Step&& step) {
     step();
     return true;
   } catch (const AutomationError&) {
-    CurrentHost().ShowMessageBox(step_text_, ErrorTitle(), MessageIcon::kCritical);
+    CurrentHost().ShowMessageBox(step_text_, UserText(kErrorTitle), MessageIcon::kCritical);
     return false;
   }
 }
 
 bool clsLExport::OpenApp() {
   return Guarded([&] {
+    step_text_ = kNoTextSentence;  // for the box, should the first text be out of reach
     step_text_ = SharedLang().GetStr(kStartStep);
     application_ = CurrentHost().spreadsheet().CreateApplication();
     application_->SetVisible(true);

@@ -1,7 +1,6 @@
 #include "lang/clsLLang.h"
 
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include "base/conversion.h"
@@ -17,8 +16,6 @@ constexpr std::u16string_view kProvider =
     u"Provider=Microsoft.Jet.OLEDB.4.0;Jet OLEDB:Database Password=Qm7TzK2pLw9XcVb4NsRd;"
     u"Data Source=";
 constexpr std::u16string_view kDatabaseFile = u"LangDB.mdb";
-constexpr std::u16string_view kMissingText =
-    u"Error: Unable to get language strings from LangDB.mdb";
 constexpr int32_t kCacheSize = 50;
 
 // The folder with a separator at its end. Hosts name it with their own one, so either counts as an
@@ -70,7 +67,7 @@ std::u16string clsLLang::GetStr(int32_t SID) {
   }
   Query(records_,
         u"Select * from Mssg where LID=" + DecimalText(int32_t{language_}) + u" and SID=" + key);
-  std::u16string text(kMissingText);
+  std::u16string text(kNoTextSentence);
   if (!records_->EndOfFile()) text = records_->Field(u"Mssg").ToText();
   records_->Close();
   if (cache_->Count() >= kCacheSize) cache_->Remove(1);
@@ -117,8 +114,16 @@ std::u16string UserText(int32_t number) {
   try {
     return SharedLang().GetStr(number);
   } catch (const AutomationError&) {
-    return std::u16string(kMissingText);
+    return std::u16string(kNoTextSentence);
   }
+}
+
+std::u16string StoredText(int32_t number) {
+  std::u16string text = SharedLang().GetStr(number);
+  if (text == kNoTextSentence) {
+    Raise(Err::kProvider, u"LangDB.mdb has no text " + DecimalText(number) + u".");
+  }
+  return text;
 }
 
 }  // namespace ohmwise

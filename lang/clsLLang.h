@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "base/collection.h"
 #include "platform/database.h"
@@ -43,8 +44,17 @@ class clsLLang {
 /// The thread's shared instance, made on first use; it ends with the thread's host.
 clsLLang& SharedLang();
 
-/// A text by number from the shared instance. Without a language database the fixed error sentence
-/// stands in, so that what has to be shown can be shown.
+/// The sentence that stands where a text cannot be had. It is for the eye alone: see `StoredText`.
+inline constexpr std::u16string_view kNoTextSentence =
+    u"Error: Unable to get language strings from LangDB.mdb";
+
+/// A text by number from the shared instance, for showing. Without a language database the fixed
+/// sentence stands in, so that what has to be shown can be shown.
 std::u16string UserText(int32_t number);
+
+/// A text by number for what stays: texts, cells and links of a drawing, keys. Raises the
+/// provider's error without a language database, and the same number when the text has no row in
+/// it.
+std::u16string StoredText(int32_t number);
 
 }  // namespace ohmwise

@@ -33,9 +33,11 @@ void WriteLink(Shape& label) {
     label.AddNamedRow(section::kHyperlink, kLinkRow, row_tag::kDefault);
   }
   label.Cells(row + u".SubAddress")->SetFormula(u"User.Link");
-  if (HasCell(label, u"Fields.Value")) {
-    label.Cells(row + u".Description")->SetFormula(shapeutil::LinkDescription(u"Fields.Value"));
-  }
+  if (!HasCell(label, u"Fields.Value")) return;
+  // The link works without a description, so a text that cannot be read does not matter.
+  const std::u16string description =
+      ValueOr(std::u16string(), [] { return shapeutil::LinkDescription(u"Fields.Value"); });
+  if (!description.empty()) label.Cells(row + u".Description")->SetFormula(description);
 }
 
 }  // namespace
@@ -61,7 +63,7 @@ void EnsureGrid(const DocumentRef& document) {
 }
 
 std::u16string LinkDescription(std::u16string_view cell) {
-  const std::u16string lead = ReplaceAll(UserText(kComponentText), u"\"", u"\"\"");
+  const std::u16string lead = ReplaceAll(StoredText(kComponentText), u"\"", u"\"\"");
   return u"\"" + lead + u" \"&" + std::u16string(cell);
 }
 

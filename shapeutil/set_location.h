@@ -13,7 +13,7 @@ namespace ohmwise::shapeutil {
 void EnsureGrid(const DocumentRef& document);
 
 /// Formula of the text that names a link: what a component is called, a blank, and the result of a
-/// cell as the label's formulas refer to it.
+/// cell as the label's formulas refer to it. Raises what `StoredText` raises.
 std::u16string LinkDescription(std::u16string_view cell);
 
 }  // namespace ohmwise::shapeutil

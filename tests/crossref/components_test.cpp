@@ -1,5 +1,6 @@
 #include "base/text.h"
 #include "crossref/clsLCrossRef.h"
+#include "lang/clsLLang.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {
@@ -86,6 +87,14 @@ TEST_F(ComponentsTest, TheKeyHoldsTheNumberAfterRenumbering) {
   index_.GetRefComp(drawing.Index(u"colRefShape"), components, false);
   EXPECT_EQ(ToShape(components->Item(u"K1"))->Name(), u"P.2");
   EXPECT_EQ(ToShape(components->Item(u"K1-T1662"))->Name(), u"P.1");
+  EXPECT_EQ(drawing.host().texts_read, std::vector<int32_t>{166}) << "no window, no text for it";
+
+  // What has no key is left out.
+  TestDrawing& other = OpenParts({{u"5", u""}, {u"2", u""}});
+  other.host().texts[166] = kNoTextSentence;
+  const CollectionRef left = MakeCollection();
+  index_.GetRefComp(other.Index(u"colRefShape"), left, false);
+  EXPECT_EQ(NamesOf(left), u"P.2");
 }
 
 TEST_F(ComponentsTest, BadEntriesAndDeadShapesNeverEndTheWalk) {

@@ -1,5 +1,6 @@
 #include "base/error.h"
 #include "crossref/clsLCrossRef.h"
+#include "lang/clsLLang.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise::testing {
@@ -109,14 +110,22 @@ TEST_F(PageScanTest, AShapeWithoutTextIsReportedAndGetsAPlaceholder) {
   }
 }
 
-TEST_F(PageScanTest, WithoutALanguageDatabaseTheWarningIsShownAllTheSame) {
-  TestDrawing& drawing = Open({{u"Page-1", {{u"Net.1", 106, u"", {}, {}}}}});
-  drawing.host().language_database = false;
-  Scan();
-  const std::u16string error = u"Error: Unable to get language strings from LangDB.mdb";
-  ASSERT_EQ(drawing.host().boxes.size(), 1u);
-  EXPECT_EQ(drawing.host().boxes[0].title, error);
-  EXPECT_EQ(drawing.Shape(u"Net.1")->Text(), error + u" " + error);
+TEST_F(PageScanTest, ATextThatCannotBeHadEndsTheScanBeforeTheShapeIsWritten) {
+  for (const int32_t type : {106, 132, 102}) {
+    for (const int32_t missing : {0, 12, 197, 70}) {  // 0: the whole database
+      if (missing == (type == 106 ? 197 : 12) || (type == 102 && missing != 0)) continue;
+      TestDrawing& drawing = Open({{u"Page-1", {{u"Symbol.1", type, u"", {}, {}}}}});
+      drawing.host().language_database = missing != 0;
+      drawing.host().texts[missing] = kNoTextSentence;
+      const ShapeRef symbol = drawing.Shape(u"Symbol.1");
+      const int16_t rows = symbol->RowCount(section::kUser);
+      EXPECT_THROW(Scan(), AutomationError) << type << " " << missing;
+      EXPECT_TRUE(drawing.host().boxes.empty());
+      EXPECT_EQ(symbol->Text(), u"");
+      EXPECT_EQ(symbol->RowCount(section::kUser), rows);
+      EXPECT_EQ(symbol->RowCount(section::kScratch), 0);
+    }
+  }
 }
 
 TEST_F(PageScanTest, AFailureReachesTheCallerAndEndsTheScanAtItsShape) {

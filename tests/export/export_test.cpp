@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "export/clsLExport.h"
+#include "lang/clsLLang.h"
 #include "platform/host.h"
 #include "tests/export/recording_spreadsheet.h"
 
@@ -178,7 +179,8 @@ TEST_F(ExportTest, NothingHappensBeforeOpening) {
 TEST_F(ExportTest, ABoxIsShownEvenWithoutTexts) {
   host_.language_database = false;
   EXPECT_FALSE(book_.OpenApp());
-  EXPECT_EQ(TakeBoxes(), Log{u":  16"});
+  const std::u16string sentence(kNoTextSentence);
+  EXPECT_EQ(TakeBoxes(), Log{sentence + u": " + sentence + u" 16"});
 }
 
 }  // namespace

@@ -18,12 +18,10 @@ class RecordingSpreadsheet final : public TestHost, public Spreadsheet {
  public:
   std::vector<std::u16string> log;
   int calls_until_failure = 0;  ///< 0: none fails
-  NumberFormat numbers;
 
   std::vector<std::u16string> TakeLog() { return std::exchange(log, {}); }
 
   ohmwise::Spreadsheet& spreadsheet() override { return *this; }
-  NumberFormat number_format() override { return numbers; }
   SpreadsheetApplicationRef CreateApplication() override {
     Add(u"CreateObject Excel.application");
     return MakeRef<Application>(*this);

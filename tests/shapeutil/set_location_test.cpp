@@ -132,7 +132,8 @@ TEST_F(SetLocationTest, FailuresAreFalseAndLeaveTheLabel) {
   drawing.host().language_database = false;
   label->AddRow(section::kTextField, -2, row_tag::kDefault);
   EXPECT_TRUE(SharedMisc().SetLocation(label, relay, u"K1"));
-  EXPECT_TRUE(Result(u"Hyperlink.Go1.Description").ends_with(u"LangDB.mdb /2.B4"));
+  EXPECT_EQ(Result(u"Hyperlink.Go1.SubAddress"), u"Page-2/Relay.2");
+  EXPECT_EQ(Result(u"Hyperlink.Go1.Description"), u"");
 }
 
 }  // namespace

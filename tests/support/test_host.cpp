@@ -119,7 +119,8 @@ Door& Door::Current() {
 
 void Door::Install(Door& door) { installed_door = &door; }
 
-std::u16string TestHost::Text(int32_t number) const {
+std::u16string TestHost::Text(int32_t number) {
+  texts_read.push_back(number);
   const auto found = texts.find(number);
   return found != texts.end() ? found->second : u"T" + DecimalText(number);
 }

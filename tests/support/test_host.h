@@ -23,6 +23,7 @@ class TestHost : public Host {
   ~TestHost() override;
 
   Database& database() override;
+  NumberFormat number_format() override { return numbers; }
   std::u16string LibraryFolder() override { return u"library\\"; }
   void ShowMessageBox(std::u16string_view text, std::u16string_view title,
                       MessageIcon icon) override;
@@ -32,10 +33,12 @@ class TestHost : public Host {
   ShapeRef AsShape(const ObjectRef& object) override;
 
   /// The text that the language database gives for a number.
-  std::u16string Text(int32_t number) const;
+  std::u16string Text(int32_t number);
 
   std::map<int32_t, std::u16string> texts;  ///< texts other than "T<number>"
   bool language_database = true;            ///< false: opening it fails with the provider's error
+  std::vector<int32_t> texts_read;          ///< numbers asked for, in order
+  NumberFormat numbers;
   std::vector<Box> boxes;
   std::vector<std::u16string> progress;  ///< every text of the progress line, in order
   int open_windows = 0;
