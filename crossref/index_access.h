@@ -38,6 +38,17 @@ bool Trapped(Step&& step) {
   }
 }
 
+/// Runs a step of a registration: a key that is there already ends the step alone, any other
+/// failure the registration.
+template <class Step>
+void UnlessFiled(Step&& step) {
+  try {
+    step();
+  } catch (const AutomationError& error) {
+    if (error.number() != Err::kDuplicateKey) throw;
+  }
+}
+
 /// The handle itself; raises 91 when it is empty.
 template <class T>
 const Ref<T>& Need(const Ref<T>& handle) {

@@ -15,11 +15,12 @@ void clsLCrossRef::Add(const ShapeRef& shpActive) {
     const std::u16string reference = crossref::ReferenceOf(shpActive);
     const std::u16string key = shpActive->UniqueID();
     const CollectionRef of_kind = crossref::EntryFor(kinds, kind);
-    // One trap each: a shape that is in its kind entry already (its reference has changed since)
-    // still has to join the entry of its reference.
-    Trapped(
+    // A shape that is in its kind entry already (its reference has changed since) still has to join
+    // the entry of its reference.
+    crossref::UnlessFiled(
         [&] { crossref::InsertSorted(of_kind, shpActive, key, reference, crossref::ReferenceOf); });
-    Trapped([&] { crossref::EntryFor(references, reference)->Add(Value(shpActive), key); });
+    crossref::UnlessFiled(
+        [&] { crossref::EntryFor(references, reference)->Add(Value(shpActive), key); });
   });
 }
 

@@ -48,9 +48,11 @@ void clsLCrossRef::AddNet(const ShapeRef& tNet) {
     const std::u16string text = tNet->Text();
     const CollectionRef of_page =
         crossref::EntryFor(nets, crossref::PageKey(crossref::PageOf(tNet)));
-    // One trap each, as for references: filed on its page already, the net still joins its name.
-    Trapped([&] { crossref::InsertSorted(of_page, tNet, key, text, crossref::TextOf); });
-    Trapped([&] { crossref::EntryFor(names, crossref::NetNameOf(tNet))->Add(Value(tNet), key); });
+    // Filed on its page already, the net still joins its name.
+    crossref::UnlessFiled(
+        [&] { crossref::InsertSorted(of_page, tNet, key, text, crossref::TextOf); });
+    crossref::UnlessFiled(
+        [&] { crossref::EntryFor(names, crossref::NetNameOf(tNet))->Add(Value(tNet), key); });
   });
 }
 

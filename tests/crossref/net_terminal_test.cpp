@@ -37,6 +37,12 @@ TEST_F(NetTerminalTest, NetsAreFiledByPageInTextOrderAndByName) {
   index_.RemoveNet(drawing.Shape(u"N.4"));
   EXPECT_EQ(drawing.Names(u"colPageNet", u"10"), u"N.3 N.5");
   EXPECT_EQ(drawing.Names(u"colUNetName", u"L1"), u"N.1 N.2");
+
+  // One that cannot be compared with a dead net is filed nowhere.
+  drawing.Shape(u"N.3")->Delete();
+  index_.AddNet(drawing.Shape(u"N.4"));
+  EXPECT_EQ(drawing.Entry(u"colPageNet", u"10")->Count(), 2);
+  EXPECT_EQ(drawing.Names(u"colUNetName", u"L1"), u"N.1 N.2");
 }
 
 TEST_F(NetTerminalTest, ARemovedNetLeavesTheCableCoresThatNoOtherNetFills) {

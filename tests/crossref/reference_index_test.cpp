@@ -123,14 +123,14 @@ TEST_F(ReferenceIndexTest, ADocumentWithoutAMemberHasTheFeatureOff) {
   EXPECT_EQ(drawing.Index(u"colRefShape")->Count(), 0);
 }
 
-TEST_F(ReferenceIndexTest, ADeadShapeInAnEntryStopsNeitherTheReferenceNorTheCaller) {
+TEST_F(ReferenceIndexTest, ADeadShapeInAnEntryEndsTheRegistrationAndNotTheCaller) {
   TestDrawing& drawing =
       Open({{u"Page-1", {Component(u"Relay.1", u"K1"), Component(u"Relay.2", u"K2")}}});
   index_.Add(drawing.Shape(u"Relay.1"));
   drawing.Shape(u"Relay.1")->Delete();
   index_.Add(drawing.Shape(u"Relay.2"));
   EXPECT_EQ(drawing.Entry(u"colShapeRef", u"Relay")->Count(), 1);
-  EXPECT_EQ(drawing.Names(u"colRefShape", u"K2"), u"Relay.2");
+  EXPECT_EQ(drawing.Names(u"colRefShape", u"K2"), u"-");
   index_.Add(nullptr);
   index_.Remove(nullptr);
   index_.RemoveAll(nullptr);
