@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -77,21 +76,14 @@ void clsLCrossRef::RemovePage(const PageRef& pagActive) {
       }
     }
     for (const CollectionRef& entry : crossref::EntriesOf(references)) {
-      // The labels are brought up to date once the whole entry is done: their rows for the shapes
-      // that are leaving would be rewritten for each of them otherwise.
-      std::vector<std::u16string> changed;
       for (const ShapeRef& shape : ShapesOnPage(entry, page_id)) {
         progress.Detail(shape);
         Trapped([&] {
           entry->Remove(shape->UniqueID());
-          std::u16string reference = crossref::ReferenceOf(shape);
-          if (std::find(changed.begin(), changed.end(), reference) == changed.end()) {
-            changed.push_back(std::move(reference));
-          }
+          const std::u16string reference = crossref::ReferenceOf(shape);
+          if (labels) SyncAutoLoc(labels, reference, reference);
         });
       }
-      if (!labels) continue;
-      for (const std::u16string& reference : changed) SyncAutoLoc(labels, reference, reference);
     }
 
     const CollectionRef title_blocks = GetTBlock(document);

@@ -60,6 +60,41 @@ TEST_F(PageRemovalTest, EverythingOfThePageGoesAndNothingElse) {
   EXPECT_EQ(drawing.TitleBlocks()->Count(), 0);
 }
 
+/// Notes how many progress texts there were whenever the rows of a label were written.
+class LabelWatch : public embedded::ChangeObserver {
+ public:
+  explicit LabelWatch(TestDrawing& drawing) : drawing_(drawing) {
+    drawing.drawing().SetObserver(this);
+  }
+  ~LabelWatch() override { drawing_.drawing().SetObserver(nullptr); }
+  void FormulaSet(const embedded::CellPlace& place, std::u16string_view) override {
+    if (place.cell == u"Scratch.X1") moments.push_back(drawing_.host().progress.back());
+  }
+  void ResultChanged(const embedded::CellPlace&, std::u16string_view) override {}
+  std::vector<std::u16string> moments;
+
+ private:
+  TestDrawing& drawing_;
+};
+
+TEST_F(PageRemovalTest, LabelsFollowShapeByShape) {
+  const auto relay = [](std::u16string name, std::u16string text) {
+    return ShapeSpec{name, 132, text, {{u"User.Ref", u"\"K1\""}}, {}};
+  };
+  TestDrawing& drawing =
+      Open({{u"Page-1", {relay(u"Relay.1", u"first"), relay(u"Relay.2", u"second")}},
+            {u"Page-2", {relay(u"Relay.3", u"K1"), {u"Label", 125, u"K1", {}, {}}}}});
+  for (const char16_t* name : {u"Relay.1", u"Relay.2", u"Relay.3"}) {
+    index_.Add(drawing.Shape(name));
+  }
+  index_.AddAutoLoc(drawing.Shape(u"Label"));
+  const LabelWatch watch(drawing);
+  index_.RemovePage(drawing.Page(u"Page-1"));
+  const std::vector<std::u16string> expected = {u"T20 ..... first", u"T20 ..... second"};
+  EXPECT_EQ(watch.moments, expected);
+  EXPECT_EQ(drawing.Shape(u"Label")->RowCount(section::kHyperlink), 1);
+}
+
 TEST_F(PageRemovalTest, LeftoversInTheIndexDoNotKeepTheRestOfThePage) {
   TestDrawing& drawing = OpenIndexed();
   drawing.Shape(u"Relay.5")->Delete();
