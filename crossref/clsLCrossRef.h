@@ -73,8 +73,10 @@ class clsLCrossRef {
   /// Takes the label out of the entry of its text. Its rows stay: it is about to go itself, or it
   /// is filed anew and written then.
   void RemoveAutoLoc(const ShapeRef& shpActive);
-  /// Writes a row for each shape of the reference, takes leftover rows away and files the label
-  /// under its text, whatever entry it was in. A failure leaves it as far as it had come.
+  /// Makes the label follow a reference: gives it the reference as its text and files it under that
+  /// (a label that shows it already, case aside, keeps its text; so does any label for an empty
+  /// reference), writes a row for each shape of the reference and takes leftover rows away. A
+  /// failure leaves it as far as it had come.
   void SetAutoLoc(const ShapeRef& shpActive, std::u16string_view tRef);
   /// Makes the labels of the old reference follow the new one.
   void SyncAutoLoc(const CollectionRef& tcolAutoLoc, std::u16string_view OldRef,

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/conversion.h"
 #include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
@@ -80,40 +81,6 @@ class LinkRows {
   std::map<int32_t, int16_t> rows_;
 };
 
-void WriteLink(const ShapeRef& label, const ShapeRef& shape,
-               const shapeutil::LocationTarget& target, int32_t number, LinkRows& links) {
-  const int16_t row = links.Row(number);
-  label->CellsSRC(section::kHyperlink, row, kLinkSubAddress)
-      ->SetFormula(target.Formula(shapeutil::kLinkFormula, number));
-  // The target may have no text field to show; its reference is what its text says. The link itself
-  // works without a description.
-  Trapped([&] {
-    const bool has_field = shape->CellExists(u"Fields.Value", false);
-    label->CellsSRC(section::kHyperlink, row, kLinkDescription)
-        ->SetFormula(shapeutil::LinkDescription(target.reference() +
-                                                (has_field ? u"!Fields.Value" : u"!User.Ref")));
-  });
-}
-
-/// Writes row `number` (from 1): formulas that compute where the target is, and the link to it.
-void WriteRow(const ShapeRef& label, const ShapeRef& shape, int32_t number, LinkRows& links) {
-  const shapeutil::LocationTarget target(label, shape);
-  while (label->RowCount(section::kScratch) < number) {
-    label->AddRow(section::kScratch, kLastRow, row_tag::kDefault);
-  }
-  const struct {
-    const char16_t* column;
-    std::u16string_view formula;
-  } cells[] = {{u"X", shapeutil::kScaleFormula},   {u"Y", u""},
-               {u"A", shapeutil::kPageFormula},    {u"D", shapeutil::kRowFormula},
-               {u"B", shapeutil::kLettersFormula}, {u"C", shapeutil::kColumnFormula}};
-  for (const auto& [column, formula] : cells) {
-    label->Cells(std::u16string(u"Scratch.") + column + DecimalText(number))
-        ->SetFormula(target.Formula(formula, number));
-  }
-  WriteLink(label, shape, target, number, links);
-}
-
 /// Formula of the text that the sub-shape for a row displays.
 std::u16string ShownLocation(const ShapeRef& label, int32_t number) {
   std::u16string_view form = shapeutil::kTextFormula;
@@ -130,25 +97,82 @@ std::u16string ShownLocation(const ShapeRef& label, int32_t number) {
   return shapeutil::ShownFormula(form, u"Sheet." + DecimalText(label->ID()) + u"!Scratch.", number);
 }
 
-/// Sub-shape "L" + (i - 1) of the label shows row i; those without a row are hidden.
-void ShowRows(const ShapeRef& label, int32_t count) {
-  const ShapesRef parts = label->Shapes();
-  for (int32_t position = 1; position <= parts->Count(); ++position) {
-    const ShapeRef part = parts->Item(position);
-    const std::u16string name = SharedMisc().GetNameU(part->NameU());
-    if (name.size() < 2 || name.size() > 6 || name[0] != u'L' ||
-        name.find_first_not_of(u"0123456789", 1) != name.npos) {
-      continue;
+/// The sub-shapes "L0", "L1" … of a label: "L" + (i - 1) shows row i.
+class Places {
+ public:
+  explicit Places(const ShapeRef& label) : label_(label) {
+    const ShapesRef parts = label->Shapes();
+    for (int32_t position = 1; position <= parts->Count(); ++position) {
+      const ShapeRef part = parts->Item(position);
+      const std::u16string name = SharedMisc().GetNameU(part->NameU());
+      if (name.size() < 2 || name.size() > 6 || name[0] != u'L' ||
+          name.find_first_not_of(u"0123456789", 1) != name.npos) {
+        continue;
+      }
+      places_.emplace(1 + TextToInt32(std::u16string_view(name).substr(1)), part);
     }
-    int32_t number = 1;
-    Trapped([&] { number += Value(name.substr(1)).ToInt32(); });
-    const bool used = number <= count && SharedMisc().LocType(label) != kNothing;
-    part->Cells(u"HideText")->SetFormula(used ? u"FALSE" : u"TRUE");
-    if (!part->CellExists(u"Fields.Value", false)) continue;
-    // An unused place must not hold on to a row that goes.
-    part->Cells(u"Fields.Value")->SetFormula(used ? ShownLocation(label, number) : u"\"\"");
-    part->Cells(u"Fields.Format")->SetFormula(u"FIELDPICTURE(0)");
   }
+
+  void Show(int32_t number) {
+    if (SharedMisc().LocType(label_) == kNothing) return;
+    const auto [first, last] = places_.equal_range(number);
+    for (auto place = first; place != last; ++place) {
+      Write(place->second, u"FALSE", ShownLocation(label_, number));
+    }
+    shown_ = number;
+  }
+  /// Hides those that show no row. None must hold on to a row that goes.
+  void HideOthers() {
+    for (auto place = places_.upper_bound(shown_); place != places_.end(); ++place) {
+      Write(place->second, u"TRUE", u"\"\"");
+    }
+  }
+
+ private:
+  static void Write(const ShapeRef& place, std::u16string_view hidden, std::u16string_view text) {
+    place->Cells(u"HideText")->SetFormula(hidden);
+    if (!place->CellExists(u"Fields.Value", false)) return;
+    place->Cells(u"Fields.Value")->SetFormula(text);
+    place->Cells(u"Fields.Format")->SetFormula(u"FIELDPICTURE(0)");
+  }
+
+  ShapeRef label_;
+  std::multimap<int32_t, ShapeRef> places_;
+  int32_t shown_ = 0;  ///< number of the last row shown
+};
+
+/// Writes the cells of row `number` (from 1), which compute where the target is.
+void WriteRow(const ShapeRef& label, const shapeutil::LocationTarget& target, int32_t number) {
+  while (label->RowCount(section::kScratch) < number) {
+    label->AddRow(section::kScratch, kLastRow, row_tag::kDefault);
+  }
+  const struct {
+    const char16_t* column;
+    std::u16string_view formula;
+  } cells[] = {{u"X", shapeutil::kScaleFormula},   {u"Y", u""},
+               {u"A", shapeutil::kPageFormula},    {u"D", shapeutil::kRowFormula},
+               {u"B", shapeutil::kLettersFormula}, {u"C", shapeutil::kColumnFormula}};
+  for (const auto& [column, formula] : cells) {
+    label->Cells(std::u16string(u"Scratch.") + column + DecimalText(number))
+        ->SetFormula(target.Formula(formula, number));
+  }
+}
+
+void WriteLink(const ShapeRef& label, const shapeutil::LocationTarget& target, int32_t number,
+               LinkRows& links) {
+  const int16_t row = links.Row(number);
+  const CellRef description = label->CellsSRC(section::kHyperlink, row, kLinkDescription);
+  const auto name_after = [&](std::u16string_view cell) {
+    return Trapped([&] {
+      description->SetFormula(
+          shapeutil::LinkDescription(target.reference() + u"!" + std::u16string(cell)));
+    });
+  };
+  // The host refuses to refer to a text field that the target has not; its reference is what its
+  // text says then. The link itself works without a description.
+  if (!name_after(u"Fields.Value")) name_after(u"User.Ref");
+  label->CellsSRC(section::kHyperlink, row, kLinkSubAddress)
+      ->SetFormula(target.Formula(shapeutil::kLinkFormula, number));
 }
 
 }  // namespace
@@ -176,7 +200,12 @@ void clsLCrossRef::SetAutoLoc(const ShapeRef& shpActive, std::u16string_view tRe
   Trapped([&] {
     const DocumentRef document = crossref::IndexDocument(shpActive);
     const CollectionRef labels = crossref::IndexMember(document, u"colAutoLoc");
-    // A label whose text names another reference by now is filed anew under its text.
+    // What the label shows is what it is filed under and found by. No label follows nothing.
+    if (!tRef.empty() && !EqualNoCase(shpActive->Text(), tRef)) {
+      RemoveAutoLoc(shpActive);
+      shpActive->SetText(tRef);
+    }
+    // Its text may have been another one before somebody changed it by hand.
     const std::u16string key = shpActive->UniqueID();
     const CollectionRef own = crossref::FindEntry(labels, shpActive->Text());
     for (const CollectionRef& entry : crossref::EntriesOf(labels)) {
@@ -187,12 +216,16 @@ void clsLCrossRef::SetAutoLoc(const ShapeRef& shpActive, std::u16string_view tRe
 
     const CollectionRef references = crossref::IndexMember(document, u"colRefShape");
     shapeutil::EnsureGrid(shpActive->Document());
+    Places places(shpActive);
     LinkRows links(shpActive);
     int32_t count = 0;
-    for (const ShapeRef& target : crossref::ShapesOf(GetShapes(references, tRef))) {
-      WriteRow(shpActive, target, ++count, links);
+    for (const ShapeRef& shape : crossref::ShapesOf(GetShapes(references, tRef))) {
+      const shapeutil::LocationTarget target(shpActive, shape);
+      WriteRow(shpActive, target, ++count);
+      places.Show(count);
+      WriteLink(shpActive, target, count, links);
     }
-    ShowRows(shpActive, count);
+    places.HideOthers();
     links.RemoveAfter(count);
   });
 }

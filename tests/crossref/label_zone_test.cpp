@@ -1,6 +1,8 @@
+#include "base/error.h"
 #include "base/text.h"
 #include "crossref/clsLCrossRef.h"
 #include "crossref/index_access.h"
+#include "lang/clsLLang.h"
 #include "shapeutil/clsLMisc.h"
 #include "tests/support/test_drawing.h"
 
@@ -186,8 +188,75 @@ TEST_F(LocationLabelTest, ALabelIsFiledUnderItsTextAnew) {
   index_.SetAutoLoc(label, u"K2");
   EXPECT_EQ(drawing.Names(u"colAutoLoc", u"K1"), u"");
   EXPECT_EQ(drawing.Names(u"colAutoLoc", u"K2"), u"Label");
-  index_.SyncAutoLoc(drawing.Index(u"colAutoLoc"), u"K2", u"K1");
-  EXPECT_EQ(label->RowCount(section::kHyperlink), 2);
+  const struct {
+    const char16_t *reference, *text, *key;
+    int16_t rows;
+  } rows[] = {{u"k1", u"k1", u"K1", 2},
+              {u"K1", u"k1", u"K1", 2},  // the same, case aside: nothing is written
+              {u"K3", u"K3", u"K3", 0},
+              {u"", u"K3", u"K3", 0}};
+  std::u16string former = u"K2";
+  for (const auto& row : rows) {
+    index_.SyncAutoLoc(drawing.Index(u"colAutoLoc"), former, row.reference);
+    EXPECT_EQ(label->Text(), row.text);
+    EXPECT_EQ(drawing.Names(u"colAutoLoc", row.key), u"Label");
+    if (former != row.key) {
+      EXPECT_EQ(drawing.Names(u"colAutoLoc", former), u"");
+    }
+    EXPECT_EQ(label->RowCount(section::kHyperlink), row.rows);
+    former = row.key;
+  }
+  // The last one of a reference that is renamed takes its labels along, and they let go of it when
+  // it leaves under its new name.
+  const ShapeRef relay = drawing.Shape(u"Relay.1");
+  index_.SetAutoLoc(label, u"K1");
+  relay->SetText(u"K7");
+  index_.Remove(relay);
+  relay->Cells(u"User.Ref")->SetFormula(u"\"K7\"");
+  index_.Add(relay);
+  index_.SyncAutoLoc(drawing.Index(u"colAutoLoc"), u"K7", u"K7");
+  EXPECT_EQ(Link(0), u"Page%201/Relay.1");
+  index_.Remove(relay);
+  EXPECT_EQ(label->RowCount(section::kHyperlink), 0);
+}
+
+/// A host that lets nobody refer to text fields; notes in which order the parts of a label are
+/// written: S scratch, L a place, H a link, with their numbers.
+class RefusingHost : public embedded::ChangeObserver {
+ public:
+  void FormulaSet(const embedded::CellPlace& place, std::u16string_view formula) override {
+    if (formula.find(u"!Fields.Value") != formula.npos) Raise(Err::kHost, u"no such cell");
+    std::u16string part;
+    if (place.cell.starts_with(u"Scratch.")) part = u"S" + place.cell.substr(9);
+    if (place.cell == u"HideText") part = place.shape.substr(0, 2);
+    if (place.cell.starts_with(u"Hyperlink.Go")) part = u"H" + place.cell.substr(12, 1);
+    if (!part.empty() && !order.ends_with(part)) order += part;
+  }
+  void ResultChanged(const embedded::CellPlace&, std::u16string_view) override {}
+  std::u16string order;
+};
+
+TEST_F(LocationLabelTest, ALinkIsNamedAfterTheFieldUnlessTheHostRefusesThat) {
+  TestDrawing& drawing = OpenLabelled();
+  for (const char16_t* name : {u"Relay.1", u"Main relay"}) {
+    drawing.Shape(name)->AddRow(section::kTextField, -2, row_tag::kDefault);
+    drawing.Shape(name)->Cells(u"Fields.Value")->SetFormula(u"\"coil\"");
+  }
+  RefusingHost host;
+  drawing.drawing().SetObserver(&host);
+  index_.SetAutoLoc(drawing.Shape(u"Label"), u"K1");
+  drawing.drawing().SetObserver(nullptr);
+  EXPECT_EQ(Result(u"Label", u"Hyperlink.Go1.Description"), u"T197 K1");
+  EXPECT_EQ(Result(u"Label", u"Hyperlink.Go2.Description"), u"T197 K1");
+  EXPECT_EQ(Link(1), u"A%2fB's%20c/Main relay");
+  EXPECT_EQ(host.order, u"S1L0H1S2L1H2") << "row by row";
+  index_.SetAutoLoc(drawing.Shape(u"Label"), u"K1");
+  EXPECT_EQ(Result(u"Label", u"Hyperlink.Go1.Description"), u"T197 coil");
+  // Without a word for it the link has no description; it works all the same.
+  OpenLabelled().host().texts[197] = kNoTextSentence;
+  index_.SetAutoLoc(drawing_->Shape(u"Label"), u"K1");
+  EXPECT_EQ(Result(u"Label", u"Hyperlink.Go1.Description"), u"");
+  EXPECT_EQ(Link(0), u"Page%201/Relay.1");
 }
 
 TEST_F(LocationLabelTest, WhateverPagesAndShapesAreCalledTheFormulasResolve) {
