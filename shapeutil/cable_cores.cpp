@@ -69,8 +69,6 @@ constexpr std::u16string_view kData = u"Prop.Data.Value";
 constexpr std::u16string_view kDataLabel = u"Prop.Data.Label";
 
 constexpr size_t kCoreNamesField = 4;
-/// Far beyond what a cell can hold; a core number is not allowed to take all memory.
-constexpr size_t kMaxArrange = size_t{1} << 24;
 
 /// What a core may call a wire: its unique ID, the name of its net.
 std::vector<std::u16string> KeysOf(Shape& wire) {
@@ -167,14 +165,13 @@ int32_t clsLMisc::GetCoreNo(std::u16string_view Arrange, std::u16string_view Cor
 std::u16string clsLMisc::GetCoreArrange(std::u16string_view Arrange, int32_t CoreNo,
                                         std::u16string_view CoreKey) {
   auto cores = Fields(Arrange, u'|');
-  if (CoreNo >= 0) {
-    const auto core = static_cast<size_t>(CoreNo);
-    if (core >= kMaxArrange) Raise(Err::kOutOfMemory);
-    if (core >= cores.size()) cores.resize(core + 1);
-    cores[core] = CoreKey;
-  }
+  const auto core = static_cast<size_t>(std::max(CoreNo, 0));
+  if (CoreNo >= 0 && core < cores.size()) cores[core] = CoreKey;
   std::u16string result;
   for (const std::u16string_view key : cores) result.append(key).append(1, u'|');
+  if (core >= cores.size() && !CoreKey.empty()) {
+    result.append(core - cores.size(), u'|').append(CoreKey);
+  }
   return RTrim(result, u"|", -1);
 }
 

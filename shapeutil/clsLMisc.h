@@ -52,7 +52,7 @@ class clsLMisc {
   /// The first core with the key, blanks around keys aside; -1 without one.
   int32_t GetCoreNo(std::u16string_view Arrange, std::u16string_view CoreKey);
   /// The arrange text with one core set; missing cores before it are empty, empty ones at the end
-  /// are not stored. A negative core sets nothing. Raises 7 for a core beyond any cable.
+  /// are not stored. A negative core sets nothing.
   std::u16string GetCoreArrange(std::u16string_view Arrange, int32_t CoreNo,
                                 std::u16string_view CoreKey);
   /// The core names of a cable text. Raises 9 when it has fewer than five fields.
@@ -104,8 +104,8 @@ class clsLMisc {
   void SetHideWireName(const ShapeRef& shpActive, bool v);
   /// Adds the missing rows of the property block.
   void CreateProp(const ShapeRef& shpActive);
-  /// Names the pin sub-shapes after the selected pin set: black, or red and with their former names
-  /// when there is no such set.
+  /// Names the pin sub-shapes ("P" and the number of a connection point's row, from 0) after the
+  /// selected pin set: black, or red and with their former names when there is no such set.
   void SetPins(const ShapeRef& shpActive);
   int16_t GetPinSetCount(const ShapeRef& shpActive);
   /// Hides the names of the pin sub-shapes by "IF(TRUE,TRUE,former)" in "HideText", and gives them

@@ -33,14 +33,14 @@ bool HasPinList(Shape& shape, int16_t row) {
   return type == row_tag::kConnectionPoint || type == row_tag::kConnectionPointNamed;
 }
 
-/// The connection point whose names a sub-shape shows ("P3", "P3.17"); nullopt for other
-/// sub-shapes.
+/// The connection point whose names a sub-shape shows ("P3", "P 3", "P3.17"); nullopt for other
+/// sub-shapes. Raises 6 for a number that no row has.
 std::optional<int16_t> PinRow(clsLMisc& misc, Shape& sub_shape) {
   const std::u16string name = misc.GetNameU(sub_shape.NameU());
-  if (name.size() < 2 || name[0] != u'P') return std::nullopt;
-  const auto is_digit = [](char16_t unit) { return unit >= u'0' && unit <= u'9'; };
-  if (!std::all_of(name.begin() + 1, name.end(), is_digit)) return std::nullopt;
-  return TextToInt16(std::u16string_view(name).substr(1));
+  if (!name.starts_with(u'P')) return std::nullopt;
+  const std::u16string_view number = std::u16string_view(name).substr(1);
+  if (!IsNumericText(number)) return std::nullopt;
+  return TextToInt16(number);
 }
 
 template <class Function>

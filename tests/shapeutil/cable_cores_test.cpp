@@ -63,7 +63,9 @@ TEST(CableTextTest, SettingACoreKeepsTheTextShort) {
   for (const auto& row : rows) {
     EXPECT_EQ(misc.GetCoreArrange(row.arrange, row.core, row.key), row.result);
   }
-  EXPECT_THROW(misc.GetCoreArrange(u"A", 2147483647, u"X"), AutomationError);
+  constexpr int32_t far = 1 << 24;
+  EXPECT_EQ(misc.GetCoreArrange(u"A", far, u"X"), u"A" + Text(far, u'|') + u"X");
+  EXPECT_EQ(misc.GetCoreArrange(u"A|", 2147483647, u""), u"A");
 }
 
 TEST(CableTextTest, NamesStandInTheFifthFieldOfTheCableText) {

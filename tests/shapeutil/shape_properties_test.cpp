@@ -197,15 +197,15 @@ TEST_F(ShapePropertyTest, PinSetCountIsTheLargestLastField) {
 TEST_F(ShapePropertyTest, SetPinsNamesAndColoursThePins) {
   shape_->AddPoint(186, u"\"1,A1,13\"");
   shape_->AddPoint(186, u"\"2,A2\"");
-  for (const char16_t* name : {u"P0.5", u"P1", u"P", u"Px", u"L0"}) AddSub(shape_, name);
+  for (const char16_t* name : {u"P0.5", u"P1", u"P", u"Px", u"L0", u"P 01"}) AddSub(shape_, name);
   shape_->PutCell(u"User.PinSet", u"2");
   misc_.SetPins(shape_);
-  EXPECT_EQ(journal_.entries,
-            (Texts{u"P0.5 Text=13", u"Char.Color=0", u"P1 Text=A2", u"Char.Color=0"}));
+  EXPECT_EQ(journal_.entries, (Texts{u"P0.5 Text=13", u"Char.Color=0", u"P1 Text=A2",
+                                     u"Char.Color=0", u"P 01 Text=A2", u"Char.Color=0"}));
   journal_.entries.clear();
   shape_->PutCell(u"User.PinSet", u"3");
   misc_.SetPins(shape_);
-  EXPECT_EQ(journal_.entries, (Texts{u"Char.Color=2", u"Char.Color=2"}));
+  EXPECT_EQ(journal_.entries, (Texts{u"Char.Color=2", u"Char.Color=2", u"Char.Color=2"}));
   AddSub(shape_, u"P2");
   shape_->PutCell(u"User.PinSet", u"1");
   EXPECT_EQ(ErrorOf([&] { misc_.SetPins(shape_); }), static_cast<int32_t>(Err::kHost));
