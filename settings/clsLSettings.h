@@ -49,8 +49,8 @@ class clsLSettings {
   /// The grid of a drawing: origin and pitch of its rows (A, B) and of its columns (C, D). A plain
   /// number counts as inches; a cell that holds a length with a unit is read in inches as well, as
   /// the location formulas take it. Reading a missing cell makes it, with its default (1, 0.75, 1,
-  /// 0.75). Raise host errors, and 13 for a text that is no number; after a refused write a cell
-  /// that was missing is missing again.
+  /// 0.75). A text counts as the number that the host's user writes so. Raise host errors, and 13
+  /// for a text that is no number; the row made for a value that is then refused stays.
   double LocationA(const DocumentRef& docActive);
   void SetLocationA(const DocumentRef& docActive, double v);
   double LocationB(const DocumentRef& docActive);

@@ -7,6 +7,7 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
+#include "platform/host.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 
@@ -43,17 +44,10 @@ void WriteOption(const DocumentRef& document, std::u16string_view name, const Va
   const std::u16string formula = OptionFormula(value);
   const ShapeRef sheet = DocumentSheet(document);
   const std::u16string cell = CellOf(name);
-  if (sheet->CellExists(cell, false)) {
-    sheet->Cells(cell)->SetFormula(formula);
-    return;
+  if (!sheet->CellExists(cell, false)) {
+    sheet->AddNamedRow(section::kUser, name, row_tag::kDefault);
   }
-  const int16_t row = sheet->AddNamedRow(section::kUser, name, row_tag::kDefault);
-  try {
-    sheet->Cells(cell)->SetFormula(formula);
-  } catch (...) {
-    sheet->DeleteRow(section::kUser, row);
-    throw;
-  }
+  sheet->Cells(cell)->SetFormula(formula);
 }
 
 /// The cell of an option; a missing one is made with the default first.
@@ -79,7 +73,7 @@ double NumberOption(const DocumentRef& document, std::u16string_view name, doubl
   const double number = cell->ResultNumber();
   if (number != 0) return number;
   const std::u16string text = cell->ResultText();
-  return IsZeroText(text) ? 0 : TextToDouble(text);
+  return IsZeroText(text) ? 0 : TextToDouble(text, CurrentHost().number_format());
 }
 
 std::u16string TextOption(const DocumentRef& document, std::u16string_view name,

@@ -76,13 +76,16 @@ TEST_F(DocumentOptionsTest, NumbersComeFromTheCellWhateverItsUnit) {
     EXPECT_EQ(error == Err::kTypeMismatch, !row.number) << ToUtf8(row.formula);
     EXPECT_EQ(Formula(u"LocationD"), row.formula);
   }
+  drawing.host().numbers = {u',', u'.', u"kr"};
+  drawing.SetCell(sheet, u"User.LocationD", u"\"0,75\"");
+  EXPECT_EQ(settings_.LocationD(drawing.document()), 0.75);
 }
 
-TEST_F(DocumentOptionsTest, ARefusedWriteLeavesNothing) {
+TEST_F(DocumentOptionsTest, ARefusedValueLeavesTheCellAsItWas) {
   const DocumentRef document = Open({{u"1", {}}}).document();
   const auto write = [&] { settings_.SetLocationPage(document, u"a\"b"); };
   EXPECT_THROW(write(), AutomationError);
-  EXPECT_EQ(Formula(u"LocationPage"), u"-");
+  EXPECT_EQ(Formula(u"LocationPage"), u"") << "the row stays";
   settings_.SetLocationPage(document, u"ab");
   EXPECT_THROW(write(), AutomationError);
   EXPECT_EQ(Formula(u"LocationPage"), u"\"ab\"");
