@@ -180,6 +180,18 @@ TEST_F(CallTest, TheTableOfTheInterfaceServesCompiledClients) {
   EXPECT_EQ(record->get_Price(&price), S_OK);
   EXPECT_EQ(read.str(), u"Contactor");
   EXPECT_EQ(price, 12.25f);
+  // Slots and identifiers have the order of the columns.
+  Ref<ITypeInfo> info;
+  ASSERT_EQ(record->GetTypeInfo(0, LOCALE_USER_DEFAULT, Receive<ITypeInfo>(info)), S_OK);
+  DISPID id = 0;
+  for (const wchar_t* field :
+       {L"Name", L"Desc", L"Brand", L"Rating", L"Model", L"Order", L"Supplier", L"Remarks",
+        L"Price", L"Layout", L"LayShape", L"Width", L"Height", L"Qty", L"CompID"}) {
+    auto* asked = const_cast<LPOLESTR>(field);
+    MEMBERID found = 0;
+    EXPECT_EQ(info->GetIDsOfNames(&asked, 1, &found), S_OK);
+    EXPECT_EQ(found, ++id) << ToUtf8(Narrow(field));
+  }
 
   const auto catalogue = server_.MakeTyped<_clsLDB>(CLSID_clsLDB, IID__clsLDB);
   Bstr order(u"Brand");
