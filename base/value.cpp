@@ -33,6 +33,11 @@ const std::u16string& Value::AsText() const {
   return std::get<std::u16string>(data_);
 }
 
+const ForeignNumber& Value::AsForeignNumber() const {
+  if (kind() != Kind::kForeignNumber) Raise(Err::kTypeMismatch);
+  return *std::get<Ref<ForeignNumber>>(data_);
+}
+
 std::u16string Value::ToText() const {
   switch (kind()) {
     case Kind::kEmpty:
@@ -49,6 +54,8 @@ std::u16string Value::ToText() const {
       return DoubleText(std::get<double>(data_));
     case Kind::kText:
       return std::get<std::u16string>(data_);
+    case Kind::kForeignNumber:
+      return AsForeignNumber().ToText();
     case Kind::kObject:
       break;
   }
@@ -72,6 +79,8 @@ double Value::ToDouble() const {
       return std::get<double>(data_);
     case Kind::kText:
       return TextToDouble(std::get<std::u16string>(data_));
+    case Kind::kForeignNumber:
+      return AsForeignNumber().ToDouble();
     case Kind::kObject:
       break;
   }

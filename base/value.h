@@ -42,11 +42,35 @@ inline bool Same(const ObjectRef& a, const ObjectRef& b) noexcept {
   return a->SameAs(*b);
 }
 
+/// A number of a type that only the automation runtime has (Single, Currency, Date, Byte, Decimal,
+/// 64 bits). It keeps that type on its way through the library and converts as the runtime does:
+/// numbers get a point, a date the form of the host's user.
+class ForeignNumber {
+ public:
+  virtual void AddRef() noexcept = 0;
+  virtual void Release() noexcept = 0;
+  virtual std::u16string ToText() const = 0;
+  virtual double ToDouble() const = 0;  ///< a date in days since 30 December 1899
+
+ protected:
+  virtual ~ForeignNumber() = default;
+};
+
 /// An automation variant. Empty (never assigned), Null (a database null), Nothing (an object
 /// reference that refers to no object) and "" are four different things.
 class Value {
  public:
-  enum class Kind { kEmpty, kNull, kBoolean, kInt16, kInt32, kDouble, kText, kObject };
+  enum class Kind {
+    kEmpty,
+    kNull,
+    kBoolean,
+    kInt16,
+    kInt32,
+    kDouble,
+    kText,
+    kObject,
+    kForeignNumber
+  };
   struct NullTag {
     friend bool operator==(NullTag, NullTag) = default;
   };
@@ -63,6 +87,7 @@ class Value {
   Value(std::u16string_view v) : data_(std::u16string(v)) {}  // NOLINT
   Value(const char16_t* v) : data_(std::u16string(v)) {}      // NOLINT
   Value(ObjectRef v) noexcept : data_(std::move(v)) {}        // NOLINT
+  explicit Value(Ref<ForeignNumber> v) noexcept : data_(std::move(v)) {}
   template <class T>
   requires std::is_convertible_v<T*, Object*> Value(Ref<T> v)
   noexcept : data_(ObjectRef(std::move(v))) {}  // NOLINT
@@ -80,6 +105,9 @@ class Value {
   /// The stored text without conversion; raises 13 when the value is no text.
   const std::u16string& AsText() const;
 
+  /// The number; raises 13 when the value is of another kind.
+  const ForeignNumber& AsForeignNumber() const;
+
   /// Conversions of the runtime (CStr, CInt, CLng, CDbl, CBool): Empty is "" / 0 / False; 94 for
   /// Null; 13 where there is no conversion; 6 out of range. Halves round to even.
   std::u16string ToText() const;
@@ -90,7 +118,7 @@ class Value {
 
  private:
   using Data = std::variant<std::monostate, NullTag, bool, int16_t, int32_t, double, std::u16string,
-                            ObjectRef>;
+                            ObjectRef, Ref<ForeignNumber>>;
   explicit Value(Data data) noexcept : data_(std::move(data)) {}
   Data data_;
 };

@@ -64,13 +64,25 @@ Value FromUnknown(IUnknown* object) {
   return Value(FromDispatch(dispatch.get()));
 }
 
-/// Kinds without a counterpart, by the conversion of the automation runtime.
-Value Converted(const VARIANT& v, VARTYPE type) {
-  Variant number;
-  Check(VariantChangeType(&number.get(), const_cast<VARIANT*>(&v), 0, type));
-  return type == VT_I4 ? Value(static_cast<int32_t>(number.get().lVal))
-                       : Value(number.get().dblVal);
-}
+/// A number of a type without a counterpart; such variants own nothing.
+class VariantNumber final : public Counted<ForeignNumber> {
+ public:
+  explicit VariantNumber(const VARIANT& number) : number_(number) {}
+  std::u16string ToText() const override {
+    const LCID form = number_.vt == VT_DATE ? LOCALE_USER_DEFAULT : LOCALE_INVARIANT;
+    return FromBstr(As(VT_BSTR, form).get().bstrVal);
+  }
+  double ToDouble() const override { return As(VT_R8, LOCALE_INVARIANT).get().dblVal; }
+  const VARIANT& number() const noexcept { return number_; }
+
+ private:
+  Variant As(VARTYPE type, LCID form) const {
+    Variant converted;
+    Check(VariantChangeTypeEx(&converted.get(), const_cast<VARIANT*>(&number_), form, 0, type));
+    return converted;
+  }
+  VARIANT number_;
+};
 
 }  // namespace
 
@@ -93,22 +105,20 @@ Value FromVariant(const VARIANT& variant) {
     case VT_I4:
     case VT_INT:
       return Value(static_cast<int32_t>(v.lVal));
+    case VT_R8:
+      return Value(v.dblVal);
     case VT_I1:
     case VT_UI1:
     case VT_UI2:
-      return Converted(v, VT_I4);
-    case VT_R8:
-    case VT_DATE:
-      return Value(v.dblVal);
-    case VT_R4:
-      return Value(static_cast<double>(v.fltVal));
-    case VT_CY:
-    case VT_DECIMAL:
     case VT_UI4:
     case VT_UINT:
     case VT_I8:
     case VT_UI8:
-      return Converted(v, VT_R8);
+    case VT_R4:
+    case VT_DATE:
+    case VT_CY:
+    case VT_DECIMAL:
+      return Value(MakeRef<VariantNumber>(v));
     case VT_BSTR:
       return Value(FromBstr(v.bstrVal));
     case VT_DISPATCH:
@@ -155,6 +165,9 @@ void ToVariant(const Value& value, VARIANT* target) {
     case Value::Kind::kObject:
       target->pdispVal = ToDispatch(value.AsObjectOrNothing()).Detach();
       target->vt = VT_DISPATCH;
+      break;
+    case Value::Kind::kForeignNumber:  // nobody else makes one on this host
+      *target = static_cast<const VariantNumber&>(value.AsForeignNumber()).number();
       break;
   }
 }

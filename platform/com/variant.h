@@ -65,8 +65,8 @@ const VARIANT& Dereferenced(const VARIANT& variant) noexcept;
 /// True for an argument that was left out.
 bool IsMissing(const VARIANT& variant) noexcept;
 
-/// The value of a variant, through references. Integers that fit become 32-bit, all else numeric a
-/// Double; a missing argument is Empty; objects as `FromDispatch`. Raises 13 for what no value
+/// The value of a variant, through references. Numbers keep their types; a missing argument is
+/// Empty; objects as `FromDispatch`. Raises 13 for what no value
 /// holds (arrays, error codes, an object without automation).
 Value FromVariant(const VARIANT& variant);
 /// Writes a value into a variant that holds nothing yet.

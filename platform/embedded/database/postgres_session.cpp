@@ -88,7 +88,8 @@ std::string ParameterText(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::kBoolean:
       return value.ToBoolean() ? "t" : "f";
-    case Value::Kind::kDouble: {
+    case Value::Kind::kDouble:
+    case Value::Kind::kForeignNumber: {
       std::array<char, 40> digits;
       const auto end =
           std::to_chars(digits.data(), digits.data() + digits.size(), value.ToDouble());

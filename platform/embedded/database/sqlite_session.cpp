@@ -491,6 +491,7 @@ void SqliteStatement::Bind(int position, const Value& value) {
       code = sqlite3_bind_int(statement_.get(), position, value.ToInt32());
       break;
     case Value::Kind::kDouble:
+    case Value::Kind::kForeignNumber:
       code = sqlite3_bind_double(statement_.get(), position, value.ToDouble());
       break;
     case Value::Kind::kText: {

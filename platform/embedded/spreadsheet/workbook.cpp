@@ -95,6 +95,7 @@ SheetModel::Content SheetModel::ContentOf(const Value& value) {
     case Value::Kind::kInt16:
     case Value::Kind::kInt32:
     case Value::Kind::kDouble:
+    case Value::Kind::kForeignNumber:
       return value.ToDouble();
     case Value::Kind::kText:
       break;

@@ -24,6 +24,13 @@ struct CallRow {
 
 using CallTest = ServerTest;
 
+/// A number of one of the types that only clients have.
+Value Typed(VARTYPE type, double number) {
+  Variant as_double((Value(number))), typed;
+  EXPECT_EQ(VariantChangeType(&typed.get(), &as_double.get(), 0, type), S_OK);
+  return FromVariant(typed.get());
+}
+
 TEST_F(CallTest, ArgumentsAndResultsPassEveryWayThatClientsHave) {
   const int16_t one = 1, minus = -1, zero = 0;
   const CallRow rows[] = {
@@ -49,6 +56,10 @@ TEST_F(CallTest, ArgumentsAndResultsPassEveryWayThatClientsHave) {
       {L"clsLMisc", L"GetCoreNo", {u"a|b|c", u"c"}, u"2"},
       {L"clsLMisc", L"GetCoreNames", {u"a,b"}, u"", 9},
       {L"clsLMisc", L"Locale", {1.5}, u"1.5"},
+      {L"clsLMisc", L"Locale", {Typed(VT_R4, 0.1)}, u"0.1"},
+      {L"clsLMisc", L"Locale", {Typed(VT_CY, 12.25)}, u"12.25"},
+      {L"clsLMisc", L"Locale", {Typed(VT_UI1, 7)}, u"7"},
+      {L"clsLMisc", L"Locale", {Typed(VT_DATE, 44189)}, u"12/24/2020"},
       {L"clsLMisc", L"GotCompID", {Value::Nothing()}, u"", 91},
       {L"clsLMisc", L"GotCompID", {u"shape"}, u"", 13},
       {L"clsLMisc", L"GotCompID", {Value()}, u"", 424},
@@ -89,6 +100,15 @@ TEST_F(CallTest, ArgumentsAndResultsPassEveryWayThatClientsHave) {
         EXPECT_EQ(FromVariant(places[i].get()).ToText(), row.after[i]);
       }
     }
+  }
+}
+
+TEST_F(CallTest, AValueThatComesBackHasTheTypeItHad) {
+  const Ref<IDispatch> settings = server_.Make(L"clsLSettings");
+  for (const VARTYPE type : {VT_R4, VT_CY, VT_DATE, VT_UI1, VT_DECIMAL, VT_I8}) {
+    const Outcome read = Call(settings.get(), L"RegRead", {u"never stored", Typed(type, 7)});
+    EXPECT_EQ(read.value.get().vt, type);
+    EXPECT_EQ(FromVariant(read.value.get()).ToDouble(), 7);
   }
 }
 
