@@ -33,6 +33,7 @@ TEST(PriceReadingTest, TakesWhatPeopleWriteAndNothingDoubtful) {
       {u".5", u"0.50"},
       {u"1,234", u"-"},
       {u"12.345", u"-"},
+      {u"123.456", u"-"},
       {u"1,23,456", u"-"},
       {u"1.2.3", u"-"},
       {u"1,234.5,6", u"-"},
@@ -194,9 +195,10 @@ TEST_F(ImportTest, CablesHaveATableOfTheirOwn) {
   const Texts titles = {u"Kabel", u"Adern", u"CoreNames", u"Preis"};
   const ImportPlan plan = Plan(titles, {{u"Flex", u"3", u"L,N,PE", u"1.2"},
                                         {u"Heavy", u"70000", u"", u""},
-                                        {u"Odd", u"2.5", u"", u""}});
+                                        {u"Odd", u"2.5", u"", u""},
+                                        {u"Less", u"-3", u"", u""}});
   EXPECT_EQ(plan.Count(Outcome::kAdd), 1u);
-  EXPECT_EQ(plan.Count(Outcome::kRefused), 2u);
+  EXPECT_EQ(plan.Count(Outcome::kRefused), 3u);
   RunImport(db_, plan);
   const auto cable = FindArticle(db_, kCables, 1);
   ASSERT_TRUE(cable);

@@ -60,13 +60,13 @@ TEST_F(LabelZoneTest, AShapeLiesInTheFirstZoneThatHoldsIt) {
                       {u"EndY", u"2"}},
                      {}};
   };
-  TestDrawing& drawing =
-      Open({{u"Page-1",
-             {zone(u"A", u"2", u"2"), zone(u"B", u"3", u"2"), at(u"inside both", u"2.5", u"2"),
-              at(u"corner", u"1", u"1"), at(u"in B", u"3.5", u"2"), at(u"right", u"4.01", u"2"),
-              at(u"below", u"2", u"0.9"), wire(u"wire in A", u"1.2", u"1.8"),
-              wire(u"wire out", u"1.2", u"4.5")}},
-            {u"Page-2", {at(u"elsewhere", u"2", u"2")}}});
+  TestDrawing& drawing = Open(
+      {{u"Page-1",
+        {zone(u"A", u"2", u"2"), zone(u"B", u"3", u"2"), at(u"inside both", u"2.5", u"2"),
+         at(u"corner", u"1", u"1"), at(u"top", u"2", u"3"), at(u"in B", u"3.5", u"2"),
+         at(u"right", u"4.01", u"2"), at(u"farther", u"4.03", u"2"), at(u"below", u"2", u"0.9"),
+         wire(u"wire in A", u"1.2", u"1.8"), wire(u"wire out", u"1.2", u"4.5")}},
+       {u"Page-2", {at(u"elsewhere", u"2", u"2")}}});
   clsLCrossRef index;  // gone before the drawing: it holds on to the last zone
   EXPECT_FALSE(index.GetLZShape());
   index.AddLZone(drawing.Shape(u"A"));
@@ -77,8 +77,9 @@ TEST_F(LabelZoneTest, AShapeLiesInTheFirstZoneThatHoldsIt) {
     const char16_t* zone;  // last hit afterwards
   } rows[] = {
       {u"inside both", true, u"A"}, {u"right", false, u"A"},    {u"in B", true, u"B"},
-      {u"elsewhere", false, u"B"},  {u"corner", true, u"A"},    {u"below", false, u"A"},
-      {u"wire out", false, u"A"},   {u"wire in A", true, u"A"}, {u"A", true, u"B"},
+      {u"elsewhere", false, u"B"},  {u"corner", true, u"A"},    {u"top", true, u"A"},
+      {u"below", false, u"A"},      {u"wire out", false, u"A"}, {u"wire in A", true, u"A"},
+      {u"A", true, u"B"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(index.LZoneHitTest(drawing.Shape(row.shape)), row.hit);
@@ -87,6 +88,7 @@ TEST_F(LabelZoneTest, AShapeLiesInTheFirstZoneThatHoldsIt) {
   // Half a grid step around the zone counts, and so does the reach of a control handle.
   drawing.SetCell(drawing.Page(u"Page-1")->PageSheet(), u"User.Grid", u"0.04");
   EXPECT_TRUE(index.LZoneHitTest(drawing.Shape(u"right")));
+  EXPECT_FALSE(index.LZoneHitTest(drawing.Shape(u"farther")));
   EXPECT_FALSE(index.LZoneHitTest(drawing.Shape(u"below")));
   drawing.SetCell(drawing.Shape(u"A"), u"Controls.Row_1.Y", u"-0.2");
   EXPECT_TRUE(index.LZoneHitTest(drawing.Shape(u"below")));

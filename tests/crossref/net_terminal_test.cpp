@@ -96,6 +96,7 @@ TEST_F(NetTerminalTest, TerminalsAreFiledByPageAndFollowWhenDetected) {
   index_.DetectTerm(moved);
   index_.DetectTerm(moved);
   index_.DetectTerm(drawing.Shape(u"P"));
+  index_.DetectTerm(drawing.Shape(u"T.2"));  // where it is filed: the order stays
   EXPECT_EQ(drawing.Names(u"colPageTerm", u"0"), u"T.2 T.1");
   EXPECT_EQ(drawing.Names(u"colPageTerm", u"10"), u"T.3");
 

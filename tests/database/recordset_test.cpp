@@ -94,6 +94,9 @@ TEST_F(RecordsetTest, ReadsRowsAndKeepsTypesApart) {
   ExpectRaise(Err::kNoCurrentRecord, u"", [&] { records->Field(0); });
   ExpectRaise(Err::kNoCurrentRecord, u"", [&] { records->MoveNext(); });
   ExpectRaise(Err::kNoCurrentRecord, u"", [&] { records->SetField(u"CatID", int32_t{1}); });
+  records->Close();
+  records->Open(u"Select * from Cat", Connect(), kCursorDynamic, kLockOptimistic);
+  EXPECT_EQ(records->Field(0).ToInt32(), 1);
 }
 
 TEST_F(RecordsetTest, ComparesAndSortsTextsWithoutCase) {

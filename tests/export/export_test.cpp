@@ -78,6 +78,7 @@ TEST_F(ExportTest, FieldsOfARow) {
       {u"a\\|b", u"Range(A1:A1)=\"a|b\";"},
       {u"a\\\\|b", u"Range(A1:A1)=\"a\\|b\";"},
       {u"a\\b|c", u"Range(A1:B1)=\"a\\b\";\"c\";"},
+      {u"a\\\rb", u"Range(A1:A1)=\"a|b\";"},
       {u"a\rb", u"Range(A1:B1)=\"a\";\"b\";"},
       {u"007|1,234|(5)|-3|5-", u"Range(A1:E1)=7;1;0;-3;5;"},
       {u"K1|3RT2015|1E5|&HFF", u"Range(A1:D1)=\"K1\";\"3RT2015\";100000;255;"},

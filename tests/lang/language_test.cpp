@@ -90,6 +90,8 @@ TEST_F(LanguageTest, StoresAChangedLanguageAfterTellingTheUser) {
                                   u"box 64 text 1/276: text 1/325", u"update 0"}));
   EXPECT_EQ(lang.GetStr(5), u"text 1/5") << "objects that exist keep their language";
   EXPECT_EQ(clsLLang().GetStr(5), u"text 0/5");
+  lang.SetLanguage(1);  // back again: what is stored counts
+  EXPECT_EQ(host_.TakeLog().back(), u"update 1");
 }
 
 TEST_F(LanguageTest, FillsABoxAndSelectsTheChoice) {

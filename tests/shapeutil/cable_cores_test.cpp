@@ -156,8 +156,8 @@ TEST_F(CableOnDrawingTest, TheArrangeFormulaShowsPageNumbers) {
 
 TEST_F(CableOnDrawingTest, AShapeShowsItsCable) {
   const ShapeRef wire = Wire(u"W2");
-  AddCable(u"C1", u"Flex|Brand|F3|3|L1, N ,PE|1.5", u"101|" + wire->UniqueID());
-  misc_.SetCableProp(wire, u"C1", 0);
+  AddCable(u"C1", u"Flex|Brand|F3|3|L1, N ,PE|1.5", u"102|" + wire->UniqueID());
+  misc_.SetCableProp(wire, u"C1", 0);  // the shape itself, not another one of its net
   misc_.SetCableProp(wire, u"C1", 0);  // rows that are there serve again
   EXPECT_EQ(wire->RowCount(section::kProp), 2);
   EXPECT_EQ(wire->Cells(u"Prop.Name.Value")->ResultText(), u"C1");

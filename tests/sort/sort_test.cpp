@@ -340,7 +340,12 @@ TEST_F(SortTest, ComponentRecordsAreKnownByTheirIdentityFields) {
   const auto record = [](const char16_t* name, double price, const char16_t* remarks) {
     auto made = MakeRef<clsLCmpRec>();
     made->SetName(name);
+    made->SetDesc(u"-D");
+    made->SetBrand(u"-B");
+    made->SetRating(u"-R");
+    made->SetModel(u"-M");
     made->SetOrder(u"-O");
+    made->SetSupplier(u"-S");
     made->Put(u"price", Value(price));
     made->SetRemarks(remarks);
     return made;
@@ -348,8 +353,8 @@ TEST_F(SortTest, ComponentRecordsAreKnownByTheirIdentityFields) {
   clsLSortComp sorter;
   sorter.SetDataSet(collection_);
   sorter.SetDescending(false);
-  EXPECT_EQ(sorter.GetDataString(record(u"Relay", 12.25, u"r")), u"Relay-O12.25");
-  EXPECT_EQ(sorter.GetDataString(record(u"Relay", 0, u"")), u"Relay-O0");
+  EXPECT_EQ(sorter.GetDataString(record(u"Relay", 12.25, u"r")), u"Relay-D-B-R-M-O-S12.25");
+  EXPECT_EQ(sorter.GetDataString(record(u"Relay", 0, u"")), u"Relay-D-B-R-M-O-S0");
   EXPECT_EQ(ErrorOf([&] { sorter.GetDataString(nullptr); }), 91);
   sorter.Add(record(u"Relay", 2, u"first"));
   sorter.Add(record(u"Fuse", 2, u""));
