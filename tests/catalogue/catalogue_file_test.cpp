@@ -6,48 +6,44 @@
 #include <filesystem>
 #include <functional>
 
+#include "catalogue/article.h"
 #include "catalogue/clsLDB.h"
 #include "platform/embedded/database/catalogue_file.h"
 #include "tests/catalogue/catalogue_fixture.h"
+#include "tests/support/raised.h"
 
 namespace ohmwise {
 namespace {
 
 using Text = std::u16string;
-using CatalogueFileTest = testing::CatalogueTest;
-
-int32_t NumberOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const AutomationError& error) {
-    return static_cast<int32_t>(error.number());
+class CatalogueFileTest : public testing::CatalogueTest {
+ protected:
+  /// All columns of an article.
+  Text Stored(const catalogue::ArticleTable& table, int32_t key) {
+    const auto article = catalogue::FindArticle(db_, table, key);
+    Text fields;
+    for (const Text& value : article.value().values) {
+      fields += value + u"|";
+    }
+    return fields;
   }
-  return 0;
-}
+};
+
+using testing::ErrorOf;
 
 TEST_F(CatalogueFileTest, ComponentsComeBackAsStored) {
   const int32_t key = db_.AddComponent(u"it's \"N\"", u"D", u"B", u"R", u"M", u"O", u"S", u"K",
                                        u"3.5", true, u"", u"45 mm", u"");
   EXPECT_EQ(key, 2);
-  RecordsetRef records = db_.GetComponent(key);
-  const struct {
-    Text field, value;
-  } added[] = {{u"Name", u"it's \"N\""}, {u"Price", u"3.50"},       {u"Layout", u"True"},
-               {u"Order", u"O"},         {u"LayShape", u"LayRect"}, {u"Height", u""}};
-  for (const auto& row : added) EXPECT_EQ(records->Field(row.field).ToText(), row.value);
-  records->Close();
-
-  db_.SetComponent(u"N2", u"", u"", u"", u"", u"", u"", u"", u"0", false, u"", u"", u"", key);
+  EXPECT_EQ(Stored(catalogue::kComponents, key),
+            u"it's \"N\"|D|B|R|M|O|S|K|3.50|True|LayRect|45 mm||");
+  db_.SetComponent(u"N2", u"d", u"b", u"r", u"m", u"o", u"s", u"k", u"0", false, u"", u"w", u"h",
+                   key);
   db_.SetComponent(u"N3", u"", u"", u"", u"", u"", u"", u"", u"0", false, u"", u"", u"", 99);
-  records = db_.GetComponent(key);
-  const struct {
-    Text field, value;
-  } changed[] = {{u"Name", u"N2"}, {u"Price", u"0.00"}, {u"Layout", u"False"}, {u"LayShape", u""}};
-  for (const auto& row : changed) EXPECT_EQ(records->Field(row.field).ToText(), row.value);
-  records->Close();
+  EXPECT_EQ(Stored(catalogue::kComponents, key), u"N2|d|b|r|m|o|s|k|0.00|False||w|h|");
 
   Text order = u"Name";
-  records = db_.GetComponents(order);
+  const RecordsetRef records = db_.GetComponents(order);
   EXPECT_EQ(records->Field(u"CompID").ToInt32(), 1) << "the empty name comes first";
   records->MoveNext();
   EXPECT_EQ(records->Field(u"CompID").ToInt32(), 2);
@@ -65,7 +61,7 @@ TEST_F(CatalogueFileTest, MissingRecordsAreStoodInFor) {
   EXPECT_EQ(boxes_[0].icon, MessageIcon::kExclamation);
   db_.DeleteComponent(1);
   EXPECT_TRUE(db_.GetComponent(7, true)->EndOfFile());
-  EXPECT_EQ(NumberOf([&] { db_.GetNextCompID(); }), 94);
+  EXPECT_EQ(ErrorOf([&] { db_.GetNextCompID(); }), 94);
 }
 
 TEST_F(CatalogueFileTest, CablesAreFoundByAllTheirFields) {
@@ -86,13 +82,15 @@ TEST_F(CatalogueFileTest, CablesAreFoundByAllTheirFields) {
               row.there);
   }
   const auto exists = [&](Text name, Text price) {
-    return NumberOf([&] { db_.CableExist(name, u"", u"", 1, u"", u"", u"", u"", u"", price); });
+    return ErrorOf([&] { db_.CableExist(name, u"", u"", 1, u"", u"", u"", u"", u"", price); });
   };
   EXPECT_EQ(exists(u"it's", u"1"), static_cast<int32_t>(Err::kProvider));
   EXPECT_EQ(exists(u"N", u""), static_cast<int32_t>(Err::kProvider));
   EXPECT_EQ(exists(u"x' Or 1=1; DELETE * FROM CableDB; '", u"1"),
             static_cast<int32_t>(Err::kProvider));
   EXPECT_EQ(db_.GetCable(1, true)->Field(u"CableID").ToInt32(), 1);
+  db_.SetCable(u"n", u"b", u"m", 7, u"", u"2", u"o", u"s", u"k", u"on request", key);
+  EXPECT_EQ(Stored(catalogue::kCables, key), u"n|b|m|7||2|o|s|k|on request|");
 }
 
 TEST_F(CatalogueFileTest, CategoriesAndLinksAreKeptApart) {
@@ -103,8 +101,7 @@ TEST_F(CatalogueFileTest, CategoriesAndLinksAreKeptApart) {
   db_.EditCategory(u"Relays", u"Crew's relays");
   EXPECT_EQ(db_.GetCatName(1), u"Crew's relays");
   EXPECT_EQ(db_.GetCatName(9), u"");
-  EXPECT_EQ(NumberOf([&] { db_.GetCatID(u"Crew's relays"); }),
-            static_cast<int32_t>(Err::kProvider));
+  EXPECT_EQ(ErrorOf([&] { db_.GetCatID(u"Crew's relays"); }), static_cast<int32_t>(Err::kProvider));
   db_.AddOrg(1, 2);
   db_.AddOrg(1, 1);
   db_.AddOrg(1, 1);
@@ -128,11 +125,11 @@ TEST_F(CatalogueFileTest, MarkersAndOtherStatements) {
   EXPECT_EQ(db_.GetSQL(u"Select Max(CompID) from CompDB")->Field(0).ToInt32(), 1);
   for (const Text& refused : {Text(u"DROP TABLE CompDB"), Text(u"SELECT * FROM Nothing"),
                               Text(u"SELECT * FROM CompDB; DELETE * FROM CompDB")}) {
-    EXPECT_EQ(NumberOf([&] { db_.GetSQL(refused); }), static_cast<int32_t>(Err::kProvider));
+    EXPECT_EQ(ErrorOf([&] { db_.GetSQL(refused); }), static_cast<int32_t>(Err::kProvider));
   }
   EXPECT_EQ(db_.GetNextCompID(), 2);
-  EXPECT_EQ(NumberOf([&] { db_.OpenDB(path_ + u".gone"); }), static_cast<int32_t>(Err::kProvider));
-  EXPECT_NE(NumberOf([&] { db_.Version(); }), 0);
+  EXPECT_EQ(ErrorOf([&] { db_.OpenDB(path_ + u".gone"); }), static_cast<int32_t>(Err::kProvider));
+  EXPECT_NE(ErrorOf([&] { db_.Version(); }), 0);
 }
 
 }  // namespace

@@ -12,8 +12,9 @@
 
 namespace ohmwise::testing {
 
-/// A host whose database writes every call down, name and arguments, and answers statements with
-/// rows given beforehand. The language database answers "T<number>" and is not written down.
+/// A host whose database writes down how it is opened, every statement and every field that is
+/// written, and answers statements with rows given beforehand. The language database answers
+/// "T<number>" and is not written down.
 class RecordingDatabase final : public Host, public Database {
  public:
   using Row = std::vector<std::pair<std::u16string, Value>>;
@@ -24,10 +25,12 @@ class RecordingDatabase final : public Host, public Database {
   /// Lets go of what such clients remember; a test counts objects afterwards.
   static inline void (*let_go)() = [] {};
 
-  std::map<std::u16string, std::vector<Row>> answers;  ///< by statement; others have no rows
+  std::map<std::u16string, std::vector<Row>> answers;  ///< by statement
+  std::vector<Row> otherwise;                          ///< rows of all other statements
   std::optional<std::u16string> refused;               ///< opening this fails
   NumberFormat numbers;
   std::vector<std::u16string> log;
+  int never_closed = 0;  ///< recordsets that were let go while open
 
   std::vector<std::u16string> TakeLog() { return std::exchange(log, {}); }
 
@@ -99,15 +102,14 @@ class RecordingDatabase final : public Host, public Database {
   class LoggedRecordset final : public Counted<Recordset> {
    public:
     explicit LoggedRecordset(RecordingDatabase& host) : host_(host) {}
+    ~LoggedRecordset() override { host_.never_closed += open_ ? 1 : 0; }
 
-    int32_t State() override {
-      Add(u".State");
-      return open_ ? kStateOpen : kStateClosed;
-    }
+    int32_t State() override { return open_ ? kStateOpen : kStateClosed; }
     void Open(std::u16string_view sql, const ConnectionRef& connection, int32_t cursor_type,
               int32_t lock_type) override {
       auto& of = dynamic_cast<LoggedConnection&>(*connection);
-      rows_.clear();
+      if (open_) Raise(Err::kProvider, u"open already");
+      rows_ = of.IsLanguage() ? std::vector<Row>() : host_.otherwise;
       at_ = 0;
       new_ = false;
       open_ = !sql.starts_with(u"DELETE");
@@ -125,35 +127,22 @@ class RecordingDatabase final : public Host, public Database {
       const auto answer = host_.answers.find(std::u16string(sql));
       if (answer != host_.answers.end()) rows_ = answer->second;
     }
-    bool EndOfFile() override {
-      Add(u".EOF");
-      return at_ >= rows_.size();
-    }
+    bool EndOfFile() override { return at_ >= rows_.size(); }
     void MoveNext() override { ++at_; }
     Value Field(std::u16string_view name) override {
-      Add(u"(" + std::u16string(name) + u")");
       for (const auto& [field, value] : Current()) {
         if (field == name) return value;
       }
       Raise(Err::kProvider, u"unknown field");
     }
-    Value Field(int32_t index) override {
-      Add(u"(" + DecimalText(index) + u")");
-      return Current().at(static_cast<size_t>(index)).second;
-    }
+    Value Field(int32_t index) override { return Current().at(static_cast<size_t>(index)).second; }
     void SetField(std::u16string_view name, const Value& value) override {
       Add(u"(" + std::u16string(name) + u")=" + Shown(value));
       Current().emplace_back(name, value);
     }
-    void AddNew() override {
-      Add(u".AddNew");
-      new_ = true;
-    }
-    void Update() override { Add(u".Update"); }
-    void Close() override {
-      Add(u".Close");
-      open_ = false;
-    }
+    void AddNew() override { new_ = true; }
+    void Update() override {}
+    void Close() override { open_ = false; }
 
    private:
     void Add(std::u16string_view call) {

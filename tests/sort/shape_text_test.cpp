@@ -3,22 +3,14 @@
 #include <utility>
 #include <vector>
 
-#include "base/error.h"
 #include "sort/clsLSortShapeText.h"
+#include "tests/support/raised.h"
 #include "tests/support/test_drawing.h"
 
 namespace ohmwise {
 namespace {
 
-template <class Step>
-int32_t ErrorOf(Step&& step) {
-  try {
-    step();
-    return 0;
-  } catch (const AutomationError& error) {
-    return static_cast<int32_t>(error.number());
-  }
-}
+using testing::ErrorOf;
 
 TEST(SortShapeTextTest, ShapesAreOrderedByTheTextTheyHaveNow) {
   std::vector<testing::ShapeSpec> specs(4);

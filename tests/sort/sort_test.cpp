@@ -15,23 +15,15 @@
 #include "sort/clsLSort.h"
 #include "sort/clsLSortComp.h"
 #include "sort/clsLSortLayShape.h"
+#include "tests/support/raised.h"
+#include "tests/support/test_drawing.h"
 
 namespace ohmwise {
 namespace {
 
-/// The sorters need no service of the host, only the views of objects.
-class BareHost : public Host {
- public:
-  Database& database() override { Raise(Err::kObjectNotSet); }
-  std::u16string LibraryFolder() override { return u""; }
-  void ShowMessageBox(std::u16string_view, std::u16string_view, MessageIcon) override {}
-  std::unique_ptr<MessageWindow> MakeMessageWindow(const MessageFormLayout&) override {
-    return nullptr;
-  }
-  void ProcessEvents() override {}
-};
+using testing::ErrorOf;
 
-class SortTest : public testing::Test {
+class SortTest : public ::testing::Test {
  protected:
   void SetUp() override { Restart(); }
   void TearDown() override {
@@ -57,20 +49,10 @@ class SortTest : public testing::Test {
   }
 
   int64_t live_ = LiveObjectCount();
-  BareHost host_;
+  testing::TestHost host_;
   std::optional<HostScope> scope_;
   CollectionRef collection_;
 };
-
-template <class Step>
-int32_t ErrorOf(Step&& step) {
-  try {
-    step();
-    return 0;
-  } catch (const AutomationError& error) {
-    return static_cast<int32_t>(error.number());
-  }
-}
 
 std::vector<std::u16string> Words(std::u16string_view text) {
   std::vector<std::u16string> words(1);
@@ -208,61 +190,29 @@ TEST_F(SortTest, ObjectSorterGivesTheProbeItsDataBackWhateverHappens) {
   EXPECT_EQ(ErrorOf([&] { sorter.Add(nullptr); }), 0);
 }
 
-/// A collection that fails its n-th call and records nothing of it.
-class FailingCollection final : public Counted<Collection> {
- public:
-  explicit FailingCollection(CollectionRef inner) : inner_(std::move(inner)) {}
-  int32_t Count() override { return Step()->Count(); }
-  Value Item(int32_t position) override { return Step()->Item(position); }
-  Value Item(std::u16string_view key) override { return Step()->Item(key); }
-  void Add(const Value& item, std::optional<std::u16string_view> key) override {
-    Step()->Add(item, key);
-  }
-  void AddBefore(const Value& item, std::optional<std::u16string_view> key,
-                 int32_t position) override {
-    Step()->AddBefore(item, key, position);
-  }
-  void AddAfter(const Value& item, std::optional<std::u16string_view> key,
-                int32_t position) override {
-    Step()->AddAfter(item, key, position);
-  }
-  void Remove(int32_t position) override { Step()->Remove(position); }
-  void Remove(std::u16string_view key) override { Step()->Remove(key); }
-
-  int fail_at = 0;
-  int calls = 0;
-
- private:
-  const CollectionRef& Step() {
-    if (++calls == fail_at) Raise(Err::kHost, u"gone");
-    return inner_;
-  }
-  CollectionRef inner_;
-};
-
 TEST_F(SortTest, EveryFailingCallLeavesTheCollectionAsItWas) {
   constexpr auto kHostError = static_cast<int32_t>(Err::kHost);
-  const auto failing = MakeRef<FailingCollection>(collection_);
+  const auto calls_left = std::make_shared<int>(0);
   clsLSort sorter;
-  sorter.SetDataSet(failing);
   sorter.SetDescending(false);
   for (const bool duplicates : {false, true}) {
+    sorter.SetAllowDuplicates(duplicates);
     for (const std::u16string_view before : {u"", u"a", u"a c", u"a c e g"}) {
       // Calls before the answer "no such key": the count, and where there are items the read by
       // key.
       const int trapped = before.empty() ? 99 : 2;
       for (int fail_at = 1;; ++fail_at) {
-        SCOPED_TRACE(testing::Message() << ToUtf8(before) << " call " << fail_at << duplicates);
-        while (collection_->Count() > 0) collection_->Remove(1);
-        failing->fail_at = 0;
+        SCOPED_TRACE(::testing::Message() << ToUtf8(before) << " call " << fail_at << duplicates);
+        *calls_left = 0;
+        collection_ = MakeRef<Counted<testing::FailingCollection>>(calls_left);
+        sorter.SetDataSet(collection_);
         for (const std::u16string& word : Words(before)) {
           if (!word.empty()) collection_->Add(word, word);
         }
-        sorter.SetAllowDuplicates(duplicates);
-        failing->calls = 0;
-        failing->fail_at = fail_at;
+        *calls_left = fail_at;
         const int32_t error = ErrorOf([&] { sorter.Add(u"d"); });
-        if (failing->calls < fail_at) {
+        const bool failed = std::exchange(*calls_left, 0) <= 0;
+        if (!failed) {
           EXPECT_GT(fail_at, before.empty() ? 2 : 3);
           break;
         }
