@@ -1,5 +1,7 @@
 #include "base/printable.h"
 
+#include "base/well_formed.h"
+
 namespace ohmwise {
 
 bool SteersTerminal(char16_t unit) noexcept {
@@ -8,19 +10,12 @@ bool SteersTerminal(char16_t unit) noexcept {
 }
 
 std::u16string Printable(std::u16string_view text) {
-  const auto is_high = [](char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; };
-  const auto is_low = [](char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; };
-  std::u16string line;
-  line.reserve(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char16_t unit = text[i];
-    if (is_high(unit) && i + 1 < text.size() && is_low(text[i + 1])) {
-      line += text.substr(i++, 2);
-    } else if (unit == u'\n' || unit == u'\r' || unit == u'\t' || unit == 0x2028 ||
-               unit == 0x2029) {
-      line += u' ';
-    } else {
-      line += is_high(unit) || is_low(unit) || SteersTerminal(unit) ? u'\uFFFD' : unit;
+  std::u16string line = WellFormed(text);
+  for (char16_t& unit : line) {
+    if (unit == u'\n' || unit == u'\r' || unit == u'\t' || unit == 0x2028 || unit == 0x2029) {
+      unit = u' ';
+    } else if (SteersTerminal(unit)) {
+      unit = u'\uFFFD';
     }
   }
   return line;

@@ -15,6 +15,7 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
+#include "base/well_formed.h"
 #include "platform/embedded/files/file_kind.h"
 
 namespace ohmwise::embedded {
@@ -135,19 +136,7 @@ ColumnType TypeOf(const char* declared) {
 
 }  // namespace
 
-std::string StoredText(std::u16string_view text) {
-  std::u16string whole(text);
-  for (size_t i = 0; i < whole.size(); ++i) {
-    const bool high = whole[i] >= 0xD800 && whole[i] <= 0xDBFF;
-    const bool low = whole[i] >= 0xDC00 && whole[i] <= 0xDFFF;
-    if (high && i + 1 < whole.size() && whole[i + 1] >= 0xDC00 && whole[i + 1] <= 0xDFFF) {
-      ++i;
-    } else if (high || low) {
-      whole[i] = 0xFFFD;
-    }
-  }
-  return ToUtf8(whole);
-}
+std::string StoredText(std::u16string_view text) { return ToUtf8(WellFormed(text)); }
 
 // Through UTF-8 by our own rules: the library's conversions throw on what is no Unicode.
 std::filesystem::path PathFromText(std::u16string_view text) {

@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "base/well_formed.h"
 #include "platform/embedded/spreadsheet/text_width.h"
 
 namespace ohmwise::embedded {
@@ -107,7 +108,7 @@ SheetModel::Content SheetModel::ContentOf(const Value& value) {
   if (text.size() > kLongestText) {
     Raise(Err::kHost, u"A cell of a worksheet holds at most 32767 characters.");
   }
-  return texts_.NumberOf(ToUtf8(text));
+  return texts_.NumberOf(ToUtf8(WellFormed(text)));
 }
 
 SheetModel::Content& SheetModel::Cell(int32_t row, int32_t column) {

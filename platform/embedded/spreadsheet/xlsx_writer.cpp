@@ -11,6 +11,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "base/well_formed.h"
 #include "platform/embedded/files/atomic_file.h"
 #include "platform/embedded/spreadsheet/temporary_file.h"
 #include "platform/embedded/spreadsheet/text_width.h"
@@ -46,7 +47,7 @@ bool IsHex(char character) {
 bool IsPlain(std::string_view utf8) {
   return std::all_of(utf8.begin(), utf8.end(), [](char character) {
     const auto byte = static_cast<unsigned char>(character);
-    return byte != '_' && byte != '\r' && byte != 0 && byte != 0xED && byte != 0xEF;
+    return byte != '_' && byte != '\r' && byte != 0 && byte != 0xEF;
   });
 }
 
@@ -66,9 +67,6 @@ std::string FileText(std::string_view utf8) {
       if (!rest.starts_with("\r\n")) out += '\n';
     } else if (byte == 0) {
       out += "\xEF\xBF\xBD";
-    } else if (byte == 0xED && rest.size() >= 3 && static_cast<unsigned char>(rest[1]) >= 0xA0) {
-      out += "\xEF\xBF\xBD";  // a lone surrogate
-      i += 2;
     } else if (rest.starts_with("\xEF\xBF\xBE") || rest.starts_with("\xEF\xBF\xBF")) {
       out += "\xEF\xBF\xBD";
       i += 2;
@@ -86,7 +84,7 @@ class Writer {
         layout_(sheet.layout),
         workbook_(workbook_new(path.c_str()), lxw_workbook_free) {
     if (!workbook_) Raise(Err::kOutOfMemory);
-    const std::string name = FileText(ToUtf8(layout_.name));
+    const std::string name = FileText(ToUtf8(WellFormed(layout_.name)));
     page_ = workbook_add_worksheet(workbook_.get(), name.empty() ? nullptr : name.c_str());
     if (!page_) Raise(Err::kHost, u"\"" + layout_.name + u"\" cannot be the name of a worksheet.");
   }
@@ -298,7 +296,7 @@ class Writer {
     if (!layout_.header.empty()) {
       // "&" begins a code in headers.
       const std::string header =
-          "&L&B" + FileText(ToUtf8(ReplaceAll(layout_.header, u"&", u"&&"))) + "&R&D";
+          "&L&B" + FileText(ToUtf8(WellFormed(ReplaceAll(layout_.header, u"&", u"&&")))) + "&R&D";
       if (header.size() < LXW_HEADER_FOOTER_MAX) Check(worksheet_set_header(page_, header.c_str()));
     }
     Check(worksheet_set_footer(page_, "&C&P / &N"));
