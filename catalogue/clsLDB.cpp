@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 
 namespace ohmwise {
@@ -11,9 +12,6 @@ namespace {
 
 constexpr std::u16string_view kProvider = u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=";
 constexpr std::u16string_view kMarkers = u"Select * from Misc";
-
-constexpr int32_t kNotFoundText = 165;
-constexpr int32_t kNotFoundTitle = 70;
 
 }  // namespace
 
@@ -59,8 +57,8 @@ RecordsetRef clsLDB::Lookup(std::u16string_view sql, std::u16string_view fallbac
   RecordsetRef records = Open(sql);
   if (!records->EndOfFile()) return records;
   if (!silent) {
-    const std::u16string message = SharedLang().GetStr(kNotFoundText);
-    CurrentHost().ShowMessageBox(message, SharedLang().GetStr(kNotFoundTitle),
+    const std::u16string message = SharedLang().GetStr(text_number::kNotFound);
+    CurrentHost().ShowMessageBox(message, SharedLang().GetStr(text_number::kError),
                                  MessageIcon::kExclamation);
   }
   if (records->State() != kStateClosed) records->Close();

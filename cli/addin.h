@@ -1,28 +1,23 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli/stencil.h"
-#include "crossref/clsLCrossRef.h"
 #include "platform/embedded/drawing/drawing.h"
 #include "platform/embedded/host/embedded_host.h"
 #include "platform/embedded/vsdx/drawing_file.h"
 #include "platform/host.h"
+#include "schematic/indexed_drawing.h"
 
 namespace ohmwise::cli {
 
-/// A cell that was set, or whose result changed.
-struct CellChange {
-  embedded::CellPlace place;
-  std::u16string text;  ///< the formula set, or the new result
-};
-
 /// The add-in without the drawing program: one drawing open and active, with the index collections
 /// that the document's code module declares, and a record of what is done to it.
-class AddIn : private embedded::ChangeObserver {
+class AddIn : public ChangeRecord, private embedded::ChangeObserver {
  public:
   enum class Boxes { kShow, kCollect };
 
@@ -35,29 +30,27 @@ class AddIn : private embedded::ChangeObserver {
   const std::string& path() const { return path_; }
   embedded::Drawing& drawing() { return *drawing_; }
   DocumentRef document() { return drawing_->document(); }
-  clsLCrossRef& index() { return index_; }
-  /// A collection of the document's code module.
-  CollectionRef Member(std::u16string_view name);
+  schematic::IndexedDrawing& indexed() { return *indexed_; }
+  clsLCrossRef& index() { return indexed_->index(); }
+  CollectionRef Member(std::u16string_view name) { return indexed_->Member(name); }
+  std::vector<PageRef> ForegroundPages() { return indexed_->ForegroundPages(); }
 
-  /// Gives the document its empty collections and scans every foreground page in order. A shape
-  /// that cannot be indexed is passed over and told by `failures`; one whose unique ID another has
-  /// gets its own, which is told by a message.
-  void ScanDocument();
-  /// What could not be done with single shapes, each "page / shape: why".
-  const std::vector<std::u16string>& failures() const { return failures_; }
-  void AddFailure(const PageRef& page, const ShapeRef& shape, std::u16string_view why);
+  /// Scans the drawing. A shape whose unique ID another has gets its own, which is told by a
+  /// message.
+  void ScanDocument() { indexed_->Scan(); }
+  const std::vector<std::u16string>& failures() const { return indexed_->failures(); }
+  void AddFailure(const PageRef& page, const ShapeRef& shape, std::u16string_view why) {
+    indexed_->AddFailure(page, shape, why);
+  }
   /// The list of failures as a message, "" when there are none; `note` says what becomes of the
   /// drawing.
   std::string FailureList(std::u16string_view note) const;
   /// Ends the command with that list when there are any.
   void EndWithFailures(std::u16string_view note) const;
-  std::vector<PageRef> ForegroundPages();
 
   /// Cells whose formula is another than in the file, each once, in the order they were first set.
   std::vector<CellChange> ChangedFormulas() const;
-  /// Cells whose result is another than when the drawing was opened, each once with its last
-  /// result, in the order of their first change.
-  std::vector<CellChange> ChangedResults() const;
+  std::vector<CellChange> ChangedResults() const override;
   /// Message boxes shown so far, when they are collected.
   const std::vector<embedded::ShownMessage>& messages() const { return messages_; }
 
@@ -69,21 +62,20 @@ class AddIn : private embedded::ChangeObserver {
   }
 
  private:
-  void FormulaSet(const embedded::CellPlace& place, std::u16string_view formula) override;
-  void ResultChanged(const embedded::CellPlace& place, std::u16string_view text) override;
+  void FormulaSet(const CellChange& change) override { formulas_.push_back(change); }
+  void ResultChanged(const CellChange& change) override { results_.push_back(change); }
 
-  void ScanPage(const PageRef& page);
+  void SeparateIds();
 
   std::string path_;
   std::vector<embedded::ShownMessage> messages_;
-  std::vector<std::u16string> failures_;
   std::vector<CellChange> formulas_, results_;
   embedded::EmbeddedHost host_;
   HostScope scope_;
   std::unique_ptr<embedded::DrawingFile> file_;
   std::unique_ptr<embedded::Drawing> drawing_;
   embedded::Workspace workspace_;
-  clsLCrossRef index_;
+  std::optional<schematic::IndexedDrawing> indexed_;
 };
 
 }  // namespace ohmwise::cli

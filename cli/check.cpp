@@ -4,21 +4,28 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/addin.h"
 #include "cli/arguments.h"
 #include "cli/catalogue.h"
-#include "cli/check_rules.h"
 #include "cli/command.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/progress.h"
+#include "cli/report.h"
+#include "schematic/checking/check.h"
 
 namespace ohmwise::cli {
 namespace {
+
+using schematic::CheckedDrawing;
+using schematic::Finding;
+using schematic::FindingLevel;
 
 constexpr int kHasFindings = 1;
 constexpr int kFailed = 2;
@@ -53,8 +60,9 @@ const char16_t* Word(FindingLevel level) {
   return level == FindingLevel::kError ? u"error" : u"warning";
 }
 
-/// The catalogue named, else the one of the user's options, else that of the library's folder.
-std::optional<Catalogue> FindCatalogue(const std::string& named) {
+/// The components of the catalogue named, else of the one of the user's options, else of that of
+/// the library's folder.
+std::optional<std::set<int32_t>> FindComponents(const std::string& named) {
   std::u16string location;
   try {
     location = CatalogueLocation(named);
@@ -62,17 +70,19 @@ std::optional<Catalogue> FindCatalogue(const std::string& named) {
     if (error.number() == Err::kFileNotFound && named.empty()) return std::nullopt;
     throw;
   }
-  return ReadCatalogue(location);
+  std::set<int32_t> numbers;
+  for (const auto& [number, part] : ReadCatalogue(location)) numbers.insert(number);
+  return numbers;
 }
 
-Outcome CheckOne(const std::string& drawing, const Catalogue* catalogue) {
+Outcome CheckOne(const std::string& drawing, const std::set<int32_t>* components) {
   Outcome outcome;
   outcome.drawing = drawing;
   try {
     Progress progress;
     progress.Tell(FromUtf8(std::filesystem::path(drawing).filename().string()));
     AddIn add_in(drawing, AddIn::Boxes::kCollect);
-    outcome.checked = CheckDrawing(add_in, catalogue);
+    outcome.checked = CheckDrawing(add_in.indexed(), add_in, components);
     outcome.passed_over = add_in.FailureList(u"the rest was checked");
   } catch (const std::exception& error) {
     outcome.failure = SentenceOf(error);
@@ -155,13 +165,13 @@ std::string AsJson(const std::vector<Outcome>& outcomes, const Totals& totals, b
 int Check(const CheckOptions& options) {
   embedded::EmbeddedHost host({});
   const HostScope scope(host);
-  const std::optional<Catalogue> catalogue = FindCatalogue(options.catalogue);
+  const std::optional<std::set<int32_t>> components = FindComponents(options.catalogue);
   const Printer printer;
   std::vector<Outcome> outcomes;
   Totals totals;
   bool has_failed = false, has_parts = false;
   for (const std::string& drawing : options.drawings) {
-    Outcome outcome = CheckOne(drawing, catalogue ? &*catalogue : nullptr);
+    Outcome outcome = CheckOne(drawing, components ? &*components : nullptr);
     if (outcome.failure.empty()) {
       if (!options.json) Print(printer, outcome, totals.drawings == 0);
       totals.Add(outcome.checked);
@@ -179,11 +189,11 @@ int Check(const CheckOptions& options) {
     if (options.json) outcomes.push_back(std::move(outcome));
   }
   if (options.json) {
-    std::cout << AsJson(outcomes, totals, catalogue.has_value());
+    std::cout << AsJson(outcomes, totals, components.has_value());
   } else {
     PrintTotals(printer, totals);
   }
-  if (has_parts && !catalogue) {
+  if (has_parts && !components) {
     std::cout.flush();
     Tell("No catalogue was found, so component numbers were not checked; --catalogue names one.");
   }

@@ -9,12 +9,13 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/addin.h"
 #include "cli/command.h"
-#include "cli/diff_content.h"
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "platform/embedded/host/embedded_host.h"
+#include "schematic/comparing/content.h"
 
 namespace ohmwise::cli {
 namespace {
@@ -23,6 +24,11 @@ namespace {
 constexpr int kDifferent = 1;
 constexpr int kTrouble = 2;
 
+using schematic::Difference;
+using schematic::DifferenceSection;
+using schematic::DrawingContent;
+using schematic::FactChange;
+using schematic::Place;
 using Kind = Difference::Kind;
 
 struct DiffOptions {
@@ -193,14 +199,14 @@ bool Compare(const DiffOptions& options) {
     Progress progress;
     const auto read = [&](const std::string& path) {
       progress.Tell(FromUtf8(std::filesystem::path(path).filename().string()));
-      return ReadContent(path);
+      AddIn add_in(path, AddIn::Boxes::kCollect);
+      DrawingContent content = schematic::ReadContent(add_in.indexed());
+      const std::string list = add_in.FailureList(u"the rest was compared");
+      if (!list.empty()) passed_over += (passed_over.empty() ? "" : "\n") + list;
+      return content;
     };
     const DrawingContent before = read(options.before);
-    const DrawingContent after = read(options.after);
-    sections = CompareContents(before, after);
-    for (const std::string& list : {before.passed_over, after.passed_over}) {
-      if (!list.empty()) passed_over += (passed_over.empty() ? "" : "\n") + list;
-    }
+    sections = CompareContents(before, read(options.after));
   }
   if (options.json) {
     std::cout << AsJson(options, sections);

@@ -5,7 +5,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
-#include "cli/addin.h"
+#include "base/well_formed.h"
 
 namespace ohmwise::cli {
 
@@ -65,11 +65,8 @@ std::string JsonWriter::Take() {
 }
 
 void JsonWriter::Quote(std::u16string_view text) {
-  std::u16string quoted;
-  quoted.reserve(text.size() + 2);
-  quoted += u'"';
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char16_t unit = text[i];
+  std::u16string quoted = u"\"";
+  for (const char16_t unit : WellFormed(text)) {
     if (unit == u'"' || unit == u'\\') {
       quoted += {u'\\', unit};
     } else if (unit == u'\n' || unit == u'\r' || unit == u'\t') {
@@ -78,17 +75,11 @@ void JsonWriter::Quote(std::u16string_view text) {
       constexpr const char16_t* kHex = u"0123456789abcdef";
       quoted += u"\\u";
       for (const int shift : {12, 8, 4, 0}) quoted += kHex[unit >> shift & 0xF];
-    } else if (unit < 0xD800 || unit > 0xDFFF) {
-      quoted += unit;
-    } else if (unit <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-               text[i + 1] <= 0xDFFF) {
-      quoted += text.substr(i++, 2);
     } else {
-      quoted += u'\uFFFD';
+      quoted += unit;
     }
   }
-  quoted += u'"';
-  out_ += ToUtf8(quoted);
+  out_ += ToUtf8(quoted + u'"');
 }
 
 void WriteChanges(JsonWriter& json, const std::vector<CellChange>& changes,

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-namespace ohmwise::cli {
+#include "platform/changes.h"
 
-struct CellChange;
+namespace ohmwise::cli {
 
 /// Writes one JSON value as indented UTF-8. Members keep the order in which they are written; a
 /// lone surrogate becomes U+FFFD.

@@ -6,6 +6,7 @@
 
 #include "lang/clsLLang.h"
 #include "lang/clsLMssg.h"
+#include "lang/text_numbers.h"
 
 namespace ohmwise::cli {
 
@@ -23,8 +24,8 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   void Tell(std::u16string_view what) {
-    constexpr int32_t kBusyText = 20;
-    const std::u16string text = SharedLang().GetStr(kBusyText) + u" ..... " + std::u16string(what);
+    const std::u16string text =
+        SharedLang().GetStr(text_number::kBusy) + u" ..... " + std::u16string(what);
     if (is_shown_) {
       window_.SetMessage(text);
     } else {

@@ -10,6 +10,8 @@
 #include "base/ref.h"
 #include "catalogue/clsLCmpRec.h"
 #include "cli/addin.h"
+#include "schematic/lists.h"
+#include "shapeutil/shape_access.h"
 
 namespace ohmwise::cli {
 
@@ -66,11 +68,9 @@ void WriteReport(ReportTable table, const std::vector<std::u16string>& drawings,
 
 // Small steps shared by the kinds of report ------------------------------------------------------
 
-/// Result text of a cell, "" without it.
-std::u16string CellOrEmpty(const ShapeRef& shape, std::u16string_view cell);
-/// Texts in the order of references and wire names.
-std::vector<std::u16string> InReferenceOrder(const std::vector<std::u16string>& texts);
-std::u16string Joined(const std::vector<std::u16string>& texts, std::u16string_view separator);
+using schematic::InReferenceOrder;
+using schematic::Joined;
+using shapeutil::CellOrEmpty;
 /// The column of the drawing's name, for reports of several.
 std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> columns);
 

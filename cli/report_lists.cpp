@@ -7,48 +7,15 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "cli/report.h"
-#include "cli/wire_ends.h"
 #include "crossref/clsTBlockObj.h"
+#include "schematic/wiring/wire_ends.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"
-#include "sort/clsLSort.h"
+#include "shapeutil/symbol_types.h"
 #include "sort/clsLSortShapeText.h"
 
 namespace ohmwise::cli {
-
-std::u16string CellOrEmpty(const ShapeRef& shape, std::u16string_view cell) {
-  return shape->CellExists(cell, false) ? shape->Cells(cell)->ResultText() : std::u16string();
-}
-
-std::u16string Joined(const std::vector<std::u16string>& texts, std::u16string_view separator) {
-  std::u16string result;
-  for (const std::u16string& text : texts) {
-    if (!result.empty()) result += separator;
-    result += text;
-  }
-  return result;
-}
-
-std::vector<std::u16string> InReferenceOrder(const std::vector<std::u16string>& texts) {
-  const CollectionRef sorted = MakeCollection();
-  clsLSort sorter;
-  sorter.SetDataSet(sorted);
-  sorter.SetAllowDuplicates(true);
-  sorter.SetDescending(false);
-  std::vector<std::u16string> result, unsorted;
-  for (const std::u16string& text : texts) {
-    const int32_t before = sorted->Count();
-    sorter.Add(text);
-    // A number in it that no comparison can hold, or too many of them.
-    if (sorted->Count() == before) unsorted.push_back(text);
-  }
-  for (int32_t position = 1; position <= sorted->Count(); ++position) {
-    result.push_back(sorted->Item(position).ToText());
-  }
-  result.insert(result.end(), unsorted.begin(), unsorted.end());
-  return result;
-}
 
 std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> columns) {
   if (with_drawing) {
@@ -58,8 +25,6 @@ std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> c
 }
 
 namespace {
-
-constexpr int32_t kCableType = 1004;
 
 using Kind = ReportColumn::Kind;
 using Row = std::vector<std::u16string>;
@@ -138,7 +103,7 @@ void ListWires(AddIn& add_in, const Emit& emit) {
   for (const PageRef& page : add_in.ForegroundPages()) {
     const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
     for (const ShapeRef& wire : InTextOrder(ShapesOf(nets))) {
-      const auto [begin, end] = ShownEnds(wire);
+      const auto [begin, end] = schematic::ShownEnds(wire);
       emit({CellOrEmpty(wire, u"Scratch.B1"), begin, end, PageNumber(page), page->Name(),
             Location(wire), wire->Name()});
     }
@@ -155,7 +120,7 @@ void ListTerminals(AddIn& add_in, const Emit& emit) {
     const std::u16string text = terminal->Text();
     const size_t colon = text.rfind(u':');
     std::vector<std::u16string> wires;
-    for (const ShapeRef& wire : WiresAt(terminal)) {
+    for (const ShapeRef& wire : schematic::WiresAt(terminal)) {
       std::u16string name = CellOrEmpty(wire, u"Scratch.B1");
       if (std::find(wires.begin(), wires.end(), name) == wires.end()) {
         wires.push_back(std::move(name));
@@ -175,7 +140,7 @@ std::map<std::u16string, std::u16string> DrawnCables(AddIn& add_in) {
   const CollectionRef references = add_in.Member(u"colRefShape");
   for (int32_t position = 1; position <= references->Count(); ++position) {
     for (const ShapeRef& shape : ShapesOf(ToCollection(references->Item(position)))) {
-      if (SharedMisc().TypeNo(shape) != kCableType) continue;
+      if (SharedMisc().TypeNo(shape) != symbol::kCable) continue;
       drawn.try_emplace(CellOrEmpty(shape, u"User.Ref"), CellOrEmpty(shape, u"Prop.Name"));
     }
   }
@@ -226,7 +191,7 @@ void ListCables(AddIn& add_in, const Emit& emit) {
                                                    : shapeutil::ShapeOfKey(key, add_in.document());
       if (wire) {
         wire_name = CellOrEmpty(wire, u"Scratch.B1");
-        ends = ShownEnds(wire);
+        ends = schematic::ShownEnds(wire);
       }
       emit({name, type, DecimalText(core + 1),
             core <= INT16_MAX ? misc.GetCoreName(core_names, static_cast<int16_t>(core))

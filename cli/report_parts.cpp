@@ -13,13 +13,12 @@
 #include "cli/output.h"
 #include "cli/report.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "shapeutil/clsLMisc.h"
 #include "sort/clsLSortComp.h"
 
 namespace ohmwise::cli {
 namespace {
-
-constexpr int32_t kGroupText = 166;
 
 /// A price as people write it, "12.50", "12,50", "1.234,50 €", the first number of the text. 0
 /// without one; nullopt for one that can be read in two ways ("1,234").
@@ -213,7 +212,7 @@ class BillOfMaterials final : public Report {
     if (shape->CellExists(u"User.Group", false)) {
       const int16_t group = ToInt16(shape->Cells(u"User.Group")->ResultNumber());
       if (group != 1) {
-        text += u"-" + StoredText(kGroupText) + DecimalText(int32_t{group});
+        text += u"-" + StoredText(text_number::kGroup) + DecimalText(int32_t{group});
       }
     }
     return text;

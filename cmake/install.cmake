@@ -4,13 +4,13 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ohmwise)
-foreach(part base platform shapeutil locations catalogue sort lang export settings crossref files drawing vsdx database
+foreach(part base platform shapeutil locations catalogue sort lang export settings crossref schematic wiring checking comparing renumbering files drawing vsdx database
         forms spreadsheet settings_file host)
   set_target_properties(ohmwise_${part} PROPERTIES EXPORT_NAME ${part})
   install(TARGETS ohmwise_${part} EXPORT ohmwise_targets)
 endforeach()
 install(EXPORT ohmwise_targets NAMESPACE ohmwise:: DESTINATION ${package_folder})
-foreach(folder base platform shapeutil catalogue sort lang export settings crossref)
+foreach(folder base platform shapeutil catalogue sort lang export settings crossref schematic)
   install(DIRECTORY ${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ohmwise
     FILES_MATCHING PATTERN "*.h")
 endforeach()

@@ -3,13 +3,12 @@
 #include "base/text.h"
 #include "crossref/index_access.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 
 namespace ohmwise {
 
-namespace {
-constexpr int32_t kGroupText = 166;
-}
+namespace {}
 
 void clsTBlockObj::EnsureGroup(const ShapeRef& shape) {
   if (shape->CellExists(u"User.Group", false)) return;
@@ -19,7 +18,8 @@ void clsTBlockObj::EnsureGroup(const ShapeRef& shape) {
 
 std::u16string clsTBlockObj::GetKey() const {
   const ShapeRef& shape = crossref::Need(data_);
-  const std::u16string group_text = SharedLang().GetStr(kGroupText);  // may fail: before the write
+  const std::u16string group_text =
+      SharedLang().GetStr(text_number::kGroup);  // may fail: before the write
   EnsureGroup(shape);
   return shape->Text() + u"-" + group_text + shape->Cells(u"User.Group")->Formula();
 }

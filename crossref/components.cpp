@@ -9,17 +9,16 @@
 #include "crossref/index_access.h"
 #include "crossref/progress.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/shape_access.h"
 
 namespace ohmwise {
 
 using crossref::Trapped;
 
 namespace {
-
-constexpr int32_t kBusyText = 20;
-constexpr int32_t kGroupText = 166;
 
 /// A shape of a reference and the group it is in after renumbering.
 struct Member {
@@ -43,7 +42,7 @@ std::vector<Member> RenumberGroups(const std::vector<ShapeRef>& shapes) {
   std::map<int16_t, std::vector<size_t>> groups;
   for (const ShapeRef& shape : shapes) {
     Trapped([&] {
-      const double number = crossref::NumberOrZero(shape, u"User.Group");
+      const double number = shapeutil::NumberOr(shape, u"User.Group", 0);
       groups[ToInt16(number)].push_back(members.size());
       members.push_back({shape, 0});
       old_numbers.push_back(number);
@@ -65,13 +64,13 @@ std::vector<Member> RenumberGroups(const std::vector<ShapeRef>& shapes) {
 bool Beats(const ShapeRef& shape, const ShapeRef& kept) {
   const bool has_properties = SharedMisc().GotProp(shape);
   if (has_properties != SharedMisc().GotProp(kept)) return has_properties;
-  return crossref::NumberOrZero(shape, u"User.Priority") >
-         crossref::NumberOrZero(kept, u"User.Priority");
+  return shapeutil::NumberOr(shape, u"User.Priority", 0) >
+         shapeutil::NumberOr(kept, u"User.Priority", 0);
 }
 
 void AddComponent(const CollectionRef& components, const Member& member) {
   std::u16string key = member.shape->Text();
-  if (member.group != 1) key += u"-" + StoredText(kGroupText) + DecimalText(member.group);
+  if (member.group != 1) key += u"-" + StoredText(text_number::kGroup) + DecimalText(member.group);
   if (SharedMisc().GotInCollection(components, key)) {
     if (!Beats(member.shape, ToShape(components->Item(key)))) return;
     components->Remove(key);
@@ -84,7 +83,7 @@ void AddComponent(const CollectionRef& components, const Member& member) {
 void clsLCrossRef::GetRefComp(const CollectionRef& tcolRefShape, const CollectionRef& colRefComp,
                               bool ShowMssg) {
   Trapped([&] {
-    crossref::ProgressLine progress(kBusyText);
+    crossref::ProgressLine progress(text_number::kBusy);
     if (ShowMssg) progress.Show();
     crossref::Need(colRefComp);
     for (const CollectionRef& entry : crossref::EntriesOf(crossref::Need(tcolRefShape))) {

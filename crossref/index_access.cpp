@@ -6,23 +6,6 @@
 
 namespace ohmwise::crossref {
 
-bool IsTerminalType(int32_t type) noexcept {
-  return type == symbol::kTerminal || type == symbol::kTerminalTwin;
-}
-
-bool IsComponentType(int32_t type) noexcept {
-  switch (type) {
-    case 132:
-    case 133:
-    case 1002:
-    case 1003:
-    case 1004:
-      return true;
-    default:
-      return false;
-  }
-}
-
 DocumentRef IndexDocument(const ShapeRef& shape) {
   return Need(Need(Need(shape)->Application())->ActiveDocument());
 }
@@ -127,10 +110,6 @@ int32_t PageOf(const ShapeRef& shape) { return Need(shape)->ContainingPageID(); 
 
 std::u16string QuotedText(std::u16string_view text) {
   return u"\"" + ReplaceAll(text, u"\"", u"\"\"") + u"\"";
-}
-
-double NumberOrZero(const ShapeRef& shape, std::u16string_view cell) {
-  return shape->CellExists(cell, false) ? shape->Cells(cell)->ResultNumber() : 0.0;
 }
 
 }  // namespace ohmwise::crossref

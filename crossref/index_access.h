@@ -8,24 +8,11 @@
 #include "base/collection.h"
 #include "base/error.h"
 #include "platform/drawing.h"
+#include "shapeutil/symbol_types.h"
 
 namespace ohmwise::crossref {
 
 // Small steps shared by the operations on the document's index collections.
-
-/// Symbol type numbers that the index knows.
-namespace symbol {
-inline constexpr int32_t kTitleBlock = 102;
-inline constexpr int32_t kNet = 106;
-inline constexpr int32_t kTerminal = 113;
-inline constexpr int32_t kTerminalTwin = 114;
-inline constexpr int32_t kLadderZone = 123;
-inline constexpr int32_t kLabel = 125;
-}  // namespace symbol
-
-bool IsTerminalType(int32_t type) noexcept;
-/// The reference-bearing components: 132, 133, 1002, 1003, 1004.
-bool IsComponentType(int32_t type) noexcept;
 
 /// Runs a step under the index's error trap. False when it failed; the failure goes no further.
 template <class Step>
@@ -97,7 +84,4 @@ int32_t PageOf(const ShapeRef& shape);
 
 /// A text in double quotes with every quote inside doubled: a formula whose result is the text.
 std::u16string QuotedText(std::u16string_view text);
-/// Number of a cell, 0 when the shape lacks it.
-double NumberOrZero(const ShapeRef& shape, std::u16string_view cell);
-
 }  // namespace ohmwise::crossref

@@ -4,6 +4,7 @@
 #include "crossref/index_access.h"
 #include "platform/host.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/shape_access.h"
 
 namespace ohmwise {
 
@@ -53,7 +54,7 @@ bool LiesIn(const ShapeRef& shape, const ZoneArea& area) {
 
 void clsLCrossRef::AddLZone(const ShapeRef& shpActive) {
   Trapped([&] {
-    if (SharedMisc().TypeNo(crossref::Need(shpActive)) != crossref::symbol::kLadderZone) return;
+    if (SharedMisc().TypeNo(crossref::Need(shpActive)) != symbol::kLadderZone) return;
     const DocumentRef document = crossref::IndexDocument(shpActive);
     if (!GotLZone(document)) return;
     const CollectionRef zones = crossref::IndexMember(document, u"colLZone");
@@ -78,7 +79,7 @@ bool clsLCrossRef::LZoneHitTest(const ShapeRef& shpActive) {
         crossref::IndexMember(crossref::IndexDocument(shpActive), u"colLZone");
     const std::u16string page_key = crossref::PageKey(crossref::PageOf(shpActive));
     const ShapeRef page_sheet = crossref::Need(shpActive->ContainingPage())->PageSheet();
-    const double margin = crossref::NumberOrZero(page_sheet, u"User.Grid") / 2;
+    const double margin = shapeutil::NumberOr(page_sheet, u"User.Grid", 0) / 2;
     const std::u16string own_id = shpActive->UniqueID();
     for (const ShapeRef& zone : crossref::ShapesOf(crossref::FindEntry(zones, page_key))) {
       Trapped([&] {

@@ -179,7 +179,7 @@ void WriteLink(const ShapeRef& label, const shapeutil::LocationTarget& target, i
 
 void clsLCrossRef::AddAutoLoc(const ShapeRef& shpActive) {
   Trapped([&] {
-    if (SharedMisc().TypeNo(crossref::Need(shpActive)) != crossref::symbol::kLabel) return;
+    if (SharedMisc().TypeNo(crossref::Need(shpActive)) != symbol::kLabel) return;
     const DocumentRef document = crossref::IndexDocument(shpActive);
     if (!GotAutoLoc(document)) return;
     const CollectionRef labels = crossref::IndexMember(document, u"colAutoLoc");

@@ -5,6 +5,7 @@
 #include "crossref/clsTBlockObj.h"
 #include "crossref/index_access.h"
 #include "crossref/progress.h"
+#include "lang/text_numbers.h"
 
 namespace ohmwise {
 
@@ -12,12 +13,10 @@ using crossref::Trapped;
 
 namespace {
 
-constexpr int32_t kBusyText = 20;
-
 /// Shows the progress line for a scope and takes the window away on every way out.
 class ShownProgress {
  public:
-  ShownProgress() : line_(kBusyText) { line_.Show(); }
+  ShownProgress() : line_(text_number::kBusy) { line_.Show(); }
   ~ShownProgress() { line_.Hide(); }
   ShownProgress(const ShownProgress&) = delete;
   ShownProgress& operator=(const ShownProgress&) = delete;

@@ -42,17 +42,17 @@ void clsLCrossRef::Remove(const ShapeRef& shpActive) {
 void clsLCrossRef::RemoveAll(const ShapeRef& shpActive) {
   Trapped([&] {
     const int32_t type = SharedMisc().TypeNo(crossref::Need(shpActive));
-    if (crossref::IsComponentType(type)) {
+    if (symbol::IsComponent(type)) {
       Remove(shpActive);
-    } else if (crossref::IsTerminalType(type)) {
+    } else if (symbol::IsTerminal(type)) {
       RemoveTerm(shpActive);
-    } else if (type == crossref::symbol::kNet) {
+    } else if (type == symbol::kNet) {
       RemoveNet(shpActive);
-    } else if (type == crossref::symbol::kLadderZone) {
+    } else if (type == symbol::kLadderZone) {
       RemoveLZone(shpActive);
-    } else if (type == crossref::symbol::kLabel) {
+    } else if (type == symbol::kLabel) {
       RemoveAutoLoc(shpActive);
-    } else if (type == crossref::symbol::kTitleBlock) {
+    } else if (type == symbol::kTitleBlock) {
       RemoveTBlock(shpActive);
     }
   });

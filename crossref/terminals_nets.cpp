@@ -30,7 +30,7 @@ void FreeCableCores(const DocumentRef& document, std::u16string_view net_id,
 
 void clsLCrossRef::AddTerm(const ShapeRef& tTerm) {
   Trapped([&] {
-    if (!crossref::IsTerminalType(SharedMisc().TypeNo(crossref::Need(tTerm)))) return;
+    if (!symbol::IsTerminal(SharedMisc().TypeNo(crossref::Need(tTerm)))) return;
     const CollectionRef terminals =
         crossref::IndexMember(crossref::IndexDocument(tTerm), u"colPageTerm");
     const std::u16string page_key = crossref::PageKey(crossref::PageOf(tTerm));
@@ -40,7 +40,7 @@ void clsLCrossRef::AddTerm(const ShapeRef& tTerm) {
 
 void clsLCrossRef::AddNet(const ShapeRef& tNet) {
   Trapped([&] {
-    if (SharedMisc().TypeNo(crossref::Need(tNet)) != crossref::symbol::kNet) return;
+    if (SharedMisc().TypeNo(crossref::Need(tNet)) != symbol::kNet) return;
     const DocumentRef document = crossref::IndexDocument(tNet);
     const CollectionRef nets = crossref::IndexMember(document, u"colPageNet");
     const CollectionRef names = crossref::IndexMember(document, u"colUNetName");
@@ -87,7 +87,7 @@ void clsLCrossRef::ForgetNetName(const DocumentRef& document, const ShapeRef& ne
 void clsLCrossRef::DetectTerm(const ShapeRef& shpActive) {
   if (term_scan_disabled_) return;
   Trapped([&] {
-    if (!crossref::IsTerminalType(SharedMisc().TypeNo(crossref::Need(shpActive)))) return;
+    if (!symbol::IsTerminal(SharedMisc().TypeNo(crossref::Need(shpActive)))) return;
     const CollectionRef terminals =
         crossref::IndexMember(crossref::IndexDocument(shpActive), u"colPageTerm");
     const std::u16string key = shpActive->UniqueID();

@@ -5,6 +5,7 @@
 #include "crossref/clsTBlockObj.h"
 #include "crossref/index_access.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 #include "shapeutil/clsLMisc.h"
 #include "sort/clsLOSort.h"
@@ -13,13 +14,11 @@ namespace ohmwise {
 
 namespace {
 
-constexpr int32_t kGroupText = 166;
-
 /// Gives the shape the first group number, from its own upwards, whose key is free.
 void NumberTBlock(const ShapeRef& shape, const CollectionRef& index) {
   clsTBlockObj::EnsureGroup(shape);
   const CellRef group = shape->Cells(u"User.Group");
-  const std::u16string stem = shape->Text() + u"-" + SharedLang().GetStr(kGroupText);
+  const std::u16string stem = shape->Text() + u"-" + SharedLang().GetStr(text_number::kGroup);
   int16_t number = 0;
   try {
     number = TextToInt16(group->Formula());

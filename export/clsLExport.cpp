@@ -8,16 +8,12 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 
 namespace ohmwise {
 namespace {
 
-constexpr int32_t kErrorTitle = 70;
-constexpr int32_t kStartStep = 88;
-constexpr int32_t kWorkbookStep = 89;
-constexpr int32_t kSheetStep = 90;
-constexpr int32_t kWritingStep = 91;
 constexpr size_t kMostFields = 26;
 
 /// The fields of a row text; an empty text is one empty field. A carriage return parts fields as a
@@ -57,7 +53,7 @@ bool clsLExport::Guarded(Step&& step) {
     step();
     return true;
   } catch (const AutomationError&) {
-    CurrentHost().ShowMessageBox(step_text_, UserText(kErrorTitle), MessageIcon::kCritical);
+    CurrentHost().ShowMessageBox(step_text_, UserText(text_number::kError), MessageIcon::kCritical);
     return false;
   }
 }
@@ -65,15 +61,15 @@ bool clsLExport::Guarded(Step&& step) {
 bool clsLExport::OpenApp() {
   return Guarded([&] {
     step_text_ = kNoTextSentence;  // for the box, should the first text be out of reach
-    step_text_ = SharedLang().GetStr(kStartStep);
+    step_text_ = SharedLang().GetStr(text_number::kStartSpreadsheet);
     application_ = CurrentHost().spreadsheet().CreateApplication();
     application_->SetVisible(true);
-    step_text_ = SharedLang().GetStr(kWorkbookStep);
+    step_text_ = SharedLang().GetStr(text_number::kMakeWorkbook);
     application_->Workbooks()->Add();
-    step_text_ = SharedLang().GetStr(kSheetStep);
+    step_text_ = SharedLang().GetStr(text_number::kFindSheet);
     sheet_ = application_->ActiveSheet();
     if (!sheet_) Raise(Err::kObjectNotSet);
-    step_text_ = SharedLang().GetStr(kWritingStep);
+    step_text_ = SharedLang().GetStr(text_number::kWriteSheet);
   });
 }
 

@@ -6,6 +6,7 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 #include "shapeutil/clsLMisc.h"
 
@@ -79,8 +80,9 @@ void clsLLang::SetLanguage(int16_t Value) {
   const RecordsetRef records = CurrentHost().database().MakeRecordset();
   Query(records, u"Select * From Misc");
   if (records->Field(u"CurLang").ToInt32() != Value) {
-    const std::u16string message = SharedLang().GetStr(325);
-    CurrentHost().ShowMessageBox(message, SharedLang().GetStr(276), MessageIcon::kInformation);
+    const std::u16string message = SharedLang().GetStr(text_number::kNewLanguage);
+    CurrentHost().ShowMessageBox(message, SharedLang().GetStr(text_number::kLanguageTitle),
+                                 MessageIcon::kInformation);
     records->SetField(u"CurLang", ohmwise::Value(Value));
     records->Update();
   }

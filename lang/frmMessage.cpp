@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "platform/host.h"
 
 namespace ohmwise {
@@ -22,7 +23,7 @@ void EndWithHost() {
 }  // namespace
 
 frmMessage::frmMessage() : window_(CurrentHost().MakeMessageWindow(MessageFormLayout{})) {
-  window_->SetTitle(SharedLang().GetStr(142));
+  window_->SetTitle(SharedLang().GetStr(text_number::kProgressTitle));
 }
 
 void frmMessage::SetCaption(std::u16string_view text) { window_->SetLabel(text); }

@@ -31,6 +31,14 @@ offence 'a class folder uses base/, platform/*.h, class folders and the standard
   sources "${existing[@]}" | includes |
     grep -vE "include[[:space:]]*($below|\"($classes)/[^\"]+\")")
 
+# The rooms of schematic/: those too, and each other; wiring/ is below the other rooms.
+offence 'schematic/ uses base/, platform/*.h, class folders, its own rooms and the standard library only' < <(
+  sources schematic | includes |
+    grep -vE "include[[:space:]]*($below|\"($classes|schematic)/[^\"]+\")")
+offence 'schematic/wiring uses no other room' < <(
+  sources schematic/wiring | includes |
+    grep -E 'include[[:space:]]*"schematic/' | grep -vE '"schematic/(wiring/)?[^/"]+"')
+
 # The platform's own level: the standard library, base/ and itself.
 offence 'platform/ uses the standard library, base/ and platform/*.h only' < <(
   find platform -maxdepth 1 \( -name '*.cpp' -o -name '*.h' \) | includes |
@@ -44,7 +52,7 @@ offence 'platform/embedded/drawing uses the standard library, base/, platform/*.
 # Third-party headers: in the sources of the one folder that wraps the library.
 wrapped() {  # wrapped PATTERN FOLDER
   offence "only sources in $2/ and tests include this library" < <(
-    sources base platform "${existing[@]}" cli data bench fuzz | includes |
+    sources base platform "${existing[@]}" schematic cli data bench fuzz | includes |
       grep -E "include[[:space:]]*[<\"]$1" | grep -vE "^$2/[^:]*\.cpp:")
 }
 wrapped 'pugixml|pugiconfig' 'platform/embedded/(vsdx|spreadsheet)'
@@ -58,7 +66,7 @@ wrapped 'benchmark/|unicode/' bench
 
 # Paths of somebody's machine.
 offence 'a path of one machine' < <(
-  sources base platform "${existing[@]}" cli data tests bench fuzz |
+  sources base platform "${existing[@]}" schematic cli data tests bench fuzz |
     xargs -r grep -HnE '"/(home|root|opt|usr|mnt|work)/' -- /dev/null)
 
 if [ "$found" -ne 0 ]; then exit 1; fi

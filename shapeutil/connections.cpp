@@ -12,6 +12,7 @@ namespace {
 
 using shapeutil::CellText;
 using shapeutil::HasCell;
+using shapeutil::NumberOr;
 using shapeutil::Required;
 using shapeutil::ValueOr;
 
@@ -141,10 +142,6 @@ ShapeRef ShapeAtLinkCell(Shape& from, std::u16string_view cell) {
   // A name may end in a quote; a link that is stored in quotes is read without them.
   if (ShapeRef shape = ValueOr(ShapeRef(), [&] { return ShapeAtLink(from, link); })) return shape;
   return ShapeAtLink(from, shapeutil::Unquoted(link));
-}
-
-double NumberOr(Shape& shape, std::u16string_view cell, double otherwise) {
-  return HasCell(shape, cell) ? shape.Cells(cell)->ResultNumber() : otherwise;
 }
 
 }  // namespace

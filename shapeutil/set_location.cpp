@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 #include "lang/clsLLang.h"
+#include "lang/text_numbers.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/location_formulas.h"
@@ -15,7 +16,6 @@ using shapeutil::Required;
 using shapeutil::ValueOr;
 
 constexpr int16_t kLastRow = -2;
-constexpr int32_t kComponentText = 197;  // what a component is called
 constexpr std::u16string_view kLinkRow = u"Go1";
 
 /// A cell of the user section; its row is made when it is missing.
@@ -63,7 +63,7 @@ void EnsureGrid(const DocumentRef& document) {
 }
 
 std::u16string LinkDescription(std::u16string_view cell) {
-  const std::u16string lead = ReplaceAll(StoredText(kComponentText), u"\"", u"\"\"");
+  const std::u16string lead = ReplaceAll(StoredText(text_number::kComponent), u"\"", u"\"\"");
   return u"\"" + lead + u" \"&" + std::u16string(cell);
 }
 

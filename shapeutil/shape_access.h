@@ -31,6 +31,22 @@ bool HasCell(Shape& shape, std::u16string_view cell);
 /// A text without the double quotes at its ends.
 std::u16string Unquoted(std::u16string_view text);
 
+/// Number of a cell in internal units, `otherwise` when the shape lacks it.
+double NumberOr(Shape& shape, std::u16string_view cell, double otherwise);
+inline double NumberOr(const ShapeRef& shape, std::u16string_view cell, double otherwise) {
+  return NumberOr(Required(shape), cell, otherwise);
+}
+
+/// Result text of a cell, "" when the shape lacks it.
+std::u16string CellOrEmpty(const ShapeRef& shape, std::u16string_view cell);
+
+/// Calls with each shape of a page or a group in drawing order; sub-shapes are not entered.
+template <class Call>
+void ForEachShape(const ShapesRef& shapes, const Call& call) {
+  const int32_t count = shapes->Count();
+  for (int32_t position = 1; position <= count; ++position) call(shapes->Item(position));
+}
+
 /// Result text of a cell without the double quotes at its ends; "" when the cell is missing.
 std::u16string CellText(Shape& shape, std::u16string_view cell);
 

@@ -12,6 +12,14 @@ namespace shapeutil {
 
 bool HasCell(Shape& shape, std::u16string_view cell) { return shape.CellExists(cell, false); }
 
+double NumberOr(Shape& shape, std::u16string_view cell, double otherwise) {
+  return HasCell(shape, cell) ? shape.Cells(cell)->ResultNumber() : otherwise;
+}
+
+std::u16string CellOrEmpty(const ShapeRef& shape, std::u16string_view cell) {
+  return HasCell(Required(shape), cell) ? shape->Cells(cell)->ResultText() : std::u16string();
+}
+
 std::u16string Unquoted(std::u16string_view text) {
   const size_t first = text.find_first_not_of(u'"');
   if (first == text.npos) return {};

@@ -226,15 +226,16 @@ TEST_F(LocationLabelTest, ALabelIsFiledUnderItsTextAnew) {
 /// written: S scratch, L a place, H a link, with their numbers.
 class RefusingHost : public embedded::ChangeObserver {
  public:
-  void FormulaSet(const embedded::CellPlace& place, std::u16string_view formula) override {
-    if (formula.find(u"!Fields.Value") != formula.npos) Raise(Err::kHost, u"no such cell");
+  void FormulaSet(const CellChange& change) override {
+    const CellPlace& place = change.place;
+    if (change.text.find(u"!Fields.Value") != change.text.npos) Raise(Err::kHost, u"no such cell");
     std::u16string part;
     if (place.cell.starts_with(u"Scratch.")) part = u"S" + place.cell.substr(9);
     if (place.cell == u"HideText") part = place.shape.substr(0, 2);
     if (place.cell.starts_with(u"Hyperlink.Go")) part = u"H" + place.cell.substr(12, 1);
     if (!part.empty() && !order.ends_with(part)) order += part;
   }
-  void ResultChanged(const embedded::CellPlace&, std::u16string_view) override {}
+  void ResultChanged(const CellChange&) override {}
   std::u16string order;
 };
 

@@ -67,10 +67,10 @@ class LabelWatch : public embedded::ChangeObserver {
     drawing.drawing().SetObserver(this);
   }
   ~LabelWatch() override { drawing_.drawing().SetObserver(nullptr); }
-  void FormulaSet(const embedded::CellPlace& place, std::u16string_view) override {
-    if (place.cell == u"Scratch.X1") moments.push_back(drawing_.host().progress.back());
+  void FormulaSet(const CellChange& change) override {
+    if (change.place.cell == u"Scratch.X1") moments.push_back(drawing_.host().progress.back());
   }
-  void ResultChanged(const embedded::CellPlace&, std::u16string_view) override {}
+  void ResultChanged(const CellChange&) override {}
   std::vector<std::u16string> moments;
 
  private:

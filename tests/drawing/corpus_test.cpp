@@ -141,9 +141,9 @@ TEST(DrawingCorpusTest, EditsSurviveSaving) {
   }
   class Followed : public ChangeObserver {
    public:
-    void FormulaSet(const CellPlace&, std::u16string_view) override {}
-    void ResultChanged(const CellPlace& place, std::u16string_view text) override {
-      results[{place.page, place.shape, place.cell}] = text;
+    void FormulaSet(const CellChange&) override {}
+    void ResultChanged(const CellChange& change) override {
+      results[{change.place.page, change.place.shape, change.place.cell}] = change.text;
     }
     std::map<std::tuple<std::u16string, std::u16string, std::u16string>, std::u16string> results;
   };

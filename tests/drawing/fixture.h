@@ -14,20 +14,23 @@
 
 namespace ohmwise::testing {
 
-/// Notes every changed result as "page/shape/cell=text".
+/// Notes every changed result as "page/shape/cell=text", and what the texts were before.
 class Recorder : public embedded::ChangeObserver {
  public:
-  void FormulaSet(const embedded::CellPlace& place, std::u16string_view formula) override {
-    formulas.push_back(Line(place, formula));
+  void FormulaSet(const CellChange& change) override {
+    formulas.push_back(Line(change.place, change.text));
+    before.push_back(change.before ? ToUtf8(*change.before) : "-");
   }
-  void ResultChanged(const embedded::CellPlace& place, std::u16string_view text) override {
-    results.push_back(Line(place, text));
+  void ResultChanged(const CellChange& change) override {
+    results.push_back(Line(change.place, change.text));
+    before.push_back(change.before ? ToUtf8(*change.before) : "-");
   }
   std::vector<std::string> formulas;
   std::vector<std::string> results;
+  std::vector<std::string> before;  ///< of both, in the order in which they were told
 
  private:
-  static std::string Line(const embedded::CellPlace& place, std::u16string_view text) {
+  static std::string Line(const CellPlace& place, std::u16string_view text) {
     return ToUtf8(place.page) + "/" + ToUtf8(place.shape) + "/" + ToUtf8(place.cell) + "=" +
            ToUtf8(text);
   }

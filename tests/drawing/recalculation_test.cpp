@@ -25,8 +25,10 @@ class RecalculationTest : public ModelTest {
     drawing_->SetObserver(&recorder);
     At(page, shape, cell)->SetFormula(formula);
     drawing_->SetObserver(nullptr);
+    before_ = recorder.before;
     return recorder.results;
   }
+  std::vector<std::string> before_;  ///< what `ChangesOf` replaced: the formula, then the results
 };
 
 TEST_F(RecalculationTest, OneChangeGoesRoundEverySheetOnceAndInOrder) {
@@ -54,6 +56,9 @@ TEST_F(RecalculationTest, StoredValuesAreTrustedUntilSomethingChanges) {
   Open();
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.B")), "99");
   EXPECT_EQ(ChangesOf(u"P 1", u"S1", u"User.A", u"5").back(), "P 1/S1/User.B=6");
+  EXPECT_EQ(before_, (std::vector<std::string>{"1", "1", "99"}));
+  ChangesOf(u"P 1", u"S1", u"User.B", u"User.A*2");
+  EXPECT_EQ(before_, (std::vector<std::string>{"User.A+1", "6"}));
 }
 
 TEST_F(RecalculationTest, FormulasCanBeReplaced) {

@@ -15,10 +15,8 @@ using Text = std::u16string;
 /// Notes which cells are written.
 class WrittenCells : public embedded::ChangeObserver {
  public:
-  void FormulaSet(const embedded::CellPlace& place, std::u16string_view) override {
-    cells.push_back(place.cell);
-  }
-  void ResultChanged(const embedded::CellPlace&, std::u16string_view) override {}
+  void FormulaSet(const CellChange& change) override { cells.push_back(change.place.cell); }
+  void ResultChanged(const CellChange&) override {}
   std::vector<Text> cells;
 };
 

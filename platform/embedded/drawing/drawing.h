@@ -6,26 +6,20 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/changes.h"
 #include "platform/drawing.h"
 #include "platform/embedded/drawing/model.h"
 
 namespace ohmwise::embedded {
 
-/// Where a cell is, as a person names it. `page` "" is the document sheet, `shape` "" a page sheet.
-struct CellPlace {
-  std::u16string page;
-  std::u16string shape;
-  std::u16string cell;  ///< "Text" for the text of a shape
-};
-
 /// Told of changes while it is attached to a drawing.
 class ChangeObserver {
  public:
   virtual ~ChangeObserver() = default;
-  /// A formula (or constant, or text: cell "Text") was set from outside; `formula` as it is now.
-  virtual void FormulaSet(const CellPlace& place, std::u16string_view formula) = 0;
+  /// A formula (or constant, or text: cell "Text") was set from outside, perhaps to what it was.
+  virtual void FormulaSet(const CellChange& change) = 0;
   /// A result is another than before, by being set or by recalculation.
-  virtual void ResultChanged(const CellPlace& place, std::u16string_view text) = 0;
+  virtual void ResultChanged(const CellChange& change) = 0;
 };
 
 /// A shape whose unique ID another shape has, too.

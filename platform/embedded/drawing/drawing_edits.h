@@ -56,7 +56,8 @@ class DrawingEdits {
   /// Refuses a formula that leads to a page, shape, row or cell which is not there.
   void CheckReferences(LiveSheet& live, const CellAddress& address,
                        const CompiledFormula& compiled);
-  void FinishEdit(uint32_t index, const FormulaValue& before, std::string_view formula);
+  void FinishEdit(uint32_t index, const FormulaValue& before,
+                  std::optional<std::u16string> formula_before, std::string_view formula);
   /// Makes a row or brings a hidden one back; gives the position where it shows.
   int16_t PutRow(LiveSheet& live, const CellAddress& address, std::string_view name,
                  std::string_view type);

@@ -122,18 +122,21 @@ void DrawingEdits::CheckReferences(LiveSheet& live, const CellAddress& address,
 }
 
 void DrawingEdits::FinishEdit(uint32_t index, const FormulaValue& before,
+                              std::optional<std::u16string> formula_before,
                               std::string_view formula) {
   Node& node = graph_.node(index);
   LiveSheet& live = *node.sheet;
   const CellAddress address = node.address;
   cells_.Mark(*live.sheet);
   graph_.ShowField(live, address);
-  if (graph_.observer != nullptr)
-    graph_.observer->FormulaSet(cells_.Place(live, address), FromUtf8(formula));
+  if (graph_.observer != nullptr) {
+    graph_.observer->FormulaSet(
+        {cells_.Place(live, address), std::move(formula_before), FromUtf8(formula)});
+  }
   const bool differs = !SameValue(before, graph_.Value(index));
   if (differs && graph_.observer != nullptr) {
-    graph_.observer->ResultChanged(cells_.Place(live, address),
-                                   FromUtf8(graph_.ResultText(live, address)));
+    graph_.observer->ResultChanged({cells_.Place(live, address), FromUtf8(before.ToText()),
+                                    FromUtf8(graph_.ResultText(live, address))});
   }
   std::vector<uint32_t> changed;
   if (differs || node.formula != nullptr) changed.push_back(index);
@@ -166,6 +169,10 @@ void DrawingEdits::SetFormula(LiveSheet& source, const CellAddress& asked, std::
   graph_.BuildIndex();
   const uint32_t index = graph_.NodeOf(live, address);
   const FormulaValue before = graph_.Value(index);
+  std::optional<std::u16string> formula_before;
+  if (graph_.observer != nullptr && cells_.ExistsLocally(live, address)) {
+    formula_before = FromUtf8(FormulaText(live, address));
+  }
   graph_.Unprepare(index);
   bool typed = false;
   std::optional<FormulaValue> constant;
@@ -202,7 +209,7 @@ void DrawingEdits::SetFormula(LiveSheet& source, const CellAddress& asked, std::
     }
     graph_.NotePageDependent(index);
   }
-  FinishEdit(index, before, text);
+  FinishEdit(index, before, std::move(formula_before), text);
 }
 
 void DrawingEdits::SetNumber(LiveSheet& live, const CellAddress& address, double number) {
@@ -286,8 +293,9 @@ void DrawingEdits::SetText(Sheet& sheet, std::string_view text) {
   if (graph_.observer != nullptr) {
     CellPlace place = cells_.Place(live, *address);
     place.cell = u"Text";
-    graph_.observer->FormulaSet(place, FromUtf8(text));
-    if (before != text) graph_.observer->ResultChanged(place, FromUtf8(text));
+    const CellChange change{std::move(place), FromUtf8(before), FromUtf8(text)};
+    graph_.observer->FormulaSet(change);
+    if (before != text) graph_.observer->ResultChanged(change);
   }
   if (before != text) graph_.Propagate({graph_.NodeOf(live, *address)});
 }

@@ -823,6 +823,8 @@ std::string_view FormulaGraph::InSlot(Node& node, std::string_view text) {
 }
 
 void FormulaGraph::StoreResult(uint32_t index, const FormulaValue& value) {
+  std::string before;
+  if (observer != nullptr) before = Value(index).ToText();
   Node& node = nodes_[index];
   if (value.kind == FormulaValue::Kind::kText && value.text.size() > node.room &&
       !TakesText(value.text.size())) {
@@ -868,8 +870,8 @@ void FormulaGraph::StoreResult(uint32_t index, const FormulaValue& value) {
   cells_.Mark(*live.sheet);
   ShowField(live, node.address);
   if (observer != nullptr) {
-    observer->ResultChanged(cells_.Place(live, node.address),
-                            FromUtf8(ResultText(live, node.address)));
+    observer->ResultChanged({cells_.Place(live, node.address), FromUtf8(before),
+                             FromUtf8(ResultText(live, node.address))});
   }
 }
 

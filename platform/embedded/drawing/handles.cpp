@@ -9,6 +9,8 @@
 namespace ohmwise::embedded {
 namespace {
 
+constexpr int16_t kGetUniqueId = 0;  // VisUniqueIDArgs
+
 LiveDocument& Open(const AnchorRef& anchor) {
   if (anchor->document == nullptr) Raise(Err::kHost, u"The drawing has been closed.");
   return *anchor->document;
@@ -344,7 +346,12 @@ class ShapeObject final : public Counted<Shape> {
     if (Named(member, u"Text")) return Value(Text());
     if (Named(member, u"Name")) return Value(Name());
     if (Named(member, u"NameU")) return Value(NameU());
-    if (Named(member, u"UniqueID")) return Value(UniqueID());
+    if (Named(member, u"UniqueID")) {
+      const bool only_get = !arguments.empty() && arguments[0].ToInt16() == kGetUniqueId;
+      if (!only_get) return Value(UniqueID());
+      Alive();
+      return Value(FromUtf8(sheet_->unique_id));
+    }
     if (Named(member, u"ID")) return Value(ID());
     if (Named(member, u"Type")) return Value(Type());
     if (Named(member, u"OneD")) return Value(OneD());
@@ -517,6 +524,12 @@ class PageObject final : public Counted<Page> {
     if (Named(member, u"ID")) return Value(ID());
     if (Named(member, u"Index")) return Value(Index());
     if (Named(member, u"Background")) return Value(Background());
+    if (Named(member, u"BackPage")) {
+      LiveDocument& document = Alive();
+      PageModel* const back =
+          page_->back_page ? document.model().FindPage(*page_->back_page) : nullptr;
+      return OrNothing(back == nullptr ? PageRef() : document.MakePage(*back));
+    }
     if (Named(member, u"Shapes")) return Value(Shapes());
     if (Named(member, u"PageSheet")) return Value(PageSheet());
     if (Named(member, u"Document")) return Value(Document());

@@ -1,4 +1,4 @@
-#include "cli/renumber_plan.h"
+#include "schematic/renumbering/plan.h"
 
 #include <algorithm>
 #include <map>
@@ -6,11 +6,11 @@
 #include <optional>
 #include <tuple>
 
+#include "base/error.h"
 #include "base/text.h"
-#include "cli/command.h"
 #include "shapeutil/clsLMisc.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
 
 constexpr std::u16string_view kPage = u"{page}";
@@ -52,10 +52,6 @@ bool IsLineConductor(std::u16string_view text) {
          text[1] <= u'3';
 }
 
-[[noreturn]] void Refuse(const std::u16string& sentence) {
-  throw Exit{kWrongUsage, ToUtf8(sentence)};
-}
-
 /// Positions of the names in reading order.
 std::vector<size_t> ReadingOrder(const std::vector<NumberedName>& names) {
   std::vector<size_t> order(names.size());
@@ -78,8 +74,8 @@ class Planner {
       const auto [found, is_new] =
           patterns_.emplace(Letters(ReplaceAll(pattern, kPage, u"")), pattern);
       if (is_new) continue;
-      Refuse(u"\"" + found->second + u"\" and \"" + pattern +
-             u"\" are patterns for the same names.");
+      Raise(Err::kInvalidCall, u"\"" + found->second + u"\" and \"" + pattern +
+                                   u"\" are patterns for the same names.");
     }
     parts_.resize(names.size());
     is_part_.resize(names.size());
@@ -217,9 +213,11 @@ class Planner {
       }
       const NumberedName* const owner = taken_.at(*used);
       if (!patterns_.empty() && owner && !owner->is_selected) {
-        Refuse(u"\"" + owner->text + u"\" is on page \"" + owner->page_name +
-               u"\", which is not to be renumbered. Begin with another number, or name that page "
-               u"as well.");
+        Raise(
+            Err::kInvalidCall,
+            u"\"" + owner->text + u"\" is on page \"" + owner->page_name +
+                u"\", which is not to be renumbered. Begin with another number, or name that page "
+                u"as well.");
       }
     }
   }
@@ -257,4 +255,4 @@ RenumberPlan PlanNumbers(const std::vector<NumberedName>& names,
   return Planner(names, patterns, kind).Take(reserved);
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

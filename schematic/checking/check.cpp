@@ -1,4 +1,4 @@
-#include "cli/check_rules.h"
+#include "schematic/checking/check.h"
 
 #include <algorithm>
 #include <map>
@@ -9,27 +9,18 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
-#include "cli/check_wiring.h"
-#include "crossref/index_access.h"
 #include "lang/clsLLang.h"
-#include "settings/clsLSettings.h"
+#include "lang/text_numbers.h"
+#include "schematic/wiring/wires.h"
 #include "shapeutil/clsLMisc.h"
 #include "shapeutil/shape_access.h"
+#include "shapeutil/symbol_types.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
 
-namespace symbol = crossref::symbol;
 using shapeutil::CellText;
 using shapeutil::ValueOr;
-
-constexpr int32_t kJunctionType = 107;
-constexpr int32_t kContactType = 133;
-constexpr int32_t kCableType = 1004;
-// Texts of which the scan makes a placeholder where there is none.
-constexpr int32_t kNetText = 12;
-constexpr int32_t kReferenceText = 197;
-constexpr int32_t kErrorText = 70;
 
 struct RuleCode {
   std::string_view name;
@@ -63,9 +54,9 @@ struct Symbol {
   bool is_nameless = false;  ///< no text of its own
   Wiring wiring;
 
-  bool IsComponent() const { return crossref::IsComponentType(type); }
+  bool IsComponent() const { return symbol::IsComponent(type); }
   bool IsNet() const { return type == symbol::kNet; }
-  bool IsTerminal() const { return crossref::IsTerminalType(type); }
+  bool IsTerminal() const { return symbol::IsTerminal(type); }
 };
 
 struct CheckedPage {
@@ -121,8 +112,9 @@ std::u16string ClassLetters(std::u16string_view reference) {
   return FoldCase(std::u16string(first, last));
 }
 
+/// What the scan writes where there is no text.
 std::u16string Placeholder(int32_t role) {
-  return SharedLang().GetStr(role) + u" " + SharedLang().GetStr(kErrorText);
+  return SharedLang().GetStr(role) + u" " + SharedLang().GetStr(text_number::kError);
 }
 
 bool HasPartData(const ShapeRef& shape) {
@@ -132,7 +124,7 @@ bool HasPartData(const ShapeRef& shape) {
 /// Windings are marked A1 and A2 the world over. A symbol without pin names is taken for a coil
 /// where its letters are those of relays and contactors.
 bool IsCoil(const Symbol& symbol) {
-  if (symbol.type == kContactType) return false;
+  if (symbol.type == symbol::kContact) return false;
   const std::set<std::u16string> pins = PinNames(symbol.shape, true);
   if (!pins.empty()) return pins.count(FoldCase(u"A1")) > 0 && pins.count(FoldCase(u"A2")) > 0;
   return ClassLetters(symbol.text).starts_with(FoldCase(u"K"));
@@ -140,23 +132,24 @@ bool IsCoil(const Symbol& symbol) {
 
 /// A contact belongs to another symbol. One that says itself which part it is stands for itself.
 bool IsContact(const Symbol& symbol) {
-  return symbol.type == kContactType && !HasPartData(symbol.shape);
+  return symbol.type == symbol::kContact && !HasPartData(symbol.shape);
 }
 
 bool IsMain(const Symbol& symbol) {
-  return symbol.type != kContactType && (HasPartData(symbol.shape) || IsCoil(symbol));
+  return symbol.type != symbol::kContact && (HasPartData(symbol.shape) || IsCoil(symbol));
 }
 
 /// One pass over a drawing.
 class Check {
  public:
-  Check(AddIn& add_in, const Catalogue* catalogue) : add_in_(add_in), catalogue_(catalogue) {
+  Check(IndexedDrawing& drawing, const ChangeRecord& changes, const std::set<int32_t>* components)
+      : drawing_(drawing), changes_(changes), known_components_(components) {
     ReadSymbols();
-    add_in_.ScanDocument();
+    drawing_.Scan();
     for (const Symbol& symbol : symbols_) {
       if (symbol.is_nameless || !symbol.IsComponent()) continue;
       const int16_t group = ValueOr(
-          int16_t{0}, [&] { return ToInt16(crossref::NumberOrZero(symbol.shape, u"User.Group")); });
+          int16_t{0}, [&] { return ToInt16(shapeutil::NumberOr(symbol.shape, u"User.Group", 0)); });
       Component& component = components_[{FoldCase(symbol.text), group}];
       if (component.symbols.empty()) {
         component.reference = symbol.text;
@@ -195,28 +188,26 @@ class Check {
 
  private:
   void ReadSymbols() {
-    const std::u16string no_net = Placeholder(kNetText);
-    const std::u16string no_reference = Placeholder(kReferenceText);
-    for (const PageRef& page : add_in_.ForegroundPages()) {
+    const std::u16string no_net = Placeholder(text_number::kNet);
+    const std::u16string no_reference = Placeholder(text_number::kComponent);
+    for (const PageRef& page : drawing_.ForegroundPages()) {
       const size_t number = pages_.size();
       CheckedPage& checked = pages_.emplace_back();
       checked.page = page;
-      const ShapesRef shapes = page->Shapes();
-      const int32_t count = shapes->Count();
-      for (int32_t position = 1; position <= count; ++position) {
+      shapeutil::ForEachShape(page->Shapes(), [&](ShapeRef shape) {
         Symbol symbol;
-        symbol.shape = shapes->Item(position);
+        symbol.shape = std::move(shape);
         symbol.page = number;
         symbol.type = SharedMisc().TypeNo(symbol.shape);
         const bool is_known = symbol.IsComponent() || symbol.IsNet() || symbol.IsTerminal() ||
                               symbol.type == symbol::kLabel || symbol.type == symbol::kTitleBlock ||
                               symbol.type == symbol::kLadderZone;
         if (symbol.IsComponent() || symbol.IsNet() || symbol.IsTerminal() ||
-            symbol.type == kJunctionType || (!is_known && symbol.shape->OneD())) {
+            symbol.type == symbol::kJunction || (!is_known && symbol.shape->OneD())) {
           checked.wired.push_back({symbol.shape, symbol.type});
           checked.symbols.push_back(is_known ? symbols_.size() : kNone);
         }
-        if (!is_known) continue;
+        if (!is_known) return;
         symbol.text = symbol.shape->Text();
         if (symbol.IsComponent() || symbol.IsNet()) {
           const std::u16string_view cell = symbol.IsNet() ? u"Scratch.B1" : u"User.Ref";
@@ -229,15 +220,10 @@ class Check {
         symbol.is_nameless = text.empty() || (symbol.IsNet() && text == no_net) ||
                              (symbol.IsComponent() && text == no_reference);
         symbols_.push_back(std::move(symbol));
-      }
+      });
     }
     for (CheckedPage& page : pages_) {
-      const ShapeRef sheet = page.page->PageSheet();
-      page.number = page.page->Index();
-      if (sheet->CellExists(u"User.PageNumber", false)) {
-        page.number = ValueOr(
-            page.number, [&] { return ToInt32(sheet->Cells(u"User.PageNumber")->ResultNumber()); });
-      }
+      page.number = ValueOr(page.page->Index(), [&] { return PageNumber(page.page); });
     }
   }
 
@@ -246,7 +232,7 @@ class Check {
     finding.shape = symbol.shape->UniqueID();
     finding.name = symbol.shape->Name();
     if (!symbol.is_nameless && symbol.type != symbol::kTitleBlock) finding.reference = symbol.text;
-    finding.location = Location(symbol);
+    finding.location = LocationOf(symbol.shape);
   }
 
   Finding& ReportPage(const RuleCode& code, size_t page, std::u16string message) {
@@ -259,14 +245,9 @@ class Check {
     return findings_.emplace_back(page, std::move(finding)).second;
   }
 
-  static std::u16string Location(const Symbol& symbol) {
-    // A shape off the grid has none.
-    return ValueOr(std::u16string(), [&] { return clsLSettings().GetLocation(symbol.shape); });
-  }
-
   /// Where a symbol is, for the middle of a sentence.
   std::u16string Place(const Symbol& symbol) const {
-    const std::u16string location = Location(symbol);
+    const std::u16string location = LocationOf(symbol.shape);
     return location.empty() ? u"on page " + Quoted(pages_[symbol.page].page->Name())
                             : u"at " + location;
   }
@@ -311,11 +292,11 @@ class Check {
       std::pair<bool, double> best_rank;
       for (const Symbol* const symbol : component.symbols) {
         // A cable is drawn wherever its cores run.
-        if (symbol->type == kCableType || symbol->type == kContactType) continue;
+        if (symbol->type == symbol::kCable || symbol->type == symbol::kContact) continue;
         if (!HasPartData(symbol->shape) && PinNames(symbol->shape, true).empty()) continue;
         if (!IsMain(*symbol)) continue;
         const std::pair rank(SharedMisc().GotProp(symbol->shape),
-                             crossref::NumberOrZero(symbol->shape, u"User.Priority"));
+                             shapeutil::NumberOr(symbol->shape, u"User.Priority", 0));
         if (best.empty() || rank > best_rank) {
           best.clear();
           best_rank = rank;
@@ -390,7 +371,7 @@ class Check {
   void CheckPins(const Component& component) {
     std::map<std::u16string, const Symbol*> users;
     for (const Symbol* const symbol : component.symbols) {
-      if (symbol->type != kContactType) continue;
+      if (symbol->type != symbol::kContact) continue;
       for (const std::u16string& pin : PinNames(symbol->shape, false)) {
         const auto [known, is_new] = users.try_emplace(pin, symbol);
         if (is_new || known->second == symbol) continue;
@@ -410,9 +391,9 @@ class Check {
       const std::u16string identity(TrimSpaces(SharedMisc().CompIDStr(symbol.shape)));
       if (identity.empty() || identity == u"0") continue;
       has_parts_ = true;
-      if (!catalogue_) continue;
+      if (!known_components_) continue;
       const int32_t number = ValueOr(int32_t{0}, [&] { return TextToInt32(identity); });
-      if (catalogue_->count(number) > 0) continue;
+      if (known_components_->count(number) > 0) continue;
       Report(kUnknownComponent, symbol,
              u"The catalogue has no component " + Quoted(identity) +
                  u". Assign one with ohmwise assign, or check against the catalogue that it is "
@@ -486,7 +467,7 @@ class Check {
     }
     std::vector<size_t> without;
     for (const size_t page : with_symbols) {
-      if (with_block.count(page) > 0 || BackgroundHasBlock(pages_[page].page->ID())) continue;
+      if (with_block.count(page) > 0 || BackgroundHasBlock(pages_[page].page)) continue;
       without.push_back(page);
     }
     if (without.size() > 1 && without.size() == with_symbols.size()) {
@@ -501,36 +482,23 @@ class Check {
     }
   }
 
-  bool BackgroundHasBlock(int32_t page_id) {
-    embedded::DocumentModel& model = add_in_.drawing().model();
-    std::set<uint32_t> seen;
-    const embedded::PageModel* page = model.FindPage(static_cast<uint32_t>(page_id));
-    while (page && page->back_page && seen.insert(*page->back_page).second) {
-      page = model.FindPage(*page->back_page);
-      if (!page) break;
-      const auto id = static_cast<int32_t>(page->id);
-      const auto [known, is_new] = background_has_block_.try_emplace(id, false);
-      if (is_new) known->second = PageHasBlock(id);
+  bool BackgroundHasBlock(const PageRef& page) {
+    std::set<int32_t> seen;
+    for (PageRef back = BackPage(page); back && seen.insert(back->ID()).second;
+         back = BackPage(back)) {
+      const auto [known, is_new] = background_has_block_.try_emplace(back->ID(), false);
+      if (is_new) {
+        shapeutil::ForEachShape(back->Shapes(), [&, &has_block = known->second](ShapeRef shape) {
+          has_block = has_block || SharedMisc().TypeNo(shape) == symbol::kTitleBlock;
+        });
+      }
       if (known->second) return true;
     }
     return false;
   }
 
-  bool PageHasBlock(int32_t page_id) {
-    const PagesRef pages = add_in_.document()->Pages();
-    for (int32_t position = 1; position <= pages->Count(); ++position) {
-      const PageRef page = pages->Item(position);
-      if (page->ID() != page_id) continue;
-      const ShapesRef shapes = page->Shapes();
-      for (int32_t i = 1; i <= shapes->Count(); ++i) {
-        if (SharedMisc().TypeNo(shapes->Item(i)) == symbol::kTitleBlock) return true;
-      }
-    }
-    return false;
-  }
-
   void CheckLabels() {
-    const CollectionRef references = add_in_.Member(u"colRefShape");
+    const CollectionRef references = drawing_.Member(u"colRefShape");
     std::vector<const Symbol*> labels;
     for (const Symbol& symbol : symbols_) {
       const std::u16string link = CellText(*symbol.shape, u"User.Link");
@@ -544,7 +512,7 @@ class Check {
       const std::u16string reference =
           is_label ? symbol.text : CellText(*symbol.shape, u"User.Reference");
       if (reference.empty()) continue;
-      if (add_in_.index().RefExist(references, reference)) {
+      if (drawing_.index().RefExist(references, reference)) {
         if (is_label) labels.push_back(&symbol);
         continue;
       }
@@ -561,15 +529,14 @@ class Check {
     for (const Symbol* const label : labels) {
       const std::u16string page = pages_[label->page].page->Name();
       owners[{page, label->shape->Name()}] = label;
-      const ShapesRef lines = label->shape->Shapes();
-      for (int32_t i = 1; i <= lines->Count(); ++i) {
-        owners[{page, lines->Item(i)->Name()}] = label;
-      }
-      add_in_.index().SetAutoLoc(label->shape, label->text);
+      shapeutil::ForEachShape(label->shape->Shapes(), [&](const ShapeRef& line) {
+        owners[{page, line->Name()}] = label;
+      });
+      drawing_.index().SetAutoLoc(label->shape, label->text);
     }
     if (labels.empty()) return;
     std::set<const Symbol*> changed;
-    for (const CellChange& change : add_in_.ChangedResults()) {
+    for (const CellChange& change : changes_.ChangedResults()) {
       const std::u16string_view cell = change.place.cell;
       if (!cell.starts_with(u"Scratch.") && cell != u"HideText") continue;
       const auto owner = owners.find({change.place.page, change.place.shape});
@@ -583,8 +550,9 @@ class Check {
     }
   }
 
-  AddIn& add_in_;
-  const Catalogue* catalogue_;
+  IndexedDrawing& drawing_;
+  const ChangeRecord& changes_;
+  const std::set<int32_t>* known_components_;
   std::vector<CheckedPage> pages_;
   std::vector<Symbol> symbols_;
   std::map<std::pair<std::u16string, int16_t>, Component> components_;
@@ -595,8 +563,9 @@ class Check {
 
 }  // namespace
 
-CheckedDrawing CheckDrawing(AddIn& add_in, const Catalogue* catalogue) {
-  return Check(add_in, catalogue).Run();
+CheckedDrawing CheckDrawing(IndexedDrawing& drawing, const ChangeRecord& changes,
+                            const std::set<int32_t>* components) {
+  return Check(drawing, changes, components).Run();
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 
 /// A reference or a wire name that a drawing has, and where the shape is that it is placed by.
 struct NumberedName {
@@ -60,10 +60,10 @@ std::u16string RefusedPattern(std::u16string_view pattern);
 /// References that go on behind another one with a point or a colon are parts of it (K1.2 of K1):
 /// they follow it and keep what is behind it. A mark on a part keeps the whole.
 ///
-/// Throws `Exit` for wrong usage when two patterns are for the same names, and when a pattern
-/// arrives at a name of a page that is not selected, which is more likely a slip than meant.
+/// Raises 5 when two patterns are for the same names, and when a pattern arrives at a name of a
+/// page that is not selected, which is more likely a slip than meant.
 RenumberPlan PlanNumbers(const std::vector<NumberedName>& names,
                          const std::vector<std::u16string>& patterns,
                          const std::vector<std::u16string>& reserved, NameKind kind);
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

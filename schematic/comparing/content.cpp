@@ -1,4 +1,4 @@
-#include "cli/diff_content.h"
+#include "schematic/comparing/content.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,27 +9,28 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
-#include "cli/addin.h"
-#include "cli/report.h"
-#include "cli/wire_ends.h"
-#include "crossref/index_access.h"
+#include "schematic/lists.h"
+#include "schematic/wiring/wire_ends.h"
 #include "settings/clsLSettings.h"
 #include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/shape_access.h"
+#include "shapeutil/symbol_types.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
 
 using Role = ContentShape::Role;
+using shapeutil::CellOrEmpty;
 
 bool RoleOf(int32_t type, Role& role) {
-  if (crossref::IsComponentType(type)) {
+  if (symbol::IsComponent(type)) {
     role = Role::kReference;
-  } else if (crossref::IsTerminalType(type)) {
+  } else if (symbol::IsTerminal(type)) {
     role = Role::kTerminal;
-  } else if (type == crossref::symbol::kNet) {
+  } else if (type == symbol::kNet) {
     role = Role::kWire;
-  } else if (type == crossref::symbol::kTitleBlock) {
+  } else if (type == symbol::kTitleBlock) {
     role = Role::kTitleBlock;
   } else {
     return false;
@@ -40,45 +41,39 @@ bool RoleOf(int32_t type, Role& role) {
 /// Reads one open drawing.
 class ContentReader {
  public:
-  explicit ContentReader(AddIn& add_in) : add_in_(add_in) {}
+  explicit ContentReader(IndexedDrawing& drawing) : drawing_(drawing) {}
 
   DrawingContent Read() {
     // Shapes without a unique ID get a new one when they are indexed, another in each drawing; so
     // what the file itself says is noted first.
     NoteShapes();
-    add_in_.ScanDocument();
+    drawing_.Scan();
     components_ = MakeCollection();
-    add_in_.index().GetRefComp(add_in_.Member(u"colRefShape"), components_, false);
+    drawing_.index().GetRefComp(drawing_.Member(u"colRefShape"), components_, false);
     ReadPages();
     for (size_t i = 0; i < handles_.size(); ++i) ReadShape(i);
     for (size_t i = 0; i < handles_.size(); ++i) ReadConnections(i);
     ReadParts();
     ReadCables();
     ReadGrid();
-    content_.passed_over = add_in_.FailureList(u"the rest was compared");
     return std::move(content_);
   }
 
  private:
   void NoteShapes() {
-    pages_ = add_in_.ForegroundPages();
+    pages_ = drawing_.ForegroundPages();
     for (size_t page = 0; page < pages_.size(); ++page) {
-      const ShapesRef shapes = pages_[page]->Shapes();
-      const int32_t count = shapes->Count();
-      for (int32_t position = 1; position <= count; ++position) {
-        const ShapeRef handle = shapes->Item(position);
+      shapeutil::ForEachShape(pages_[page]->Shapes(), [&](const ShapeRef& handle) {
         ContentShape shape;
         shape.type = SharedMisc().TypeNo(handle);
-        if (!RoleOf(shape.type, shape.role)) continue;
+        if (!RoleOf(shape.type, shape.role)) return;
         shape.id = handle->ID();
         shape.page = page;
-        if (const embedded::Sheet* const sheet = embedded::StoredSheet(handle)) {
-          shape.unique_id = FoldCase(FromUtf8(sheet->unique_id));
-        }
+        shape.unique_id = FoldCase(StoredUniqueID(handle));
         positions_.try_emplace({page, shape.id}, handles_.size());
         handles_.push_back(handle);
         content_.shapes.push_back(std::move(shape));
-      }
+      });
     }
   }
 
@@ -113,7 +108,7 @@ class ContentReader {
     switch (shape.role) {
       case Role::kReference: {
         const std::u16string group =
-            DecimalText(ToInt32(crossref::NumberOrZero(handle, u"User.Group")));
+            DecimalText(ToInt32(shapeutil::NumberOr(handle, u"User.Group", 0)));
         shape.group = Group(content_.parts, part_positions_, shape.label, group);
         shape.facts = {{u"reference", shape.label, {}},
                        kind,
@@ -216,7 +211,7 @@ class ContentReader {
   }
 
   void ReadCables() {
-    const ShapeRef sheet = shapeutil::CableSheet(add_in_.document());
+    const ShapeRef sheet = shapeutil::CableSheet(drawing_.document());
     const int16_t rows = sheet ? sheet->RowCount(section::kUser) : int16_t{0};
     clsLMisc& misc = SharedMisc();
     for (int16_t row = 0; row < rows; ++row) {
@@ -241,7 +236,7 @@ class ContentReader {
     key = TrimSpaces(key);
     Fact fact{std::move(name), std::u16string(key), {}};
     if (key.empty()) return fact;
-    const ShapeRef wire = shapeutil::ShapeOfKey(key, add_in_.document());
+    const ShapeRef wire = shapeutil::ShapeOfKey(key, drawing_.document());
     const size_t position = wire ? PositionOf(wire) : kNone;
     if (position != kNone && content_.shapes[position].role == Role::kWire) {
       const size_t net = content_.shapes[position].group;
@@ -254,7 +249,7 @@ class ContentReader {
   }
 
   void ReadGrid() {
-    const DocumentRef document = add_in_.document();
+    const DocumentRef document = drawing_.document();
     const auto inches = [](std::u16string name, double value) {
       return Fact{std::move(name), DecimalText(std::round(value * 1e4) / 1e4) + u" in", {}};
     };
@@ -267,7 +262,7 @@ class ContentReader {
 
   static constexpr size_t kNone = static_cast<size_t>(-1);
 
-  AddIn& add_in_;
+  IndexedDrawing& drawing_;
   clsLSettings settings_;
   CollectionRef components_;
   std::vector<PageRef> pages_;
@@ -280,9 +275,6 @@ class ContentReader {
 
 }  // namespace
 
-DrawingContent ReadContent(const std::string& path) {
-  AddIn add_in(path, AddIn::Boxes::kCollect);
-  return ContentReader(add_in).Read();
-}
+DrawingContent ReadContent(IndexedDrawing& drawing) { return ContentReader(drawing).Read(); }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

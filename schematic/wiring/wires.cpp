@@ -1,4 +1,4 @@
-#include "cli/check_wiring.h"
+#include "schematic/wiring/wires.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,14 +8,11 @@
 #include <utility>
 
 #include "base/text.h"
-#include "crossref/index_access.h"
 #include "shapeutil/shape_access.h"
+#include "shapeutil/symbol_types.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
-
-namespace symbol = crossref::symbol;
-using crossref::NumberOrZero;
 
 constexpr double kToleranceInches = 0.02;
 
@@ -37,11 +34,12 @@ struct Box {
 };
 
 Box BoxOf(const ShapeRef& shape) {
-  const Point pin{NumberOrZero(shape, u"PinX"), NumberOrZero(shape, u"PinY")};
-  const Point inner{NumberOrZero(shape, u"LocPinX"), NumberOrZero(shape, u"LocPinY")};
-  const double width = std::abs(NumberOrZero(shape, u"Width"));
-  const double height = std::abs(NumberOrZero(shape, u"Height"));
-  if (NumberOrZero(shape, u"Angle") == 0) {
+  const Point pin{shapeutil::NumberOr(shape, u"PinX", 0), shapeutil::NumberOr(shape, u"PinY", 0)};
+  const Point inner{shapeutil::NumberOr(shape, u"LocPinX", 0),
+                    shapeutil::NumberOr(shape, u"LocPinY", 0)};
+  const double width = std::abs(shapeutil::NumberOr(shape, u"Width", 0));
+  const double height = std::abs(shapeutil::NumberOr(shape, u"Height", 0));
+  if (shapeutil::NumberOr(shape, u"Angle", 0) == 0) {
     return {pin.x - inner.x, pin.y - inner.y, pin.x - inner.x + width, pin.y - inner.y + height};
   }
   // Turned by any angle it stays within its diagonal around the pin.
@@ -59,17 +57,19 @@ class Page {
  public:
   Page(const PageRef& page, const std::vector<WiredShape>& shapes) {
     const ShapeRef sheet = page->PageSheet();
-    const double paper = NumberOrZero(sheet, u"PageScale");
-    if (paper > 0) tolerance_ *= std::max(1.0, NumberOrZero(sheet, u"DrawingScale") / paper);
+    const double paper = shapeutil::NumberOr(sheet, u"PageScale", 0);
+    if (paper > 0)
+      tolerance_ *= std::max(1.0, shapeutil::NumberOr(sheet, u"DrawingScale", 0) / paper);
     for (const WiredShape& wired : shapes) {
       Item item;
       item.is_net = wired.type == symbol::kNet;
-      item.conducts = !crossref::IsComponentType(wired.type);
+      item.conducts = !symbol::IsComponent(wired.type);
       item.is_wire = wired.shape->OneD() && item.conducts;
       if (item.is_wire) {
-        item.ends[0].at = {NumberOrZero(wired.shape, u"BeginX"),
-                           NumberOrZero(wired.shape, u"BeginY")};
-        item.ends[1].at = {NumberOrZero(wired.shape, u"EndX"), NumberOrZero(wired.shape, u"EndY")};
+        item.ends[0].at = {shapeutil::NumberOr(wired.shape, u"BeginX", 0),
+                           shapeutil::NumberOr(wired.shape, u"BeginY", 0)};
+        item.ends[1].at = {shapeutil::NumberOr(wired.shape, u"EndX", 0),
+                           shapeutil::NumberOr(wired.shape, u"EndY", 0)};
         const auto [a, b] = std::pair(item.ends[0].at, item.ends[1].at);
         item.box = {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
       } else {
@@ -195,4 +195,4 @@ std::vector<Wiring> FollowWires(const PageRef& page, const std::vector<WiredShap
   return Page(page, shapes).Result();
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

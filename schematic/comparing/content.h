@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace ohmwise::cli {
+#include "schematic/indexed_drawing.h"
+
+namespace ohmwise::schematic {
 
 // What a drawing says, read out so that two drawings can be compared when both are closed again.
 
@@ -60,11 +62,10 @@ struct DrawingContent {
   std::vector<ContentShape> shapes;
   std::vector<ContentItem> parts, nets, cables;
   std::vector<ContentItem> grid;
-  std::string passed_over;  ///< message about what could not be read; "" when all could
 };
 
-/// Reads a drawing; the file is left as it is. Raises what opening and scanning raise.
-DrawingContent ReadContent(const std::string& path);
+/// Scans and reads a drawing that was just opened. Raises what scanning raises.
+DrawingContent ReadContent(IndexedDrawing& drawing);
 
 // What two drawings do not share -----------------------------------------------------------------
 
@@ -96,4 +97,4 @@ struct DifferenceSection {
 std::vector<DifferenceSection> CompareContents(const DrawingContent& before,
                                                const DrawingContent& after);
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

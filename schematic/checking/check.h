@@ -2,14 +2,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "cli/addin.h"
-#include "cli/report.h"
+#include "platform/changes.h"
+#include "schematic/indexed_drawing.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 
 enum class FindingLevel { kWarning, kError };
 
@@ -34,8 +35,10 @@ struct CheckedDrawing {
 };
 
 /// Scans a drawing that was just opened and collects what is wrong with it. The scan and the
-/// rules change it in memory, so it is not to be saved afterwards. Part numbers are left alone
-/// without a catalogue. Raises what `ScanPage` raises.
-CheckedDrawing CheckDrawing(AddIn& add_in, const Catalogue* catalogue);
+/// rules change it in memory, so it is not to be saved afterwards. `changes` tells what they
+/// change. `components` are the keys of a catalogue; part numbers are left alone without. Raises
+/// what `ScanPage` raises.
+CheckedDrawing CheckDrawing(IndexedDrawing& drawing, const ChangeRecord& changes,
+                            const std::set<int32_t>* components);
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "base/text.h"
-#include "cli/diff_content.h"
-#include "cli/report.h"
+#include "schematic/comparing/content.h"
+#include "schematic/lists.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
 
 using Role = ContentShape::Role;
@@ -416,4 +416,4 @@ std::vector<DifferenceSection> CompareContents(const DrawingContent& before,
   return Comparison(before, after).Sections();
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

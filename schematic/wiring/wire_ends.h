@@ -6,7 +6,7 @@
 
 #include "platform/drawing.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 
 /// What one end of a wire is glued to; all empty for a free end.
 struct WireEnd {
@@ -22,4 +22,4 @@ std::pair<std::u16string, std::u16string> ShownEnds(const ShapeRef& wire);
 /// The wires that are glued to a shape.
 std::vector<ShapeRef> WiresAt(const ShapeRef& shape);
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

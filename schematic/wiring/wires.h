@@ -6,7 +6,7 @@
 
 #include "platform/drawing.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 
 /// A shape of a page that wires meet: a wire, a junction, a terminal or a component.
 struct WiredShape {
@@ -25,4 +25,4 @@ struct Wiring {
 /// where they end. The result has an entry for each shape given.
 std::vector<Wiring> FollowWires(const PageRef& page, const std::vector<WiredShape>& shapes);
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

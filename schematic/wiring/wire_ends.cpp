@@ -1,21 +1,20 @@
-#include "cli/wire_ends.h"
+#include "schematic/wiring/wire_ends.h"
 
 #include <string_view>
 
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
-#include "cli/report.h"
 #include "platform/host.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/shape_access.h"
+#include "shapeutil/symbol_types.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
 
-constexpr int32_t kNetType = 106;
-constexpr int32_t kJunctionType = 107;
-constexpr int32_t kTerminalType = 113;
-constexpr int32_t kOtherTerminalType = 114;
+using shapeutil::CellOrEmpty;
+
 constexpr int16_t kPinListColumn = 5;
 
 template <class Call>
@@ -49,8 +48,8 @@ WireEnd EndAt(Connect& connect) {
   if (!glued) return {};
   for (ShapeRef owner = glued; owner; owner = owner->ParentShape()) {
     const int32_t type = SharedMisc().TypeNo(owner);
-    if (type == kTerminalType || type == kOtherTerminalType) return {owner, u"", owner->Text()};
-    if (type == kJunctionType || type == kNetType) return {owner, u"", u"(junction)"};
+    if (symbol::IsTerminal(type)) return {owner, u"", owner->Text()};
+    if (type == symbol::kJunction || type == symbol::kNet) return {owner, u"", u"(junction)"};
     const std::u16string reference = CellOrEmpty(owner, u"User.Ref");
     if (reference.empty()) continue;
     const std::u16string pin = PinName(glued, connect.ToCell());
@@ -85,9 +84,9 @@ std::vector<ShapeRef> WiresAt(const ShapeRef& shape) {
   std::vector<ShapeRef> wires;
   ForEachConnect(shape->FromConnects(), [&](Connect& connect) {
     ShapeRef wire = connect.FromSheet();
-    if (wire && SharedMisc().TypeNo(wire) == kNetType) wires.push_back(std::move(wire));
+    if (wire && SharedMisc().TypeNo(wire) == symbol::kNet) wires.push_back(std::move(wire));
   });
   return wires;
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic
