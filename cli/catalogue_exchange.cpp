@@ -12,10 +12,9 @@
 #include "catalogue/article_import.h"
 #include "cli/catalogue.h"
 #include "cli/interrupt.h"
-#include "platform/embedded/files/atomic_file.h"
+#include "cli/report_output.h"
 #include "platform/embedded/spreadsheet/text_table.h"
-#include "platform/embedded/spreadsheet/workbook.h"
-#include "platform/embedded/spreadsheet/xlsx_writer.h"
+#include "platform/embedded/spreadsheet/workbook_file.h"
 
 namespace ohmwise::cli {
 namespace {
@@ -30,6 +29,7 @@ using catalogue::kCables;
 using catalogue::kComponents;
 using catalogue::PlannedRow;
 using embedded::TextTable;
+using schematic::FormulaLike;
 using Outcome = PlannedRow::Outcome;
 
 /// A table of a file, with what its first line says.
@@ -323,70 +323,46 @@ struct ExportOptions : CatalogueOptions {
   bool csv_raw = false;
 };
 
-TextTable TableOf(clsLDB& db, const ArticleTable& table) {
-  TextTable text;
-  std::vector<std::u16string> titles = {std::u16string(table.key)};
-  for (const catalogue::Column& column : table.columns) titles.emplace_back(column.name);
+schematic::ReportTable TableOf(clsLDB& db, const ArticleTable& table) {
+  using Kind = schematic::ReportColumn::Kind;
+  schematic::ReportTable result;
+  result.title = &table == &kComponents ? u"Components" : u"Cables";
+  result.columns.push_back({u"id", std::u16string(table.key), Kind::kNumber});
+  for (const catalogue::Column& column : table.columns) {
+    const Kind kind = column.kind == ColumnKind::kPrice    ? Kind::kPrice
+                      : column.kind == ColumnKind::kNumber ? Kind::kNumber
+                                                           : Kind::kText;
+    result.columns.push_back({std::u16string(column.member), std::u16string(column.name), kind});
+  }
   std::optional<Categories> categories;
   if (&table == &kComponents) {
     categories.emplace(db);
-    titles.emplace_back(u"Category");
+    result.columns.push_back({u"categories", u"Category", Kind::kText});
   }
-  text.rows.push_back({1, std::move(titles)});
   for (Article& article : catalogue::ReadArticles(db, table)) {
-    std::vector<std::u16string> cells = {DecimalText(article.key)};
+    std::vector<std::u16string>& cells = result.rows.emplace_back();
+    cells.push_back(DecimalText(article.key));
     for (std::u16string& value : article.values) cells.push_back(std::move(value));
     if (categories) cells.push_back(categories->Of(article.key));
-    text.rows.push_back({text.rows.size() + 1, std::move(cells)});
   }
-  return text;
-}
-
-/// Numbers where the columns hold numbers, so that a spreadsheet can add them up.
-void WriteWorkbook(const TextTable& text, const ArticleTable& table, const std::string& path) {
-  embedded::SheetModel sheet;
-  sheet.layout.name = &table == &kComponents ? u"Components" : u"Cables";
-  sheet.layout.frozen_rows = 1;
-  const auto columns = CheckedCast<int32_t>(text.rows.front().cells.size());
-  for (const TextTable::Row& row : text.rows) {
-    const auto line = CheckedCast<int32_t>(row.line);
-    std::vector<Value> values;
-    for (size_t i = 0; i < row.cells.size(); ++i) {
-      const bool article = i > 0 && i <= table.columns.size();
-      const ColumnKind kind = article ? table.columns[i - 1].kind : ColumnKind::kText;
-      const bool number = i == 0 || kind == ColumnKind::kNumber || kind == ColumnKind::kPrice;
-      if (line > 1 && number && IsNumericText(row.cells[i])) {
-        values.emplace_back(TextToDouble(row.cells[i]));
-      } else {
-        values.emplace_back(row.cells[i]);
-      }
-    }
-    sheet.WriteRow({line, 1, line, columns}, values);
-  }
-  Interrupt::Check();
-  const embedded::Area titles{1, 1, 1, columns};
-  sheet.SetFormat(titles, embedded::FormatRule::What::kBold, 1);
-  for (size_t i = 0; i < table.columns.size(); ++i) {
-    if (table.columns[i].kind != ColumnKind::kPrice) continue;
-    sheet.layout.number_formats[CheckedCast<int32_t>(i + 2)] = "0.00";
-  }
-  sheet.AutoFit({1, 1, CheckedCast<int32_t>(text.rows.size()), columns});
-  embedded::WriteXlsx(sheet, path);
+  return result;
 }
 
 /// Returns how many articles it wrote.
 size_t WriteArticles(const ExportOptions& options, const ArticleTable& table) {
   CatalogueSession session(options);
-  const TextTable text = TableOf(session.db(), table);
+  schematic::ReportTable articles = TableOf(session.db(), table);
+  const size_t count = articles.rows.size();
   Interrupt::Check();
   if (EndsWith(options.file, u".xlsx")) {
-    WriteWorkbook(text, table, options.file);
+    schematic::WorkbookOptions plain;
+    plain.is_printed = false;
+    embedded::WorkbookFile file;
+    schematic::WriteWorkbook(std::move(articles), plain, file, options.file, Interrupt::Check);
   } else {
-    const auto form =
-        options.csv_raw ? embedded::FormulaLike::kAsItIs : embedded::FormulaLike::kAsText;
-    embedded::ReplaceFile(options.file, embedded::WriteSeparatedValues(text, form));
+    WriteCsv(articles, options.csv_raw ? FormulaLike::kAsItIs : FormulaLike::kAsText, options.file);
   }
-  return text.rows.size() - 1;
+  return count;
 }
 
 void Export(const ExportOptions& options) {

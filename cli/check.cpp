@@ -17,8 +17,9 @@
 #include "cli/json.h"
 #include "cli/output.h"
 #include "cli/progress.h"
-#include "cli/report.h"
+
 #include "schematic/checking/check.h"
+#include "schematic/reporting/report.h"
 
 namespace ohmwise::cli {
 namespace {
@@ -70,8 +71,10 @@ std::optional<std::set<int32_t>> FindComponents(const std::string& named) {
     if (error.number() == Err::kFileNotFound && named.empty()) return std::nullopt;
     throw;
   }
+  clsLDB database;
+  OpenCatalogue(database, location);
   std::set<int32_t> numbers;
-  for (const auto& [number, part] : ReadCatalogue(location)) numbers.insert(number);
+  for (const auto& [number, part] : schematic::ReadCatalogue(database)) numbers.insert(number);
   return numbers;
 }
 

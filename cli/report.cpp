@@ -1,4 +1,4 @@
-#include "cli/report.h"
+#include "cli/report_output.h"
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -8,6 +8,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/addin.h"
 #include "cli/arguments.h"
 #include "cli/catalogue.h"
 #include "cli/command.h"
@@ -15,11 +16,16 @@
 #include "cli/output.h"
 #include "cli/progress.h"
 #include "cli/terminal.h"
+#include "schematic/reporting/report.h"
 
 namespace ohmwise::cli {
 namespace {
 
 namespace fs = std::filesystem;
+
+using schematic::Catalogue;
+using schematic::Report;
+using schematic::ReportTable;
 
 struct ReportOptions {
   std::string kind;
@@ -97,7 +103,9 @@ Catalogue FindCatalogue(const std::string& named) {
     if (error.number() == Err::kFileNotFound && named.empty()) return {};
     throw;
   }
-  return ReadCatalogue(location);
+  clsLDB database;
+  OpenCatalogue(database, location);
+  return schematic::ReadCatalogue(database);
 }
 
 void Collect(const ReportOptions& options, Report& report, Progress& progress,
@@ -116,7 +124,7 @@ void Collect(const ReportOptions& options, Report& report, Progress& progress,
     Interrupt::Check();
     std::vector<std::u16string> lead;
     if (several) lead.push_back(name);
-    report.Add(add_in, lead);
+    report.Add(add_in.indexed(), lead);
     Interrupt::Check();
     const size_t changes = add_in.ChangedFormulas().size();
     if (options.save && changes > 0) add_in.Save(path, WritingOf(options.in_place));
@@ -152,8 +160,8 @@ void Run(const ReportOptions& options) {
       if (options.kind == "bom") catalogue = FindCatalogue(options.catalogue);
       const bool several = options.drawings.size() > 1;
       const std::unique_ptr<Report> report =
-          options.kind == "bom" ? MakeBillOfMaterials(several, std::move(catalogue))
-                                : MakeListReport(options.kind, several);
+          options.kind == "bom" ? schematic::MakeBillOfMaterials(several, std::move(catalogue))
+                                : schematic::MakeListReport(options.kind, several);
       Progress progress;
       Collect(options, *report, progress, notes, passed_over);
       table = report->Take();

@@ -4,7 +4,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ohmwise)
-foreach(part base platform shapeutil locations catalogue sort lang export settings crossref schematic wiring checking comparing renumbering files drawing vsdx database
+foreach(part base platform shapeutil locations catalogue sort lang export settings crossref schematic wiring checking comparing renumbering reporting files drawing vsdx database
         forms spreadsheet settings_file host)
   set_target_properties(ohmwise_${part} PROPERTIES EXPORT_NAME ${part})
   install(TARGETS ohmwise_${part} EXPORT ohmwise_targets)

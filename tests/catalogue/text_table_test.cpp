@@ -69,21 +69,6 @@ TEST(SeparatedValuesTest, ReadsWhatProgramsWrite) {
   }
 }
 
-TEST(SeparatedValuesTest, WritesWhatItReads) {
-  TextTable table;
-  table.rows.push_back({1, {u"a,b", u"c;d", u"\"", u" e ", u"line\r\nend", u"", u"Höhe", u"\t"}});
-  table.rows.push_back({3, {u"", u""}});
-  table.rows.push_back({4, {u"=A1-K1", u"+5", u"-K1", u"@x", u"\t=1", u"=\"a\"&\"b\"", u"a=b"}});
-  table.rows.push_back({5, {u"=" + Text(600, u'"'), u"-"}});
-  const std::string bytes = WriteSeparatedValues(table, FormulaLike::kAsText);
-  EXPECT_EQ(Shown(ParseSeparatedValues(bytes)), Shown(table));
-  EXPECT_TRUE(bytes.starts_with("\xEF\xBB\xBF\"a,b\",\"c;d\",\"\"\"\",")) << bytes;
-  for (const char* cell : {"\"=\"\"=A1-K1\"\"\",", "\"=\"\"+5\"\"\",", ",a=b\r\n"}) {
-    EXPECT_NE(bytes.find(cell), std::string::npos) << cell;
-  }
-  EXPECT_EQ(SeparatedValue(u"=A1", FormulaLike::kAsItIs), "=A1");
-}
-
 class TextTableFileTest : public ::ohmwise::testing::CatalogueTest {
  protected:
   std::string Write(const std::string& name, const std::string& bytes) {

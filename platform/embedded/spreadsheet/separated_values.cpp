@@ -71,21 +71,7 @@ char16_t SeparatorOf(std::u16string_view text) {
                                          counts.begin())];
 }
 
-// Spreadsheet programs take no longer text within a formula.
-constexpr size_t kLongestLiteral = 255;
-
-/// A formula whose value is the text: `="a"`, in pieces `="a"&"b"` when it is long.
-std::u16string AsFormula(std::u16string_view text) {
-  std::u16string formula;
-  do {
-    formula += formula.empty() ? u"=\"" : u"&\"";
-    formula += ReplaceAll(text.substr(0, kLongestLiteral), u"\"", u"\"\"") + u"\"";
-    text.remove_prefix(std::min(text.size(), kLongestLiteral));
-  } while (!text.empty());
-  return formula;
-}
-
-/// The text of such a formula; any other cell as it is.
+/// The text of a formula that says nothing else, `="a"` or `="a"&"b"`; any other cell as it is.
 std::u16string WithoutFormula(std::u16string cell) {
   if (!cell.starts_with(u"=\"")) return cell;
   std::u16string text;
@@ -190,30 +176,6 @@ TextTable ParseSeparatedValues(std::string_view bytes) {
   table.rows =
       Parser(text, named != u'\0' ? named : SeparatorOf(text), named != u'\0' ? 2 : 1).Run();
   return table;
-}
-
-std::string SeparatedValue(std::u16string_view cell, FormulaLike form) {
-  constexpr std::u16string_view kSigns = u"=+-@\t";
-  const bool guarded =
-      form == FormulaLike::kAsText && !cell.empty() && kSigns.find(cell.front()) != kSigns.npos;
-  const std::u16string text = guarded ? AsFormula(cell) : std::u16string(cell);
-  // A cell of nothing but blanks, or with blanks around, is one that readers like to trim; one that
-  // begins like a line of the separator would be taken for it.
-  const bool plain = text.find_first_of(u",;\t\"\r\n") == text.npos && !text.starts_with(u' ') &&
-                     !text.ends_with(u' ') && !EqualNoCase(text.substr(0, 4), u"sep=");
-  return ToUtf8(plain ? text : u"\"" + ReplaceAll(text, u"\"", u"\"\"") + u"\"");
-}
-
-std::string WriteSeparatedValues(const TextTable& table, FormulaLike form) {
-  std::string out(kMark);
-  for (const TextTable::Row& row : table.rows) {
-    for (size_t i = 0; i < row.cells.size(); ++i) {
-      if (i > 0) out += ',';
-      out += SeparatedValue(row.cells[i], form);
-    }
-    out += "\r\n";
-  }
-  return out;
 }
 
 }  // namespace ohmwise::embedded

@@ -37,18 +37,6 @@ std::vector<TextTable> ReadTextTables(const std::string& path);
 /// than a worksheet has columns, and for bytes that are no text.
 TextTable ParseSeparatedValues(std::string_view bytes);
 
-/// How a cell is written that spreadsheet programs would take for a formula or calculate with: one
-/// that begins with "=", "+", "-", "@" or a tab.
-enum class FormulaLike {
-  kAsText,  ///< `="text"`, which they show as the text and `ParseSeparatedValues` reads as it
-  kAsItIs,
-};
-
-/// The same in writing: UTF-8 with a mark, which spreadsheet programs go by, "," and CRLF.
-std::string WriteSeparatedValues(const TextTable& table, FormulaLike form);
-/// One cell of it, in quotes where that is needed.
-std::string SeparatedValue(std::u16string_view cell, FormulaLike form);
-
 /// The sheets of a workbook in their order. Numbers have up to 15 digits and a point, Booleans are
 /// "TRUE" and "FALSE", errors their sign ("#N/A"); formulas count by their last value.
 std::vector<TextTable> ReadXlsx(const std::string& path);

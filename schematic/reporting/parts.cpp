@@ -7,18 +7,19 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
-#include "catalogue/clsLDB.h"
 #include "catalogue/price.h"
-#include "cli/catalogue.h"
-#include "cli/output.h"
-#include "cli/report.h"
 #include "lang/clsLLang.h"
 #include "lang/text_numbers.h"
+#include "schematic/lists.h"
+#include "schematic/reporting/report.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/shape_access.h"
 #include "sort/clsLSortComp.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 namespace {
+
+using shapeutil::CellOrEmpty;
 
 /// A price as people write it, "12.50", "12,50", "1.234,50 €", the first number of the text. 0
 /// without one; nullopt for one that can be read in two ways ("1,234").
@@ -99,9 +100,9 @@ class BillOfMaterials final : public Report {
                                             {u"remarks", u"Remarks", Kind::kText}});
   }
 
-  void Add(AddIn& add_in, const std::vector<std::u16string>& lead) override {
+  void Add(IndexedDrawing& drawing, const std::vector<std::u16string>& lead) override {
     const CollectionRef components = MakeCollection();
-    add_in.index().GetRefComp(add_in.Member(u"colRefShape"), components, true);
+    drawing.index().GetRefComp(drawing.Member(u"colRefShape"), components, true);
     std::map<std::u16string, Line> lines;
     const int32_t count = components->Count();
     for (int32_t position = 1; position <= count; ++position) {
@@ -255,9 +256,7 @@ std::u16string FieldText(const RecordsetRef& records, std::u16string_view name) 
 
 }  // namespace
 
-Catalogue ReadCatalogue(std::u16string_view location) {
-  clsLDB database;
-  OpenCatalogue(database, location);
+Catalogue ReadCatalogue(clsLDB& database) {
   std::u16string order;
   const RecordsetRef records = database.GetComponents(order);
   Catalogue catalogue;
@@ -283,4 +282,4 @@ std::unique_ptr<Report> MakeBillOfMaterials(bool with_drawing, Catalogue catalog
   return std::make_unique<BillOfMaterials>(with_drawing, std::move(catalogue));
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic

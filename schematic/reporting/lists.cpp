@@ -6,16 +6,18 @@
 #include "base/conversion.h"
 #include "base/error.h"
 #include "base/text.h"
-#include "cli/report.h"
 #include "crossref/clsTBlockObj.h"
+#include "crossref/index_access.h"
+#include "schematic/lists.h"
+#include "schematic/reporting/report.h"
 #include "schematic/wiring/wire_ends.h"
-#include "settings/clsLSettings.h"
 #include "shapeutil/cable_cores.h"
 #include "shapeutil/clsLMisc.h"
+#include "shapeutil/shape_access.h"
 #include "shapeutil/symbol_types.h"
 #include "sort/clsLSortShapeText.h"
 
-namespace ohmwise::cli {
+namespace ohmwise::schematic {
 
 std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> columns) {
   if (with_drawing) {
@@ -26,18 +28,11 @@ std::vector<ReportColumn> Columns(bool with_drawing, std::vector<ReportColumn> c
 
 namespace {
 
+using crossref::ShapesOf;
+using shapeutil::CellOrEmpty;
 using Kind = ReportColumn::Kind;
 using Row = std::vector<std::u16string>;
 using Emit = std::function<void(Row)>;
-
-std::vector<ShapeRef> ShapesOf(const CollectionRef& entry) {
-  std::vector<ShapeRef> shapes;
-  const int32_t count = entry ? entry->Count() : 0;
-  for (int32_t position = 1; position <= count; ++position) {
-    shapes.push_back(ToShape(entry->Item(position)));
-  }
-  return shapes;
-}
 
 /// Shapes in the order of their texts.
 std::vector<ShapeRef> InTextOrder(const std::vector<ShapeRef>& shapes) {
@@ -57,25 +52,13 @@ std::vector<ShapeRef> InTextOrder(const std::vector<ShapeRef>& shapes) {
   return result;
 }
 
-std::u16string PageNumber(const PageRef& page) {
-  const ShapeRef sheet = page->PageSheet();
-  if (!sheet->CellExists(u"User.PageNumber", false)) return DecimalText(page->Index());
-  return DecimalText(ToInt32(sheet->Cells(u"User.PageNumber")->ResultNumber()));
-}
-
-std::u16string Location(const ShapeRef& shape) {
-  try {
-    return clsLSettings().GetLocation(shape);
-  } catch (const AutomationError&) {
-    return {};  // a shape off the grid
-  }
-}
+std::u16string NumberText(const PageRef& page) { return DecimalText(PageNumber(page)); }
 
 // One function for each kind: the rows of one drawing
 // ----------------------------------------------
 
-void ListReferences(AddIn& add_in, const Emit& emit) {
-  const CollectionRef references = add_in.Member(u"colRefShape");
+void ListReferences(IndexedDrawing& drawing, const Emit& emit) {
+  const CollectionRef references = drawing.Member(u"colRefShape");
   std::map<std::u16string, CollectionRef> entries;
   std::vector<std::u16string> names;
   for (int32_t position = 1; position <= references->Count(); ++position) {
@@ -94,33 +77,33 @@ void ListReferences(AddIn& add_in, const Emit& emit) {
         if (const PageRef there = linked->ContainingPage()) link += u" (" + there->Name() + u")";
       }
       emit({name, SharedMisc().GetNameU(shape->NameU()), CellOrEmpty(shape, u"User.Group"),
-            PageNumber(page), page->Name(), Location(shape), shape->Name(), link});
+            NumberText(page), page->Name(), LocationOf(shape), shape->Name(), link});
     }
   }
 }
 
-void ListWires(AddIn& add_in, const Emit& emit) {
-  for (const PageRef& page : add_in.ForegroundPages()) {
-    const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
+void ListWires(IndexedDrawing& drawing, const Emit& emit) {
+  for (const PageRef& page : drawing.ForegroundPages()) {
+    const auto nets = drawing.index().GetPageNets(drawing.Member(u"colPageNet"), page->ID());
     for (const ShapeRef& wire : InTextOrder(ShapesOf(nets))) {
-      const auto [begin, end] = schematic::ShownEnds(wire);
-      emit({CellOrEmpty(wire, u"Scratch.B1"), begin, end, PageNumber(page), page->Name(),
-            Location(wire), wire->Name()});
+      const auto [begin, end] = ShownEnds(wire);
+      emit({CellOrEmpty(wire, u"Scratch.B1"), begin, end, NumberText(page), page->Name(),
+            LocationOf(wire), wire->Name()});
     }
   }
 }
 
-void ListTerminals(AddIn& add_in, const Emit& emit) {
+void ListTerminals(IndexedDrawing& drawing, const Emit& emit) {
   std::vector<ShapeRef> terminals;
-  for (const PageRef& page : add_in.ForegroundPages()) {
-    const auto here = add_in.index().GetPageTerms(add_in.Member(u"colPageTerm"), page->ID());
+  for (const PageRef& page : drawing.ForegroundPages()) {
+    const auto here = drawing.index().GetPageTerms(drawing.Member(u"colPageTerm"), page->ID());
     for (const ShapeRef& terminal : ShapesOf(here)) terminals.push_back(terminal);
   }
   for (const ShapeRef& terminal : InTextOrder(terminals)) {
     const std::u16string text = terminal->Text();
     const size_t colon = text.rfind(u':');
     std::vector<std::u16string> wires;
-    for (const ShapeRef& wire : schematic::WiresAt(terminal)) {
+    for (const ShapeRef& wire : WiresAt(terminal)) {
       std::u16string name = CellOrEmpty(wire, u"Scratch.B1");
       if (std::find(wires.begin(), wires.end(), name) == wires.end()) {
         wires.push_back(std::move(name));
@@ -130,14 +113,14 @@ void ListTerminals(AddIn& add_in, const Emit& emit) {
     emit({colon == text.npos ? std::u16string() : text.substr(0, colon),
           colon == text.npos ? text : text.substr(colon + 1),
           Joined(InReferenceOrder(wires), u", "), SharedMisc().GetNameU(terminal->NameU()),
-          PageNumber(page), page->Name(), Location(terminal), terminal->Name()});
+          NumberText(page), page->Name(), LocationOf(terminal), terminal->Name()});
   }
 }
 
 /// Cables that are drawn; what their shape says they are, by reference.
-std::map<std::u16string, std::u16string> DrawnCables(AddIn& add_in) {
+std::map<std::u16string, std::u16string> DrawnCables(IndexedDrawing& drawing) {
   std::map<std::u16string, std::u16string> drawn;
-  const CollectionRef references = add_in.Member(u"colRefShape");
+  const CollectionRef references = drawing.Member(u"colRefShape");
   for (int32_t position = 1; position <= references->Count(); ++position) {
     for (const ShapeRef& shape : ShapesOf(ToCollection(references->Item(position)))) {
       if (SharedMisc().TypeNo(shape) != symbol::kCable) continue;
@@ -147,12 +130,12 @@ std::map<std::u16string, std::u16string> DrawnCables(AddIn& add_in) {
   return drawn;
 }
 
-void ListCables(AddIn& add_in, const Emit& emit) {
-  const ShapeRef cables = shapeutil::CableSheet(add_in.document());
-  std::map<std::u16string, std::u16string> drawn = DrawnCables(add_in);
+void ListCables(IndexedDrawing& drawing, const Emit& emit) {
+  const ShapeRef cables = shapeutil::CableSheet(drawing.document());
+  std::map<std::u16string, std::u16string> drawn = DrawnCables(drawing);
   std::map<std::u16string, ShapeRef> wires;
-  for (const PageRef& page : add_in.ForegroundPages()) {
-    const auto nets = add_in.index().GetPageNets(add_in.Member(u"colPageNet"), page->ID());
+  for (const PageRef& page : drawing.ForegroundPages()) {
+    const auto nets = drawing.index().GetPageNets(drawing.Member(u"colPageNet"), page->ID());
     for (const ShapeRef& wire : ShapesOf(nets)) {
       wires.try_emplace(FoldCase(wire->UniqueID()), wire);
       wires.try_emplace(FoldCase(CellOrEmpty(wire, u"Scratch.B1")), wire);
@@ -188,10 +171,10 @@ void ListCables(AddIn& add_in, const Emit& emit) {
       const auto known = wires.find(FoldCase(key));
       const ShapeRef wire = key.empty()            ? ShapeRef()
                             : known != wires.end() ? known->second
-                                                   : shapeutil::ShapeOfKey(key, add_in.document());
+                                                   : shapeutil::ShapeOfKey(key, drawing.document());
       if (wire) {
         wire_name = CellOrEmpty(wire, u"Scratch.B1");
-        ends = schematic::ShownEnds(wire);
+        ends = ShownEnds(wire);
       }
       emit({name, type, DecimalText(core + 1),
             core <= INT16_MAX ? misc.GetCoreName(core_names, static_cast<int16_t>(core))
@@ -201,20 +184,20 @@ void ListCables(AddIn& add_in, const Emit& emit) {
   }
 }
 
-void ListPages(AddIn& add_in, const Emit& emit) {
+void ListPages(IndexedDrawing& drawing, const Emit& emit) {
   struct Block {
     std::u16string key;
     ShapeRef shape;
   };
   std::multimap<int32_t, Block> blocks;
-  const CollectionRef all = add_in.index().GetTBlock(add_in.document());
+  const CollectionRef all = drawing.index().GetTBlock(drawing.document());
   for (const ShapeRef& shape : ShapesOf(all)) {
     clsTBlockObj record;
     record.SetData(shape);
     blocks.insert({shape->ContainingPageID(), {record.GetKey(), shape}});
   }
   std::map<int32_t, int32_t> references;
-  const CollectionRef by_reference = add_in.Member(u"colRefShape");
+  const CollectionRef by_reference = drawing.Member(u"colRefShape");
   for (int32_t position = 1; position <= by_reference->Count(); ++position) {
     std::map<int32_t, bool> pages;
     for (const ShapeRef& shape : ShapesOf(ToCollection(by_reference->Item(position)))) {
@@ -222,17 +205,17 @@ void ListPages(AddIn& add_in, const Emit& emit) {
     }
     for (const auto& [page, here] : pages) ++references[page];
   }
-  for (const PageRef& page : add_in.ForegroundPages()) {
+  for (const PageRef& page : drawing.ForegroundPages()) {
     const int32_t id = page->ID();
     const auto count = [](const CollectionRef& entry) {
       return DecimalText(entry ? entry->Count() : 0);
     };
     const auto add = [&](const Block& block) {
-      emit({PageNumber(page), page->Name(), block.shape ? block.shape->Text() : u"", block.key,
+      emit({NumberText(page), page->Name(), block.shape ? block.shape->Text() : u"", block.key,
             block.shape ? CellOrEmpty(block.shape, u"User.Group") : u"",
             DecimalText(references[id]),
-            count(add_in.index().GetPageNets(add_in.Member(u"colPageNet"), id)),
-            count(add_in.index().GetPageTerms(add_in.Member(u"colPageTerm"), id))});
+            count(drawing.index().GetPageNets(drawing.Member(u"colPageNet"), id)),
+            count(drawing.index().GetPageTerms(drawing.Member(u"colPageTerm"), id))});
     };
     const auto [begin, end] = blocks.equal_range(id);
     if (begin == end) add({});
@@ -244,7 +227,7 @@ struct ListKind {
   std::string_view name;
   std::u16string_view title;
   std::vector<ReportColumn> columns;
-  void (*list)(AddIn& add_in, const Emit& emit);
+  void (*list)(IndexedDrawing& drawing, const Emit& emit);
 };
 
 const std::vector<ListKind>& ListKinds() {
@@ -318,8 +301,8 @@ class ListReport final : public Report {
     table_.title = kind.title;
     table_.columns = Columns(with_drawing, kind.columns);
   }
-  void Add(AddIn& add_in, const std::vector<std::u16string>& lead) override {
-    list_(add_in, [&](Row fields) {
+  void Add(IndexedDrawing& drawing, const std::vector<std::u16string>& lead) override {
+    list_(drawing, [&](Row fields) {
       Row row = lead;
       row.insert(row.end(), std::make_move_iterator(fields.begin()),
                  std::make_move_iterator(fields.end()));
@@ -330,7 +313,7 @@ class ListReport final : public Report {
 
  private:
   ReportTable table_;
-  void (*list_)(AddIn& add_in, const Emit& emit);
+  void (*list_)(IndexedDrawing& drawing, const Emit& emit);
 };
 
 }  // namespace
@@ -342,4 +325,4 @@ std::unique_ptr<Report> MakeListReport(std::string_view kind, bool with_drawing)
   Raise(Err::kInvalidCall);
 }
 
-}  // namespace ohmwise::cli
+}  // namespace ohmwise::schematic
