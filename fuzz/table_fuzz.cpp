@@ -1,0 +1,103 @@
+// Any bytes as a table to import: separated values, a workbook, or ("<…") the only sheet of a sound
+// workbook, so that checksums do not keep the mutations away from its reader. What is refused must
+// be refused by an AutomationError; what is read must come back the same when it is written as
+// separated values and read again; its lines are understood as articles.
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "base/error.h"
+#include "catalogue/article_import.h"
+#include "catalogue/price.h"
+#include "platform/embedded/spreadsheet/text_table.h"
+#include "platform/embedded/vsdx/package.h"
+
+namespace {
+
+using ohmwise::AutomationError;
+using ohmwise::embedded::FormulaLike;
+using ohmwise::embedded::TextTable;
+
+/// A file without a name.
+class File {
+ public:
+  explicit File(const std::string& bytes) : descriptor_(memfd_create("fuzz", 0)) {
+    if (write(descriptor_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+      std::abort();
+    }
+  }
+  ~File() { close(descriptor_); }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+ private:
+  int descriptor_;
+};
+
+std::string Workbook(const std::string& sheet) {
+  const auto relation = [](const char* type, const char* target) {
+    return std::string("<Relationships><Relationship Id=\"r1\" Type=\"http://x/") + type +
+           "\" Target=\"" + target + "\"/></Relationships>";
+  };
+  const std::string nothing = "PK\x05\x06" + std::string(18, '\0');
+  return ohmwise::embedded::Package(nothing, "fuzz", {})
+      .Rebuild({{"_rels/.rels", relation("officeDocument", "xl/workbook.xml")},
+                {"xl/workbook.xml",
+                 "<workbook><sheets><sheet name=\"S\" r:id=\"r1\"/></sheets></workbook>"},
+                {"xl/_rels/workbook.xml.rels", relation("worksheet", "worksheets/s.xml")},
+                {"xl/worksheets/s.xml", sheet}},
+               {});
+}
+
+/// The same with every cell in its place; blank ones are left out of what is read.
+TextTable Dense(const TextTable& table) {
+  TextTable dense;
+  for (const TextTable::Row& row : table.rows) {
+    auto& cells = dense.rows.emplace_back().cells;
+    for (size_t i = 0; i < row.cells.size(); ++i) {
+      cells.resize(row.ColumnOf(i) + 1);
+      cells.back() = row.cells[i];
+    }
+  }
+  return dense;
+}
+
+void Use(const TextTable& table) {
+  const TextTable dense = Dense(table);
+  for (const TextTable::Row& row : dense.rows) {
+    ohmwise::catalogue::ReadHeader(row.cells);
+    for (const std::u16string& cell : row.cells) ohmwise::catalogue::PriceOf(cell);
+  }
+  const TextTable again = Dense(
+      ohmwise::embedded::ParseSeparatedValues(WriteSeparatedValues(dense, FormulaLike::kAsText)));
+  bool same = again.rows.size() == dense.rows.size();
+  for (size_t i = 0; same && i < dense.rows.size(); ++i) {
+    same = again.rows[i].cells == dense.rows[i].cells;
+  }
+  if (same) return;
+  std::cerr << "not the same after writing\n";
+  std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::string bytes(reinterpret_cast<const char*>(data), size);
+  if (bytes.starts_with("<")) bytes = Workbook(bytes);
+  std::vector<TextTable> tables;
+  try {
+    tables = ohmwise::embedded::ReadTextTables(File(bytes).path());
+  } catch (const AutomationError&) {
+    return 0;
+  }
+  for (const TextTable& table : tables) Use(table);
+  return 0;
+}
