@@ -60,7 +60,7 @@ std::vector<std::string> KeepAttributes(const std::string& predecessor, const st
   const std::vector<std::string> names = AttributeNames(predecessor);
   const bool listed = std::find(names.begin(), names.end(), kAccessList) != names.end();
   if (!listed) fremovexattr(file, kAccessList.data());
-  if (fchmod(file, listed ? mode & ~S_IRWXG : mode) != 0) lost.push_back("mode");
+  if (fchmod(file, listed ? mode & ~mode_t{S_IRWXG} : mode) != 0) lost.push_back("mode");
   for (const std::string& name : names) {
     // These two are made of the contents.
     if (name == "security.ima" || name == "security.evm") continue;
