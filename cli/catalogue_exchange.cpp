@@ -114,7 +114,7 @@ std::vector<Source> SourcesInDatabase(const std::string& path) {
     source.name = table->name;
     source.header.table = table;
     const RecordsetRef records = other.GetSQL(u"SELECT * FROM " + std::u16string(table->name));
-    // Catalogues of former releases lack columns.
+    // A catalogue made by another program may lack columns.
     for (size_t column = 0; column < table->columns.size() && !records->EndOfFile(); ++column) {
       try {
         records->Field(table->columns[column].name);

@@ -13,6 +13,10 @@ class Recordset;
 using ConnectionRef = Ref<Connection>;
 using RecordsetRef = Ref<Recordset>;
 
+/// Numbers of ADO (CursorTypeEnum, LockTypeEnum, CursorLocationEnum, ObjectStateEnum, SchemaEnum),
+/// passed on as they are by a host that has ADO. The embedded host takes every cursor for a
+/// client's copy of the rows, and every lock for an optimistic one: a row is locked while it is
+/// written.
 inline constexpr int32_t kCursorDynamic = 2;
 inline constexpr int32_t kLockOptimistic = 3;
 inline constexpr int32_t kCursorLocationClient = 3;
@@ -55,8 +59,15 @@ class Recordset : public Object {
   /// Raises 3021 when there is no current record.
   virtual Value Field(std::u16string_view name) = 0;
   virtual Value Field(int32_t index) = 0;
+  /// Changes the current record, or the one that AddNew began, in memory alone: Update stores it,
+  /// and so does MoveNext. Raises 3021 without a record, the provider's error for rows that come
+  /// from several tables or from none.
   virtual void SetField(std::u16string_view name, const Value& value) = 0;
+  /// Begins a new record, all of its fields Null, which is then the current one. A change that
+  /// is pending is stored first; one still pending when the recordset is closed or let go is lost.
   virtual void AddNew() = 0;
+  /// Stores the current record; without a change it does nothing. After a failure nothing is stored
+  /// and the changes are still pending. Raises the provider's error, 3021 without a record.
   virtual void Update() = 0;
   virtual void Close() = 0;
 };

@@ -48,7 +48,9 @@ inline constexpr int16_t kAnnotation = 246;
 inline constexpr int16_t kSmartTag = 247;
 }  // namespace section
 
-/// Row types (VisRowTags): the default tag and the connection-point rows that carry names in D.
+/// Row types (VisRowTags): the default tag and the connection-point rows that carry names in D. The
+/// rows of geometry sections answer with the tag of their kind: 138 MoveTo, 139 LineTo, 140 ArcTo,
+/// 143 Ellipse, 144 EllipticalArcTo, 195 NURBSTo …
 namespace row_tag {
 inline constexpr int16_t kDefault = 0;
 inline constexpr int16_t kConnectionNamed = 185;
@@ -115,13 +117,17 @@ class Shape : public Object {
   /// error when the cell does not exist.
   virtual bool CellsSRCExists(int16_t section, int16_t row, int16_t column, bool local_only) = 0;
   virtual CellRef CellsSRC(int16_t section, int16_t row, int16_t column) = 0;
-  /// Number of rows, inherited ones included; 0 when the section does not exist.
+  /// Number of rows, inherited ones included; 0 when the section does not exist. In a geometry
+  /// section (kFirstGeometry is Geometry1) the vertices alone count: they are the rows 1 to
+  /// RowCount, and row 0 holds the section's own cells. Raises a host error above 32,767 rows,
+  /// which a 16-bit row number cannot count.
   virtual int16_t RowCount(int16_t section) = 0;
   /// Row tag. Raises a host error when there is no such row.
   virtual int16_t RowType(int16_t section, int16_t row) = 0;
   /// Name of a row ("" for an unnamed one). Raises a host error when there is no such row.
   virtual std::u16string RowName(int16_t section, int16_t row) = 0;
-  /// Adds a named row at the end and returns its index. Raises a host error when the name is taken.
+  /// Adds a named row at the end and returns its index. Raises a host error when the name is taken,
+  /// and, as AddRow does, when the section holds 32,767 rows: a row index has 16 bits.
   virtual int16_t AddNamedRow(int16_t section, std::u16string_view name, int16_t tag) = 0;
   /// Adds an unnamed row; `row` -2 (last) appends. Returns its index.
   virtual int16_t AddRow(int16_t section, int16_t row, int16_t tag) = 0;
@@ -158,16 +164,25 @@ class Shapes : public Object {
   virtual ShapeRef Item(std::u16string_view name) = 0;
 };
 
+/// A foreground or background page. Every member raises a host error once the page is deleted.
 class Page : public Object {
  public:
+  /// Number of the page in its document; it is no position, stays when pages are moved and is the
+  /// key of the page's entries in the index.
   virtual int32_t ID() = 0;
   /// 1-based tab position; background pages come after the foreground pages.
   virtual int32_t Index() = 0;
   virtual bool Background() = 0;
+  /// Local name as on the tab, and the universal name; both are unique in the document, without
+  /// regard to case.
   virtual std::u16string Name() = 0;
   virtual std::u16string NameU() = 0;
+  /// Gives both names and rewrites the formulas that name the page. Raises a host error for a
+  /// name that is empty or taken.
   virtual void SetName(std::u16string_view name) = 0;
+  /// The sheet with the page's own cells: PageScale, DrawingScale, User rows …
   virtual ShapeRef PageSheet() = 0;
+  /// The top-level shapes, in drawing order.
   virtual ShapesRef Shapes() = 0;
   virtual DocumentRef Document() = 0;
   /// Removes the page from the document; handles to it and to its shapes raise from then on.
@@ -178,15 +193,20 @@ class Page : public Object {
 class Pages : public Object {
  public:
   virtual int32_t Count() = 0;
+  /// Raises a host error outside 1..Count.
   virtual PageRef Item(int32_t position) = 0;
+  /// By local or universal name, without regard to case. Raises a host error when absent.
   virtual PageRef Item(std::u16string_view name) = 0;
 };
 
+/// A symbol of the document's own stencil, which its instances inherit from.
 class Master : public Object {
  public:
   virtual int32_t ID() = 0;
+  /// Local name, and the universal name that does not change with the language.
   virtual std::u16string Name() = 0;
   virtual std::u16string NameU() = 0;
+  /// What an instance is made of: one shape as a rule, a group for a symbol of several.
   virtual ShapesRef Shapes() = 0;
   virtual ShapeRef PageSheet() = 0;
 };
@@ -201,6 +221,7 @@ class Document : public Object {
   virtual std::u16string FullName() = 0;
   virtual PagesRef Pages() = 0;
   virtual int32_t MasterCount() = 0;
+  /// Positions from 1. Raises a host error outside 1..MasterCount.
   virtual MasterRef MasterAt(int32_t position) = 0;
   virtual ShapeRef DocumentSheet() = 0;
   virtual ApplicationRef Application() = 0;

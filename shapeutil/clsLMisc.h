@@ -15,7 +15,7 @@ namespace ohmwise {
 ///
 /// Texts: a digit is one of "0".."9"; no number is -1. The splitters keep four first-in first-out
 /// caches of six entries, keyed without regard to case, so a result can depend on what was asked
-/// before; that is part of the contract. Not for use by two threads at once.
+/// before; callers rely on that. Not for use by two threads at once.
 class clsLMisc {
  public:
   // Texts and numbers (text_numbers.cpp) -----------------------------------------------------

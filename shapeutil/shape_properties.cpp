@@ -65,8 +65,8 @@ struct BlockRow {
   std::u16string_view label;
 };
 
-/// One row per field of a catalogue record. Drawings in the field have the eleventh row under the
-/// first of its two spellings.
+/// One row per field of a catalogue record. Existing drawings spell the eleventh row as the
+/// first of the two spellings.
 constexpr std::array<BlockRow, 13> kPropertyBlock = {{
     {u"Name", u"Prop.Name", u"lblName"},
     {u"Desc", u"Prop.Desc", u"lblDesc"},

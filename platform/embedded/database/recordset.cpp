@@ -137,7 +137,7 @@ class EngineConnection final : public Counted<Connection> {
   std::shared_ptr<Session> session_;
 };
 
-// The rows are held here, as the client-side cursors of the contract do: an open result holds no
+// The rows are held here, as client-side cursors of ADO do: an open result holds no
 // lock and does not see what changes later. All rows of a table are read only when they are looked
 // at: whoever opens a table to add one row must not wait for the others.
 class EngineRecordset final : public Counted<Recordset>, private UnreadResult {
