@@ -132,12 +132,16 @@ TEST(DrawingCorpusTest, FormulasGiveTheStoredValues) {
   EXPECT_GE(static_cast<double>(agreeing), 0.97 * static_cast<double>(evaluated));
 }
 
-/// Edits of every kind in every real drawing: what was set, and what followed, is there again after
-/// saving and opening.
+/// Edits of every kind in drawings of our own and, where the collection is there, in real ones:
+/// what was set, and what followed, is there again after saving and opening.
 TEST(DrawingCorpusTest, EditsSurviveSaving) {
-  const fs::path folder = fs::path(OHMWISE_SOURCE_DIR) / "../shared/corpus/vsdx";
-  if (!fs::exists(folder)) {
-    GTEST_SKIP() << "the folder ../shared/corpus with real drawings is absent";
+  std::vector<fs::path> drawings;
+  const fs::path collection = fs::path(OHMWISE_SOURCE_DIR) / "../shared/corpus/vsdx";
+  for (const fs::path& folder : {fs::path(OHMWISE_SOURCE_DIR) / "tests/data", collection}) {
+    if (!fs::exists(folder)) continue;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      if (entry.path().extension().string().starts_with(".vs")) drawings.push_back(entry.path());
+    }
   }
   class Followed : public ChangeObserver {
    public:
@@ -148,15 +152,15 @@ TEST(DrawingCorpusTest, EditsSurviveSaving) {
     std::map<std::tuple<std::u16string, std::u16string, std::u16string>, std::u16string> results;
   };
   size_t compared = 0;
-  for (const auto& entry : fs::directory_iterator(folder)) {
+  for (const fs::path& path : drawings) {
     std::unique_ptr<DrawingFile> file;
     try {
-      file = DrawingFile::Open(entry.path().string());
+      file = DrawingFile::Open(path.string());
       for (auto& page : file->model().pages) file->model().Ensure(page->contents);
     } catch (const AutomationError&) {
       continue;
     }
-    SCOPED_TRACE(entry.path().filename().string());
+    SCOPED_TRACE(path.filename().string());
     const fs::path saved = fs::temp_directory_path() / "ohmwise-edits-survive.vsdx";
     Followed observer;
     std::u16string unique_id;
@@ -209,7 +213,7 @@ TEST(DrawingCorpusTest, EditsSurviveSaving) {
     }
     fs::remove(saved);
   }
-  EXPECT_GT(compared, 1000u);
+  EXPECT_GT(compared, fs::exists(collection) ? 1000u : 40u);
 }
 
 }  // namespace
