@@ -207,11 +207,19 @@ TEST_F(CellNameTest, RowsAreAddedAndRemoved) {
   EXPECT_EQ(shape->AddNamedRow(section::kUser, u"Group", 0), 1);
   EXPECT_TRUE(shape->CellExists(u"User.Group", true));
   EXPECT_EQ(Text(shape->Cells(u"User.Group")), "");
-  EXPECT_NE(Refusal([&] { shape->AddNamedRow(section::kUser, u"group", 0); }), "");
-  EXPECT_NE(Refusal([&] { shape->AddNamedRow(section::kUser, u"a b", 0); }), "");
-  EXPECT_EQ(shape->AddRow(section::kScratch, -2, 0), 2);
+  for (const char16_t* name : {u"group", u"a b", u"1a", u"0", u"9", u"a.b", u"a!", u"\"", u"[a"}) {
+    EXPECT_NE(Refusal([&] { shape->AddNamedRow(section::kUser, name, 0); }), "") << ToUtf8(name);
+  }
+  for (const int16_t place : {int16_t{-1}, int16_t{3}, int16_t{-3}}) {
+    EXPECT_NE(Refusal([&] { shape->AddRow(section::kScratch, place, 0); }), "") << place;
+  }
+  EXPECT_EQ(shape->AddRow(section::kScratch, 2, 0), 2);
   shape->Cells(u"Scratch.B3")->SetFormula(u"\"x\"");
   EXPECT_EQ(Text(shape->CellsSRC(section::kScratch, 2, 3)), "x");
+  // Rows by number and by name count together.
+  EXPECT_EQ(shape->AddRow(section::kConnectionPoints, -2, 0), 2);
+  auto& stored = *build.model.pages[0]->contents.shapes[0];
+  EXPECT_EQ(build.Section(stored, "Connection").rows.back().index, 2u);
   EXPECT_EQ(shape->AddRow(section::kControls, -2, 0), 1);
   EXPECT_TRUE(shape->CellExists(u"Controls.Row_2.X", true));
   shape->DeleteRow(section::kUser, 0);

@@ -179,6 +179,9 @@ TEST_F(InheritanceTest, FieldsShowTheCurrentResult) {
   Relay()->SetText(u"x");
   ASSERT_EQ(instance_->text->size(), 2u);
   EXPECT_EQ(instance_->text->front().kind, Kind::kCharacter);
+  instance_->text = {{{Kind::kField, 0, "7.00"}, {Kind::kCharacter, 1, ""}}};
+  Relay()->SetText(u"y");
+  EXPECT_EQ(instance_->text->size(), 1u) << "formatting behind the field has nothing to stand on";
 }
 
 TEST_F(InheritanceTest, AFieldOfItsOwnGetsATextOfItsOwn) {

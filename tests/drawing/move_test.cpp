@@ -85,6 +85,7 @@ TEST_F(MoveTest, UnitsStayAndEveryKindOfGlueIsFollowed) {
   EXPECT_EQ(Ends(u"Wire13"), followed);
   EXPECT_EQ(Ends(u"Wire14"), left);
   EXPECT_EQ(FormulaOf(At(u"P", u"Wire12", u"BeginX")), kWalkX);
+  EXPECT_TRUE(build.model.recalculate_on_open);
   EXPECT_EQ(FormulaOf(At(u"P", u"Wire13", u"BeginX")), "3");
   for (const StoredConnect& connect : contents_->connects) EXPECT_FALSE(connect.removed);
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 
 #include "tests/drawing/fixture.h"
 
@@ -88,8 +89,11 @@ TEST_F(RecalculationTest, CirclesShowAnErrorAndCanBeOpenedAgain) {
     EXPECT_EQ(Text(At(u"P 1", u"S1", cell)), "#REF!");
   }
   EXPECT_EQ(Text(At(u"P 1", u"S2", u"User.D")), "#REF!");
+  const auto& stored = build.Row(Stored(0, 1), "User", "D").cells[0];
+  EXPECT_EQ(stored.error, "#REF!");
   ChangesOf(u"P 1", u"S1", u"User.A", u"10");
   EXPECT_EQ(Text(At(u"P 1", u"S2", u"User.D")), "13");
+  EXPECT_EQ(stored.error, "");
   ChangesOf(u"P 1", u"S1", u"User.B", u"User.B+1");
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.C")), "#REF!");
 }
@@ -103,6 +107,11 @@ TEST_F(RecalculationTest, WhatIsNotEvaluatedKeepsItsValue) {
             (std::vector<std::string>{"P 1/S1/User.A=9"}));
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.B")), "42");
   EXPECT_TRUE(build.model.recalculate_on_open);
+  const auto& stored = build.Row(Stored(0, 0), "User", "C").cells[0];
+  At(u"P 1", u"S1", u"User.C")->SetFormula(u"1/0");
+  EXPECT_EQ(stored.error, "#DIV/0!");
+  At(u"P 1", u"S1", u"User.C")->SetFormula(u"TEXTWIDTH(TheText)");
+  EXPECT_EQ(stored.error, "");
 }
 
 TEST_F(RecalculationTest, TextsThatDoubleEndInAnError) {
@@ -127,6 +136,33 @@ TEST_F(RecalculationTest, TextsThatDoubleEndInAnError) {
   EXPECT_EQ(Text(At(u"P 1", u"S1", u"User.Last")), "TRUE");
 }
 
+TEST_F(RecalculationTest, ResultsKeepTheUnitOfTheCellWhenTheyHaveNone) {
+  build.User(Stored(0, 0), "N", "1");
+  const struct {
+    const char *unit, *formula, *text, *stored_unit;
+  } rows[] = {{"MM", "User.N*1", "76.2 mm", "MM"},
+              {"DEG", "User.N", "171.8873 deg", "DEG"},
+              {"", "User.N*2", "6", ""},
+              {"MM", "User.N*1 in", "3 in", "IN"},
+              {"STR", "User.N*1", "3", ""},
+              {"MM", "User.N&\"x\"", "3x", "STR"},
+              {"MM", "User.N>2", "TRUE", "BOOL"},
+              {"BOOL", "User.N+0", "3", ""},
+              {"", "PNT(User.N,1)", "PNT(3,1)", "PNT"},
+              {"MM", "User.N/0", "#DIV/0!", "MM"}};
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    build.User(Stored(0, 0), "R" + std::to_string(i), "1", rows[i].formula, rows[i].unit);
+  }
+  Open();
+  At(u"P 1", u"S1", u"User.N")->SetFormula(u"3");
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    const std::string name = "R" + std::to_string(i);
+    EXPECT_EQ(Text(At(u"P 1", u"S1", FromUtf8("User." + name))), rows[i].text) << rows[i].formula;
+    EXPECT_EQ(build.Row(Stored(0, 0), "User", name).cells[0].unit, rows[i].stored_unit)
+        << rows[i].formula;
+  }
+}
+
 TEST_F(RecalculationTest, TextsAndNamesOfTheShapeAreFollowed) {
   build.User(Stored(0, 0), "T", "", "SHAPETEXT(TheText)", "STR");
   build.Text(Stored(0, 0), "K1\n");
@@ -144,7 +180,8 @@ TEST_F(RecalculationTest, GluedEndsFollowTheSymbol) {
   build.Set(relay, "LocPinX", "1", "Width*0.5");
   build.Set(relay, "LocPinY", "1", "Height*0.5");
   build.Set(relay, "Angle", "0");
-  build.Row(relay, "Connection", 0).cells = {build.Cell("X", "2", "Width*1"), build.Cell("Y", "1")};
+  build.Row(relay, "Connection", 0).cells = {build.Cell("X", "2", "Width*1"),
+                                             build.Cell("Y", "1.5")};
   auto& wire = Stored(0, 1);
   for (const char* cell : {"BeginX", "BeginY", "EndX", "EndY"}) build.Set(wire, cell, "0");
   build.Set(wire, "Width", "0", "SQRT((EndX-BeginX)^2+(EndY-BeginY)^2)");
@@ -155,17 +192,41 @@ TEST_F(RecalculationTest, GluedEndsFollowTheSymbol) {
   EXPECT_DOUBLE_EQ(At(u"P 1", u"S2", u"EndX")->ResultNumber(), 5);
   drawing_->Move(Find(u"P 1", u"S1"), 2, 4);
   EXPECT_DOUBLE_EQ(At(u"P 1", u"S2", u"EndX")->ResultNumber(), 3);
-  EXPECT_DOUBLE_EQ(At(u"P 1", u"S2", u"Width")->ResultNumber(), 5);
-  At(u"P 1", u"S1", u"Angle")->SetFormula(u"90 deg");
-  EXPECT_NEAR(At(u"P 1", u"S2", u"EndY")->ResultNumber(), 5, 1e-12);
-  At(u"P 1", u"S1", u"FlipX")->SetFormula(u"TRUE");
-  EXPECT_NEAR(At(u"P 1", u"S2", u"EndY")->ResultNumber(), 3, 1e-12);
+  EXPECT_DOUBLE_EQ(At(u"P 1", u"S2", u"EndY")->ResultNumber(), 4.5);
+  EXPECT_DOUBLE_EQ(At(u"P 1", u"S2", u"Width")->ResultNumber(), std::hypot(3, 4.5));
+  const struct {
+    const char16_t *cell, *formula;
+    double x, y;
+  } turns[] = {{u"Angle", u"90 deg", 1.5, 5}, {u"FlipX", u"TRUE", 1.5, 3},
+               {u"FlipY", u"TRUE", 2.5, 3},   {u"FlipX", u"FALSE", 2.5, 5},
+               {u"LocPinY", u"2", 1.5, 5},    {u"Angle", u"0 deg", 3, 4.5}};
+  for (const auto& turn : turns) {
+    At(u"P 1", u"S1", turn.cell)->SetFormula(turn.formula);
+    EXPECT_NEAR(At(u"P 1", u"S2", u"EndX")->ResultNumber(), turn.x, 1e-12) << ToUtf8(turn.cell);
+    EXPECT_NEAR(At(u"P 1", u"S2", u"EndY")->ResultNumber(), turn.y, 1e-12) << ToUtf8(turn.cell);
+  }
   EXPECT_EQ(Find(u"P 1", u"S2")->Connects()->Count(), 1);
+  // Glued elsewhere, an end leaves where it was; the other end stays.
+  for (const uint32_t row : {0u, 1u}) {
+    build.Row(Stored(0, 2), "Connection", row).cells = {build.Cell("X", "0"), build.Cell("Y", "0")};
+  }
+  drawing_->Glue(Find(u"P 1", u"S2"), u"BeginX", Find(u"P 1", u"S1"), 0);
+  drawing_->Glue(Find(u"P 1", u"S2"), u"BeginX", Find(u"P 1", u"S3"), 1);
+  EXPECT_EQ(Find(u"P 1", u"S2")->Connects()->Count(), 2);
+  EXPECT_EQ(Find(u"P 1", u"S3")->FromConnects()->Count(), 1);
+  const embedded::StoredConnect& connect = build.model.pages[0]->contents.connects.back();
+  EXPECT_EQ(connect.from_part, 9);
+  EXPECT_EQ(connect.to_part, 101);
+  EXPECT_EQ(connect.to_cell, "Connections.X2");
+  EXPECT_NE(Refusal([&] { drawing_->Glue(Find(u"P 1", u"S2"), u"EndX", Find(u"P 1", u"S3"), 2); }),
+            "");
   EXPECT_EQ(Find(u"P 1", u"S1")->FromConnects()->Count(), 1);
   // The end stays where it was when its symbol goes.
   Find(u"P 1", u"S1")->Delete();
-  EXPECT_EQ(FormulaOf(At(u"P 1", u"S2", u"EndX")), "2");
-  EXPECT_EQ(Find(u"P 1", u"S2")->Connects()->Count(), 0);
+  EXPECT_EQ(FormulaOf(At(u"P 1", u"S2", u"EndX")), "3");
+  EXPECT_EQ(FormulaOf(At(u"P 1", u"S2", u"BeginX")),
+            "PAR(PNT(Sheet.3!Connections.X2,Sheet.3!Connections.Y2))");
+  EXPECT_EQ(Find(u"P 1", u"S2")->Connects()->Count(), 1);
 }
 
 TEST_F(RecalculationTest, MovesAreRedirectedOrRefused) {

@@ -45,8 +45,10 @@ TEST_F(StructureTest, NumbersOfPagesAreRightHoweverTheyWereStored) {
 
 TEST_F(StructureTest, FormulasFollowARenamedPage) {
   const PageRef two = drawing_->document()->Pages()->Item(u"Two");
-  EXPECT_NE(Refusal([&] { two->SetName(u"one"); }), "");
-  EXPECT_NE(Refusal([&] { two->SetName(u""); }), "");
+  build.model.pages[0]->name = "Rahmen";  // known by its universal name, too
+  for (const char16_t* taken : {u"one", u"", u"frame", u"rahmen"}) {
+    EXPECT_NE(Refusal([&] { two->SetName(taken); }), "") << ToUtf8(taken);
+  }
   two->SetName(u"Motor / 2");
   EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.X")), "Pages['Motor / 2']!Away!User.X");
   EXPECT_EQ(FormulaOf(At(u"One", u"Looking", u"User.Words")),
@@ -171,7 +173,7 @@ TEST_F(StructureTest, PagesComeAndGo) {
   const PageRef two = drawing_->document()->Pages()->Item(u"Two");
   const ShapeRef away = Find(u"Two", u"Away");
   const CellRef cell = away->Cells(u"User.X");
-  drawing_->AddPage(u"Three", false);
+  EXPECT_EQ(drawing_->AddPage(u"Three", false)->ID(), 9);
   EXPECT_EQ(Text(At(u"Two", u"", u"User.No")), "2/3");
   EXPECT_EQ(drawing_->document()->Pages()->Item(u"Frame")->Index(), 4);
   two->Delete();
@@ -183,6 +185,11 @@ TEST_F(StructureTest, PagesComeAndGo) {
   EXPECT_NE(Refusal([&] { away->Text(); }), "");
   EXPECT_NE(Refusal([&] { cell->ResultText(); }), "");
   EXPECT_NE(Refusal([&] { Find(u"Two", u""); }).find("Two"), std::string::npos);
+  embedded::PageModel& one = *build.model.pages[1];
+  one.back_page = build.model.pages[0]->id;
+  drawing_->document()->Pages()->Item(u"Frame")->Delete();
+  EXPECT_FALSE(one.back_page);
+  EXPECT_TRUE(one.attributes_changed) << "the file must forget it, too";
 }
 
 TEST_F(StructureTest, ShapesGoWithTheirGroup) {
@@ -213,6 +220,11 @@ TEST_F(StructureTest, DroppedInstancesHoldTheTreeOfTheirMaster) {
   build.User(base, "Page", "", "PAGENAME()", "STR");
   auto& part = build.Shape(master.contents, 9, "", &base);
   build.Set(part, "Width", "2", "Sheet.5!Width");
+  auto& line = build.Shape(build.Master(6, "Wire").contents, 1);
+  for (const char* cell : {"BeginX", "BeginY"}) build.Set(line, cell, "1");
+  for (const char* cell : {"EndX", "EndY"}) build.Set(line, cell, "3");
+  build.Set(line, "PinX", "2", "(BeginX+EndX)/2");
+  build.Set(line, "PinY", "2", "(BeginY+EndY)/2");
   Open();
   const PageRef one = drawing_->document()->Pages()->Item(u"One");
   const ShapeRef motor = drawing_->Drop(one, u"motor", 3, 4);
@@ -225,6 +237,12 @@ TEST_F(StructureTest, DroppedInstancesHoldTheTreeOfTheirMaster) {
   motor->Delete();
   EXPECT_EQ(ToUtf8(drawing_->Drop(one, u"Motor", 0, 0)->Name()), "Motor.4");
   EXPECT_NE(Refusal([&] { drawing_->Drop(one, u"None", 0, 0); }), "");
+  const ShapeRef wire = drawing_->Drop(one, u"Wire", 5, 4);
+  const std::pair<const char16_t*, double> kEnds[] = {{u"BeginX", 4}, {u"BeginY", 3}, {u"EndX", 6},
+                                                      {u"EndY", 5},   {u"PinX", 5},   {u"PinY", 4}};
+  for (const auto& [cell, number] : kEnds) {
+    EXPECT_EQ(wire->Cells(cell)->ResultNumber(), number) << ToUtf8(cell);
+  }
 }
 
 TEST_F(StructureTest, UniqueIdsAreMadeOnce) {

@@ -74,6 +74,12 @@ TEST(EditTest, OnlyTheEditedCharactersDiffer) {
          first.cells[1].changed = first.cells_changed = true;
        },
        "U='DATE'>2016<RefBy", "U='DATE' V='7'><RefBy"},
+      {"breaks and quotes in an attribute",
+       [](Contents&, Sheet& first, Sheet&) {
+         first.cells[2].value = "a\tb\nc\rd'\"<&";
+         first.cells[2].changed = first.cells_changed = true;
+       },
+       "N='Late' V='3'", "N='Late' V='a&#9;b&#10;c&#13;d&apos;\"&lt;&amp;'"},
       {"cell removed",
        [](Contents&, Sheet& first, Sheet&) { first.cells[2].removed = first.cells_changed = true; },
        "<Cell N='Late' V='3'/>", ""},
@@ -293,13 +299,64 @@ TEST(EditTest, PagesMastersAndRecalculationReachEveryList) {
             std::string::npos);
   EXPECT_NE(parts["_rels/.rels"].find("custom-properties"), std::string::npos);
 
-  again->model().pages[0]->erased = true;
-  const std::string less = again->SaveBytes();
+  // A drawing that has asked for no recalculation, of a page that refers to its background.
+  const auto put = [&](const char* part, const std::string& before, const std::string& text) {
+    const size_t at = parts[part].find(before);
+    ASSERT_NE(at, std::string::npos) << part;
+    parts[part].replace(at, before.size(), text);
+  };
+  put("docProps/custom.xml", ">true<", ">false<");
+  put("visio/sheets/_rels/page1.xml.rels", "</Relationships>",
+      "<Relationship Id='rId9' Type='http://schemas.microsoft.com/visio/2010/relationships/page' "
+      "Target='first.xml'/></Relationships>");
+  parts["[Content_Types].xml"] =
+      "<Types><Override PartName='/visio/sheets/first.xml' ContentType='x'/>"
+      "<Override PartName='/visio/sheets/page1.xml' ContentType='x'/></Types>";
+  std::vector<ZipEntry> entries;
+  for (const auto& [name, text] : parts) entries.push_back({name, text});
+  const auto other = DrawingFile::OpenBytes(MakeZip(entries), "other");
+  other->model().recalculate_on_open = true;
+  const std::string custom = Unzip(other->SaveBytes())["docProps/custom.xml"];
+  EXPECT_NE(custom.find(">true<"), std::string::npos) << custom;
+  EXPECT_EQ(custom.find("RecalcDocument"), custom.rfind("RecalcDocument")) << custom;
+
+  other->model().pages[0]->erased = true;
+  const std::string less = other->SaveBytes();
   parts = Unzip(less);
+  for (const char* part : {"[Content_Types].xml", "visio/sheets/_rels/page1.xml.rels"}) {
+    EXPECT_EQ(parts[part].find("first.xml"), std::string::npos) << part;
+    EXPECT_NE(parts[part].find(".xml"), std::string::npos) << part;
+  }
   EXPECT_EQ(parts.count("visio/sheets/first.xml"), 0u);
   EXPECT_EQ(parts.count("visio/sheets/_rels/first.xml.rels"), 0u);
   EXPECT_EQ(parts["visio/sheets/_rels/all.xml.rels"].find("first.xml"), std::string::npos);
   EXPECT_EQ(DrawingFile::OpenBytes(less, "less")->model().pages.size(), 1u);
+}
+
+TEST(EditTest, FormulasAreReadAsTheFileMeansThem) {
+  const struct {
+    const char* attributes;
+    FormulaState state;
+    const char *formula, *value;
+  } rows[] = {{"V='1'", FormulaState::kAbsent, "", "1"},
+              {"V='1' F=''", FormulaState::kAbsent, "", "1"},
+              {"V='1' F='Inh'", FormulaState::kInherited, "", "1"},
+              {"V='1' F='No Formula'", FormulaState::kBlocked, "", "1"},
+              {"V='' F='inh'", FormulaState::kOwn, "inh", ""},
+              {"F='&quot;a&#10;&quot;'", FormulaState::kOwn, "\"a\n\"", ""}};
+  for (const auto& row : rows) {
+    const auto file = DrawingFile::OpenBytes(
+        MakeZip(SmallDrawing("<PageContents><Shapes><Shape ID='1'><Cell N='PinX' " +
+                             std::string(row.attributes) + "/></Shape></Shapes></PageContents>")),
+        "states");
+    Contents& contents = file->model().pages[0]->contents;
+    file->model().Ensure(contents);
+    const StoredCell& cell = contents.shapes.at(0)->cells.at(0);
+    EXPECT_EQ(cell.formula_state, row.state) << row.attributes;
+    EXPECT_EQ(cell.formula, row.formula) << row.attributes;
+    EXPECT_EQ(cell.value, row.value) << row.attributes;
+    EXPECT_EQ(cell.has_value, std::string_view(row.attributes).starts_with("V"));
+  }
 }
 
 /// A page with a shape named "Schütz" and a declaration, in UTF-16 with or without a mark.
