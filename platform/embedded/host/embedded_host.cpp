@@ -18,27 +18,30 @@ namespace {
 constexpr const char* kFolderVariable = "OHMWISE_DATA";
 constexpr const char* kDataMark = "LangDB.mdb";
 
-// Beside the program: installed, unpacked, and two places of a build tree.
-std::filesystem::path FolderBesideProgram() {
+// Beside the program: installed, unpacked, and a place of a build tree. Then the package's own.
+std::filesystem::path FindFolder(const std::filesystem::path& package_folder) {
   const std::filesystem::path program = ProgramFolder();
   const std::filesystem::path installed = program.parent_path() / "share" / "ohmwise";
   for (const std::filesystem::path& folder :
-       {installed, program / "data", program.parent_path().parent_path() / "share" / "ohmwise"}) {
+       {installed, program / "data", program.parent_path().parent_path() / "share" / "ohmwise",
+        package_folder}) {
     std::error_code ignored;
-    if (std::filesystem::exists(folder / kDataMark, ignored)) return folder;
+    if (folder.is_absolute() && std::filesystem::exists(folder / kDataMark, ignored)) return folder;
   }
-  return installed;  // A missing file is then reported where an installation has it.
+  // A missing file is then reported where an installation has it.
+  return package_folder.is_absolute() ? package_folder : installed;
 }
 
-std::u16string DataFolder(const EmbeddedHost::Options& options) {
+std::u16string DataFolder(const EmbeddedHost::Options& options, const char* package_folder) {
   std::u16string folder = options.library_folder;
   if (folder.empty()) {
     const char* variable = std::getenv(kFolderVariable);
     if (variable && *variable) folder = FromUtf8(variable);
   }
   if (folder.empty()) {
-    const std::u8string beside = FolderBesideProgram().u8string();
-    folder = FromUtf8(std::string(beside.begin(), beside.end()));
+    const std::u8string found =
+        FindFolder(std::filesystem::path(package_folder).lexically_normal()).u8string();
+    folder = FromUtf8(std::string(found.begin(), found.end()));
   }
   if (!folder.ends_with(u'/')) folder += u'/';
   return folder;
@@ -52,9 +55,9 @@ std::filesystem::path SettingsFolder(const EmbeddedHost::Options& options) {
 }  // namespace
 
 struct EmbeddedHost::State {
-  explicit State(Options given)
+  State(Options given, const char* package_folder)
       : options(std::move(given)),
-        folder(DataFolder(options)),
+        folder(DataFolder(options, package_folder)),
         settings(SettingsFolder(options)),
         forms(options.show_progress) {}
 
@@ -67,7 +70,8 @@ struct EmbeddedHost::State {
   SpreadsheetProgram spreadsheet;
 };
 
-EmbeddedHost::EmbeddedHost(Options options) : state_(std::make_unique<State>(std::move(options))) {}
+EmbeddedHost::EmbeddedHost(Options options, const char* package_folder)
+    : state_(std::make_unique<State>(std::move(options), package_folder)) {}
 EmbeddedHost::~EmbeddedHost() = default;
 
 Database& EmbeddedHost::database() { return state_->database; }

@@ -3,8 +3,14 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/host.h"
+
+// An installed header tells the programs that are built with it where its package has the data.
+#ifndef OHMWISE_PACKAGE_DATA
+#define OHMWISE_PACKAGE_DATA __FILE__ "/../../../../../../share/ohmwise"
+#endif
 
 namespace ohmwise::embedded {
 
@@ -21,7 +27,8 @@ struct ShownMessage {
 class EmbeddedHost : public Host {
  public:
   struct Options {
-    /// Folder of the library's data (LangDB); "" looks at OHMWISE_DATA, then beside the program.
+    /// Folder of the library's data (LangDB). "" looks at OHMWISE_DATA, then beside the program,
+    /// then where the package that the program was built with has it.
     std::u16string library_folder = {};
     /// Folder of the user's options; "" is the user's own (UserOptionsFolder).
     std::u16string settings_folder = {};
@@ -30,7 +37,7 @@ class EmbeddedHost : public Host {
     /// Progress line on stderr; off when stderr is not a terminal whatever this says.
     bool show_progress = true;
   };
-  explicit EmbeddedHost(Options options);
+  explicit EmbeddedHost(Options options) : EmbeddedHost(std::move(options), OHMWISE_PACKAGE_DATA) {}
   ~EmbeddedHost() override;
 
   Database& database() override;
@@ -47,6 +54,7 @@ class EmbeddedHost : public Host {
 
  private:
   struct State;
+  EmbeddedHost(Options options, const char* package_folder);
   std::unique_ptr<State> state_;
 };
 
