@@ -3,10 +3,12 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/arguments.h"
 #include "cli/command.h"
+#include "cli/manual.h"
 #include "cli/output.h"
 #include "platform/embedded/files/atomic_file.h"
 
@@ -55,7 +57,8 @@ int Run(int argc, char** argv) {
       "Cross-reference index of electrical drawings, without the drawing program.\n"
       "\nExit codes: 0 done, 1 failure, 2 wrong usage; diff and check have their own."};
   app.name("ohmwise");
-  app.set_version_flag("--version", "ohmwise " OHMWISE_VERSION);
+  const std::string version = "ohmwise " OHMWISE_VERSION;
+  app.set_version_flag("--version", version);
   app.require_subcommand(1, 1);
   ohmwise::cli::Action action;
   ohmwise::cli::AddIndexCommand(app, action);
@@ -71,10 +74,18 @@ int Run(int argc, char** argv) {
   ohmwise::cli::AddCheckCommand(app, action);
   ohmwise::cli::AddDiffCommand(app, action);
   ohmwise::cli::AddRenumberCommand(app, action);
-  if (const auto code = ohmwise::cli::ParseArguments(app, argc, argv)) return *code;
-  NoteFiles();
-  const CLI::Option* const retry = app.get_subcommands().front()->get_option_no_throw("--retry");
-  Do(action, retry != nullptr && retry->count() > 0);
+  // For packages, which ask the finished command for them.
+  const std::string_view only = argc == 2 ? argv[1] : "";
+  if (only == "--manual-page") {
+    std::cout << ohmwise::cli::ManualPage(app, version);
+  } else if (only == "--bash-completion") {
+    std::cout << ohmwise::cli::BashCompletion(app);
+  } else {
+    if (const auto code = ohmwise::cli::ParseArguments(app, argc, argv)) return *code;
+    NoteFiles();
+    const CLI::Option* const retry = app.get_subcommands().front()->get_option_no_throw("--retry");
+    Do(action, retry != nullptr && retry->count() > 0);
+  }
   if (!std::cout.flush()) return Fail("the output could not be written.");
   TellRemarks();
   return 0;

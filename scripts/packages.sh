@@ -45,7 +45,7 @@ build_packages=(
 # What the tests need besides.
 test_packages=(
   libgtest-dev clang-14 libclang-rt-14-dev clang-format-14 libreoffice-draw-nogui
-  libreoffice-calc-nogui poppler-utils postgresql)
+  libreoffice-calc-nogui poppler-utils postgresql dpkg-dev lintian man-db)
 
 # What the benchmarks need: the framework, and the peers they compare with.
 bench_packages=(libbenchmark-dev libicu-dev libvisio-tools postgresql)
