@@ -6,6 +6,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -18,11 +19,11 @@
 #include "catalogue/price.h"
 #include "platform/embedded/spreadsheet/text_table.h"
 #include "platform/embedded/vsdx/package.h"
+#include "schematic/reporting/table.h"
 
 namespace {
 
 using ohmwise::AutomationError;
-using ohmwise::embedded::FormulaLike;
 using ohmwise::embedded::TextTable;
 
 /// A file without a name.
@@ -70,19 +71,33 @@ TextTable Dense(const TextTable& table) {
   return dense;
 }
 
+/// The cells that hold something, in reading order.
+std::vector<std::u16string> Filled(const TextTable& table) {
+  std::vector<std::u16string> cells;
+  for (const TextTable::Row& row : table.rows) {
+    for (const std::u16string& cell : row.cells) {
+      if (!cell.empty()) cells.push_back(cell);
+    }
+  }
+  return cells;
+}
+
 void Use(const TextTable& table) {
   const TextTable dense = Dense(table);
+  ohmwise::schematic::ReportTable report;
   for (const TextTable::Row& row : dense.rows) {
-    ohmwise::catalogue::ReadHeader(row.cells);
+    try {
+      ohmwise::catalogue::ReadHeader(row.cells);
+    } catch (const AutomationError&) {  // columns that contradict each other
+    }
     for (const std::u16string& cell : row.cells) ohmwise::catalogue::PriceOf(cell);
+    report.rows.push_back(row.cells);
+    report.columns.resize(std::max(report.columns.size(), row.cells.size()));
   }
-  const TextTable again = Dense(
-      ohmwise::embedded::ParseSeparatedValues(WriteSeparatedValues(dense, FormulaLike::kAsText)));
-  bool same = again.rows.size() == dense.rows.size();
-  for (size_t i = 0; same && i < dense.rows.size(); ++i) {
-    same = again.rows[i].cells == dense.rows[i].cells;
-  }
-  if (same) return;
+  for (auto& row : report.rows) row.resize(report.columns.size());
+  const std::string text =
+      ohmwise::schematic::CsvText(report, ohmwise::schematic::FormulaLike::kAsText);
+  if (Filled(ohmwise::embedded::ParseSeparatedValues(text)) == Filled(dense)) return;
   std::cerr << "not the same after writing\n";
   std::abort();
 }

@@ -118,7 +118,8 @@ TEST(RealDrawingsTest, SpreadsheetsShowReferencesOfACsvAsTexts) {
   ASSERT_EQ(office.exit_code, 0) << office.err;
   const auto references = [](const std::string& path) {
     std::vector<std::u16string> texts;
-    for (const auto& row : embedded::ReadTextTables(path).front().rows) {
+    const auto tables = embedded::ReadTextTables(path);
+    for (const auto& row : tables.front().rows) {
       const bool is_blank = row.cells.empty() || row.ColumnOf(0) > 0;
       texts.push_back(is_blank ? u"" : row.cells.front());
     }
