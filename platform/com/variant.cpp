@@ -118,7 +118,7 @@ Value FromVariant(const VARIANT& variant) {
     case VT_DATE:
     case VT_CY:
     case VT_DECIMAL:
-      return Value(MakeRef<VariantNumber>(v));
+      return Value(Ref<ForeignNumber>(MakeRef<VariantNumber>(v)));
     case VT_BSTR:
       return Value(FromBstr(v.bstrVal));
     case VT_DISPATCH:
