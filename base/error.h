@@ -33,7 +33,8 @@ enum class Err : int32_t {
 /// The runtime's own sentence for a number of `Err`; a general one for any other number.
 std::u16string_view StandardText(Err number);
 
-/// The one exception that members called by the add-in raise. Callers branch on the number, never on the text.
+/// The one exception that members called by the add-in raise. Callers branch on the number, never
+/// on the text.
 class AutomationError : public std::exception {
  public:
   AutomationError(Err number, std::u16string source, std::u16string description);

@@ -39,8 +39,8 @@ class clsLSettings {
   /// when the stored path is empty or names no file.
   const std::u16string& CompDB() const noexcept { return comp_db_; }
   void SetCompDB(std::u16string_view v);
-  /// The stored path of the catalogue, "Ohmwise.mdb" beside the stencil while none is stored; whether
-  /// that file exists is not looked at.
+  /// The stored path of the catalogue, "Ohmwise.mdb" beside the stencil while none is stored;
+  /// whether that file exists is not looked at.
   const std::u16string& CompDB5() const noexcept { return comp_db5_; }
   bool AutoUnitConvert() const noexcept { return auto_unit_convert_; }
   void SetAutoUnitConvert(bool v);
